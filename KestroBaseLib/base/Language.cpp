@@ -1,0 +1,3 @@
+#include "Language.h"
+
+int g_nLanguage_Chinese = 0;

@@ -1,0 +1,3 @@
+// Exact decimals in groups of nine digits.
+
+#include "VarData.h"
