@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstring>
+
 #include "TypeDef.h"
 
 /** Type codes: one byte, used alike in values, column definitions, plan elements and rows. */
@@ -39,26 +41,26 @@ enum KESTROFIELDTYPE : BYTE {
  */
 struct KESTRO_PACKED st_VARDATA {
     /** Type code. */
-    BYTE m_vt = VT_EMPTY;
+    BYTE m_vt;
     /** The value is hidden from output. */
-    BYTE m_bHide = 0;
-    union {
+    BYTE m_bHide;
+    union KESTRO_PACKED {
         /** 255: a running sum that still has to be divided by `m_nDataCount`. */
-        BYTE m_bAvg = 0;
+        BYTE m_bAvg;
         BYTE m_bFind;
         /** Variable scope of a plan element. */
         BYTE m_bScope;
     };
-    BYTE m_bCommonIndex = 0;
-    union {
+    BYTE m_bCommonIndex;
+    union KESTRO_PACKED {
         /** Text: the pattern holds a "%". */
-        BYTE m_bPercentSym = 0;
+        BYTE m_bPercentSym;
         /** Decimal: 1 negative. BIGINT: 255 came from an unsigned 64-bit integer. */
         BYTE m_bSign;
     };
-    union {
+    union KESTRO_PACKED {
         /** Text: the wildcards have already become the bytes 1 and 2. */
-        BYTE m_bProcessWildcard = 0;
+        BYTE m_bProcessWildcard;
         /** Decimal: digits behind the point, -128 to 127. */
         signed char m_bScale;
         /** Integers: length of a bit literal. */
@@ -68,22 +70,22 @@ struct KESTRO_PACKED st_VARDATA {
         /** Integers: the boolean marker. */
         BYTE m_bBoolean;
     };
-    union {
+    union KESTRO_PACKED {
         /** Text: character set; 255 marks the digits of a hexadecimal literal. */
-        BYTE m_bCharset = 0;
+        BYTE m_bCharset;
         /** Decimal: base-10^9 groups in use, 0 to 4. */
         BYTE m_bValid;
     };
-    union {
+    union KESTRO_PACKED {
         /** Text: the buffer was made with array new and belongs to this value. */
-        BYTE m_bAutoRelease = 0;
+        BYTE m_bAutoRelease;
         /** Decimal: declared precision; 0 none, 255 a quotient of full precision. */
         BYTE m_bPrecison;
         /** Integers: 1 an ENUM value, 2 a SET value, 0 plain. */
         BYTE m_bEnumType;
     };
-    union {
-        char* m_lpszValue = nullptr;
+    union KESTRO_PACKED {
+        char* m_lpszValue;
         LPBYTE m_lpValue;
         long long m_llSymbolic;
         int m_nValue;
@@ -97,7 +99,7 @@ struct KESTRO_PACKED st_VARDATA {
             long long m_llTextPointer;
             /** Text: length in bytes; of type 6 with its terminator, of type 8 without. */
             int m_nStrLen;
-            union {
+            union KESTRO_PACKED {
                 /** Text: offset in the plan. */
                 unsigned int m_nStringDataOffset;
                 /** Text: capacity of a reusable buffer. */
@@ -107,6 +109,9 @@ struct KESTRO_PACKED st_VARDATA {
     };
     /** Rows summed so far in an aggregate; no copy of a value copies it. */
     unsigned int m_nDataCount;
+
+    /** VT_EMPTY, nothing owned; only the first 16 bytes are touched. */
+    st_VARDATA() { std::memset(static_cast<void*>(this), 0, 16); }
 };
 
 static_assert(sizeof(st_VARDATA) == 28);
