@@ -18,8 +18,7 @@ TEST(CommonDataDefColumnTest, IndexTypes) {
         {3, VT_DECIMAL, 1, 0, 15},  {3, VT_CLOB, 1, 0, 28},      {3, VT_CHAR, 2, 0, 25},   {11, VT_VARCHAR, 5, 0, 18},
         {3, VT_INT, 2, 0, 11},      {3, VT_JSON, 1, 318, 99},    {4, VT_TIME, 1, 0, 1},    {4, VT_BIGINT, 1, 0, 2},
         {4, VT_CHAR, 2, 0, 4},      {4, VT_VARCHAR, 1, 318, 99}, {5, VT_BIGINT, 1, 0, 5},  {5, VT_CHAR, 1, 0, 6},
-        {5, VT_DOUBLE, 1, 319, 99}, {1, VT_INT, 1, 319, 99},     {10, VT_INT, 1, 319, 99}, {6, VT_INT, 1, 320, 99},
-    };
+        {5, VT_DOUBLE, 1, 319, 99}, {1, VT_INT, 1, 319, 99},     {10, VT_INT, 1, 319, 99}, {6, VT_INT, 1, 320, 99}};
     for (const auto& r : arRow) {
         BYTE bIndex = 99;
         EXPECT_EQ(GetIndexType(r.m_bFile, r.m_bField, r.m_bSuffix, bIndex), r.m_nResult) << &r - arRow;
@@ -32,26 +31,24 @@ TEST(CommonDataDefColumnTest, FieldLengthsAndClientTypes) {
     const struct {
         BYTE m_bType, m_bPrecision;
         int m_nLen, m_nResult, m_nBufferLen, m_nMysql;
-    } arRow[] = {
-        {VT_INT, 0, 0, 0, 5, 3},
-        {VT_DATETIME, 0, 0, 0, 9, 12},
-        {VT_CHAR, 0, 249, 0, 251, 254},
-        {VT_CHAR, 0, 250, 0, 256, 254},
-        {VT_BLOB, 0, 0, 0, 2, 252},
-        {VT_VARCHAR, 0, -1, 1501, 99, 253},
-        {VT_CLOB, 0, INT_MAX - 5, 1501, 99, 253},
-        {VT_NULL, 0, 7, 0, 0, 253},
-        {VT_JSON, 0, 300, 0, 301, 253},
-        {VT_TINYINT, 0, 0, 0, 2, 1},
-        {VT_ENUM, 0, 0, 0, 3, 253},
-        {VT_SET, 0, 0, 1501, 99, 253},
-        {VT_DECIMAL, 2, 0, 0, 4, 253},
-        {VT_DECIMAL, 9, 0, 0, 7, 253},
-        {VT_DECIMAL, 10, 0, 0, 11, 253},
-        {VT_DECIMAL, 36, 0, 0, 19, 253},
-        {VT_DECIMAL, 200, 0, 0, 19, 253},
-        {VT_DECIMAL, 255, 0, 0, 19, 253},
-    };
+    } arRow[] = {{VT_INT, 0, 0, 0, 5, 3},
+                 {VT_DATETIME, 0, 0, 0, 9, 12},
+                 {VT_CHAR, 0, 249, 0, 251, 254},
+                 {VT_CHAR, 0, 250, 0, 256, 254},
+                 {VT_BLOB, 0, 0, 0, 2, 252},
+                 {VT_VARCHAR, 0, -1, 1501, 99, 253},
+                 {VT_CLOB, 0, INT_MAX - 5, 1501, 99, 253},
+                 {VT_NULL, 0, 7, 0, 0, 253},
+                 {VT_JSON, 0, 300, 0, 301, 253},
+                 {VT_TINYINT, 0, 0, 0, 2, 1},
+                 {VT_ENUM, 0, 0, 0, 3, 253},
+                 {VT_SET, 0, 0, 1501, 99, 253},
+                 {VT_DECIMAL, 2, 0, 0, 4, 253},
+                 {VT_DECIMAL, 9, 0, 0, 7, 253},
+                 {VT_DECIMAL, 10, 0, 0, 11, 253},
+                 {VT_DECIMAL, 36, 0, 0, 19, 253},
+                 {VT_DECIMAL, 200, 0, 0, 19, 253},
+                 {VT_DECIMAL, 255, 0, 0, 19, 253}};
     for (const auto& r : arRow) {
         int nBufferLen = 99;
         EXPECT_EQ(GetFieldBufferLen(r.m_bType, r.m_bPrecision, r.m_nLen, nBufferLen), r.m_nResult) << &r - arRow;

@@ -77,8 +77,7 @@ TEST(CommonDataDefCompareTest, OrderOfTexts) {
         {"ab\0\0", 4, "AB", 2, false, 0},   {"abc", 0, "abcd", -1, true, -1}, {"abcX", 3, "abcY", 3, true, 0},
         {"_", 1, "a", 1, false, 1},         {"\xE4", 1, "z", 1, false, 1},    {"a\0b", 3, "a\0c", 3, false, -1},
         {nullptr, 5, "a", 1, false, -1},    {"a", 1, nullptr, 0, true, 1},    {nullptr, 0, nullptr, 3, true, 0},
-        {nullptr, 0, "\xE4", 1, false, -1}, {"\0\0", 2, "", 0, true, 0},
-    };
+        {nullptr, 0, "\xE4", 1, false, -1}, {"\0\0", 2, "", 0, true, 0}};
     for (const auto& r : arRow)
         EXPECT_EQ(Sign(KestroCompare(r.m_lpszFirst, r.m_nFirst, r.m_lpszSecond, r.m_nSecond, r.m_bCase)), r.m_nSign)
             << &r - arRow;

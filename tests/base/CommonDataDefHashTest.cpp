@@ -56,16 +56,14 @@ TEST(CommonDataDefHashTest, BucketsOfKeysAndHashes) {
         long long m_llHash;
         UINT m_nBuckets;
         UINT m_nBucket;
-    } arRow[] = {
-        {5, 128, 5},
-        {300, 128, 300 % 128},
-        {-1, 128, 0x8FFFFFFFFFFFFFFEu % 128},
-        {0x7000000000000001, 1000, (0x70000000u + 1) % 1000},
-        {0x7FFFFFFF, 0x1000000, 0xFFFFFF},
-        {0xFFFFFF, 0x1000000, 0xFFFFFF},
-        {0x80000000, 0x1000001, (0x80u + 0x80000000u) % 0x1000001},
-        {-1, 0x1000000, (u64{0} - 2 + 0xFFFFFFFF) % 0x1000000},
-    };
+    } arRow[] = {{5, 128, 5},
+                 {300, 128, 300 % 128},
+                 {-1, 128, 0x8FFFFFFFFFFFFFFEu % 128},
+                 {0x7000000000000001, 1000, (0x70000000u + 1) % 1000},
+                 {0x7FFFFFFF, 0x1000000, 0xFFFFFF},
+                 {0xFFFFFF, 0x1000000, 0xFFFFFF},
+                 {0x80000000, 0x1000001, (0x80u + 0x80000000u) % 0x1000001},
+                 {-1, 0x1000000, (u64{0} - 2 + 0xFFFFFFFF) % 0x1000000}};
     for (const auto& stRow : arRow)
         EXPECT_EQ(ReduceToBucket(stRow.m_llHash, stRow.m_nBuckets), stRow.m_nBucket) << stRow.m_llHash;
 }

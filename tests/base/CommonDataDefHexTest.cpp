@@ -30,11 +30,9 @@ TEST(CommonDataDefHexTest, ReadsWithBlanksAndStopsAtItsLimit) {
         int m_nMax;
         int m_nResult;
         const char* m_lpszBytes;
-    } arRow[] = {
-        {"4 1", 9, 0, "A"},  {" 4\t1\r\n4 2 ", 9, 0, "AB"}, {"414", 9, 0, "A"},   {"4142", 1, 0, "A"},
-        {"41xx", 1, 0, "A"}, {"41xx", 2, 25, "A"},          {"4\xC1", 9, 25, ""}, {"", 9, 0, ""},
-        {"4142", -1, 0, ""}, {"6a6A", 9, 0, "jj"},
-    };
+    } arRow[] = {{"4 1", 9, 0, "A"},  {" 4\t1\r\n4 2 ", 9, 0, "AB"}, {"414", 9, 0, "A"},   {"4142", 1, 0, "A"},
+                 {"41xx", 1, 0, "A"}, {"41xx", 2, 25, "A"},          {"4\xC1", 9, 25, ""}, {"", 9, 0, ""},
+                 {"4142", -1, 0, ""}, {"6a6A", 9, 0, "jj"}};
     for (const auto& stRow : arRow) {
         BYTE arBytes[9];
         int nLen;

@@ -118,11 +118,9 @@ TEST(CommonDataDefNameTest, Strings) {
         int m_nSize;
         int m_nResult;
         const char* m_lpszString;
-    } arRow[] = {
-        {"'ab'", 4, 1, "ab"}, {"'ab'", 3, 2, ""},     {"'a''b'", 9, 1, "a'b"}, {"''''", 4, 1, "'"},
-        {"''", 2, 1, ""},     {"'a'b'", 9, 1, "a'b"}, {"'''", 9, 1, "'"},      {"\"a\"", 9, 0, ""},
-        {"'a", 9, 0, ""},     {"'", 9, 0, ""},        {"'a\0'"s, 9, 0, ""},    {"", 9, 0, ""},
-    };
+    } arRow[] = {{"'ab'", 4, 1, "ab"}, {"'ab'", 3, 2, ""},     {"'a''b'", 9, 1, "a'b"}, {"''''", 4, 1, "'"},
+                 {"''", 2, 1, ""},     {"'a'b'", 9, 1, "a'b"}, {"'''", 9, 1, "'"},      {"\"a\"", 9, 0, ""},
+                 {"'a", 9, 0, ""},     {"'", 9, 0, ""},        {"'a\0'"s, 9, 0, ""},    {"", 9, 0, ""}};
     for (const auto& stRow : arRow) {
         const ExactText stText(stRow.m_strText);
         const ExactText stString(std::string(static_cast<std::size_t>(stRow.m_nSize), '?'));
@@ -136,24 +134,22 @@ TEST(CommonDataDefNameTest, CharacterSetsAndCollations) {
         std::string_view m_szName;
         int m_nCharset;
         int m_nCollation;
-    } arRow[] = {
-        {"UTF8", 33, 33},
-        {"'utf8mb4'", 45, 33},
-        {"gb2312", 24, 28},
-        {"GBK", 28, 28},
-        {"gb18030", -8, 28},
-        {"binary", 63, 33},
-        {"Latin7", 8, 48},
-        {"lat", 33, 48},
-        {"", 33, 33},
-        {"koi8", 33, 33},
-        {"utf8mb4_unicode_ci", 33, -32},
-        {"utf8_bin", 33, 83},
-        {"GB18030_BIN", 33, -7},
-        {"\"gbk_bin\"", 33, 87},
-        {"latin1_general_cs", 8, 49},
-        {"latin1_german2_ci", 8, 31},
-    };
+    } arRow[] = {{"UTF8", 33, 33},
+                 {"'utf8mb4'", 45, 33},
+                 {"gb2312", 24, 28},
+                 {"GBK", 28, 28},
+                 {"gb18030", -8, 28},
+                 {"binary", 63, 33},
+                 {"Latin7", 8, 48},
+                 {"lat", 33, 48},
+                 {"", 33, 33},
+                 {"koi8", 33, 33},
+                 {"utf8mb4_unicode_ci", 33, -32},
+                 {"utf8_bin", 33, 83},
+                 {"GB18030_BIN", 33, -7},
+                 {"\"gbk_bin\"", 33, 87},
+                 {"latin1_general_cs", 8, 49},
+                 {"latin1_german2_ci", 8, 31}};
     for (const auto& stRow : arRow) {
         const ExactText stName(stRow.m_szName);
         EXPECT_EQ(GetCharacterset(stName.Data(), stName.Size()), stRow.m_nCharset) << stRow.m_szName;

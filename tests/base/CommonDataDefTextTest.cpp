@@ -16,12 +16,10 @@ TEST(CommonDataDefTextTest, FormsOfNumbers) {
     const struct {
         std::string_view m_szText;
         int m_nForm;
-    } arRow[] = {
-        {"0", 1},   {"-12", 1},  {"+7", 1},   {"", 0},      {"-", 0},    {"1 ", 0},    {" 1", 0},
-        {"12a", 0}, {"0x1F", 2}, {"0Xaf", 2}, {"0x", 0},    {"0xg", 0},  {"-0x1", 0},  {"1.5", 3},
-        {"-.5", 3}, {"5.", 3},   {".", 0},    {"1.2.3", 0}, {"1e3", 3},  {"1E-03", 3}, {"1.5e+3", 3},
-        {"1e", 0},  {"1e+", 0},  {"e3", 0},   {".e3", 0},   {"1e3x", 0},
-    };
+    } arRow[] = {{"0", 1},   {"-12", 1},  {"+7", 1},   {"", 0},      {"-", 0},   {"1 ", 0},    {" 1", 0},
+                 {"12a", 0}, {"0x1F", 2}, {"0Xaf", 2}, {"0x", 0},    {"0xg", 0}, {"-0x1", 0},  {"1.5", 3},
+                 {"-.5", 3}, {"5.", 3},   {".", 0},    {"1.2.3", 0}, {"1e3", 3}, {"1E-03", 3}, {"1.5e+3", 3},
+                 {"1e", 0},  {"1e+", 0},  {"e3", 0},   {".e3", 0},   {"1e3x", 0}};
     for (const auto& stRow : arRow) {
         const ExactText stText(stRow.m_szText);
         EXPECT_EQ(IsNumber(stText.Data(), stText.Size()), stRow.m_nForm) << stRow.m_szText;
@@ -158,14 +156,17 @@ TEST(CommonDataDefTextTest, LikePatterns) {
         const char* m_lpszEscape;
         std::string m_strResult;
         int m_bPercent;
-    } arRow[] = {
-        {"a%b_", nullptr, "a\1b\2", 1}, {"a\\%b\\_", nullptr, "a%b_", 0},
-        {"\\\\%", nullptr, "\\\1", 1},  {"\\a\\", nullptr, "\\a\\", 0},
-        {"a!%!_%", "!", "a%_\1", 1},    {"a\\%", "!", "a\\\1", 1},
-        {"!!_!", "!", "!\2!", 0},       {"a\\%", "", "a\\\1", 1},
-        {"x<>%<", "<>", "x%<", 0},      {"%%_", "%", "%\2", 0},
-        {"", nullptr, "", 0},
-    };
+    } arRow[] = {{"a%b_", nullptr, "a\1b\2", 1},
+                 {"a\\%b\\_", nullptr, "a%b_", 0},
+                 {"\\\\%", nullptr, "\\\1", 1},
+                 {"\\a\\", nullptr, "\\a\\", 0},
+                 {"a!%!_%", "!", "a%_\1", 1},
+                 {"a\\%", "!", "a\\\1", 1},
+                 {"!!_!", "!", "!\2!", 0},
+                 {"a\\%", "", "a\\\1", 1},
+                 {"x<>%<", "<>", "x%<", 0},
+                 {"%%_", "%", "%\2", 0},
+                 {"", nullptr, "", 0}};
     for (const auto& stRow : arRow) {
         const ExactText stText(stRow.m_strText);
         BYTE bPercent = 9;

@@ -70,23 +70,21 @@ TEST(CommonDataDefUtfTest, DecodesEveryFormAndOddBytes) {
         const char* m_lpszText;
         UINT m_nCode;
         int m_nUsed;
-    } arRow[] = {
-        {"A", 'A', 1},
-        {"\xC3\xA4", 0xE4, 2},
-        {"\xE4\xB8\xAD", 0x4E2D, 3},
-        {"\xF0\x9F\x98\x80", 0x1F600, 4},
-        {"\xF8\x88\x80\x80\x80", 0x200000, 5},
-        {"\xFD\xBF\xBF\xBF\xBF\xBF", 0x7FFFFFFF, 6},
-        {"\x80", 0x80, 1},
-        {"\xFE\x80", 0xFE, 1},
-        {"\xFF", 0xFF, 1},
-        {"\xC3"
-         "A",
-         0xC1, 2},
-        {"\xE4\xB8", 0xE4, 1},
-        {"\xFD\xBF\xBF\xBF\xBF", 0xFD, 1},
-        {"", 0, 0},
-    };
+    } arRow[] = {{"A", 'A', 1},
+                 {"\xC3\xA4", 0xE4, 2},
+                 {"\xE4\xB8\xAD", 0x4E2D, 3},
+                 {"\xF0\x9F\x98\x80", 0x1F600, 4},
+                 {"\xF8\x88\x80\x80\x80", 0x200000, 5},
+                 {"\xFD\xBF\xBF\xBF\xBF\xBF", 0x7FFFFFFF, 6},
+                 {"\x80", 0x80, 1},
+                 {"\xFE\x80", 0xFE, 1},
+                 {"\xFF", 0xFF, 1},
+                 {"\xC3"
+                  "A",
+                  0xC1, 2},
+                 {"\xE4\xB8", 0xE4, 1},
+                 {"\xFD\xBF\xBF\xBF\xBF", 0xFD, 1},
+                 {"", 0, 0}};
     for (const auto& stRow : arRow) {
         const ExactText stText(stRow.m_lpszText);
         int nUsed;
