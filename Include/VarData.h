@@ -355,9 +355,3 @@ struct KESTRO_PACKED st_MYSQLFIELDDEF {
 };
 
 static_assert(offsetof(st_MYSQLFIELDDEF, m_lpszName) == 20 && sizeof(st_MYSQLFIELDDEF) == 184);
-
-/**
- * Length of a field in a record buffer, its leading byte included; `nLen` is the length of a text, `bPrecision` that of
- * a decimal column. 0, or 1501 for a type that no field has.
- */
-[[nodiscard]] int GetFieldBufferLen(unsigned char bType, unsigned char bPrecision, int nLen, int& nResult);

@@ -1,21 +1,18 @@
-// Widths: what a value takes in a record, by one table of types.
+// Widths: what a value takes in a record, by one table of types. The field of a column is CommonDataDefColumn.cpp's.
 
 #include <algorithm>
 #include <array>
 #include <climits>
 
 #include "KestroDecimal.h"
-#include "KestroErrorCode.h"
 #include "VarData.h"
 
 namespace {
 
-/** Widths that depend on the value, and the type that no field has. */
+/** Widths that depend on the value. */
 constexpr signed char LEN_N = -1;
 constexpr signed char LEN_TEXT = -2;
 constexpr signed char LEN_DECIMAL = -3;
-constexpr signed char LEN_JSON_FIELD = -4;
-constexpr signed char LEN_NONE = -5;
 
 struct TYPEWIDTHS {
     BYTE m_bType;
@@ -24,44 +21,42 @@ struct TYPEWIDTHS {
     /** Bytes of a value of this type, and of its buffer. */
     signed char m_nOwn;
     signed char m_nBuffer;
-    /** Bytes of the field in a record buffer, with its leading byte. */
-    signed char m_nField;
 };
 
 // Both small integers count 1, and a BLOB 0, as its writers know its length: intended.
 constexpr TYPEWIDTHS TYPE_WIDTHS[] = {
-    {VT_INT, 4, 4, 4, 5},
-    {VT_BIGINT, 8, 8, 8, 9},
-    {VT_DOUBLE, 8, 8, 8, 9},
-    {VT_DATETIME, 8, 8, 8, 9},
-    {VT_CHAR, LEN_TEXT, LEN_N, 0, LEN_TEXT},
-    {VT_VARCHAR, LEN_TEXT, LEN_N, LEN_N, LEN_TEXT},
-    {VT_CLOB, LEN_TEXT, LEN_N, 0, LEN_TEXT},
-    {VT_BLOB, 0, LEN_N, LEN_N, LEN_TEXT},
-    {VT_NULL, 0, 0, 0, 0},
-    {VT_TIME, 4, 4, 4, 5},
-    {VT_DATE, 4, 4, 4, 5},
-    {VT_JSON, LEN_TEXT, LEN_N, LEN_N, LEN_JSON_FIELD},
-    {VT_JSON2, 0, LEN_N, LEN_N, LEN_NONE},
-    {VT_TINYINT, 1, 0, 0, 2},
-    {VT_SMALLINT, 1, 0, 0, 3},
-    {VT_DECIMAL, LEN_DECIMAL, LEN_DECIMAL, LEN_DECIMAL, LEN_DECIMAL},
-    {VT_ENUM, 0, 0, 0, 3},
+    {VT_INT, 4, 4, 4},
+    {VT_BIGINT, 8, 8, 8},
+    {VT_DOUBLE, 8, 8, 8},
+    {VT_DATETIME, 8, 8, 8},
+    {VT_CHAR, LEN_TEXT, LEN_N, 0},
+    {VT_VARCHAR, LEN_TEXT, LEN_N, LEN_N},
+    {VT_CLOB, LEN_TEXT, LEN_N, 0},
+    {VT_BLOB, 0, LEN_N, LEN_N},
+    {VT_NULL, 0, 0, 0},
+    {VT_TIME, 4, 4, 4},
+    {VT_DATE, 4, 4, 4},
+    {VT_JSON, LEN_TEXT, LEN_N, LEN_N},
+    {VT_JSON2, 0, LEN_N, LEN_N},
+    {VT_TINYINT, 1, 0, 0},
+    {VT_SMALLINT, 1, 0, 0},
+    {VT_DECIMAL, LEN_DECIMAL, LEN_DECIMAL, LEN_DECIMAL},
+    {VT_ENUM, 0, 0, 0},
 };
 
 constexpr std::array<TYPEWIDTHS, 256> WIDTHS_BY_CODE = [] {
     std::array<TYPEWIDTHS, 256> arWidths{};
     for (int i = 0; i < 256; ++i)
-        arWidths[i] = {static_cast<BYTE>(i), 0, 0, 0, LEN_NONE};
+        arWidths[i] = {static_cast<BYTE>(i), 0, 0, 0};
     for (const TYPEWIDTHS& stRow : TYPE_WIDTHS)
         arWidths[stRow.m_bType] = stRow;
     return arWidths;
 }();
 
-/** A length with its prefix of one byte, or of five from the limit on; what doesn't fit an int stays its greatest. */
-int WithPrefix(int nLen, int nLimit, int nHead) {
+/** A text with its length, of one byte or above 250 of five; what doesn't fit an int stays its greatest. */
+int TextLen(int nLen) {
     nLen = std::max(nLen, 0);
-    const int nPrefix = nHead + (nLen > nLimit ? 4 : 0);
+    const int nPrefix = nLen > 250 ? 5 : 1;
     return nLen > INT_MAX - nPrefix ? INT_MAX : nLen + nPrefix;
 }
 
@@ -71,7 +66,7 @@ int st_VARDATA::GetDataLen(unsigned char bType) const {
     if (m_vt == VT_EMPTY || m_vt == VT_NULL) return 0;
     switch (const signed char nLen = WIDTHS_BY_CODE[bType].m_nFieldValue) {
         case LEN_TEXT:
-            return WithPrefix(m_nStrLen, 250, 1);
+            return TextLen(m_nStrLen);
         case LEN_DECIMAL:
             return CKestroDecimal::CalcBinLen(this);
         default:
@@ -100,24 +95,5 @@ int st_VARDATA::GetDataBufferLen(unsigned char bPrecision) const {
             return bPrecision ? CKestroDecimal::CalcBinLen(int{bPrecision}) : CKestroDecimal::CalcBinLen(this);
         default:
             return nLen;
-    }
-}
-
-int GetFieldBufferLen(unsigned char bType, unsigned char bPrecision, int nLen, int& nResult) {
-    switch (const signed char nWidth = WIDTHS_BY_CODE[bType].m_nField) {
-        case LEN_NONE:
-            return ERR_DATA_TYPE;
-        case LEN_TEXT:
-            nResult = WithPrefix(nLen, 249, 2);
-            return ERR_OK;
-        case LEN_JSON_FIELD:
-            nResult = std::min(std::max(nLen, 0), INT_MAX - 1) + 1;
-            return ERR_OK;
-        case LEN_DECIMAL:
-            nResult = CKestroDecimal::CalcBinLen(int{bPrecision}) + 1;
-            return ERR_OK;
-        default:
-            nResult = nWidth;
-            return ERR_OK;
     }
 }

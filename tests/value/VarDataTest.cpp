@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cmath>
 #include <memory>
 #include <string>
 
+#include "CommonDataDef.h"
 #include "KestroBufferPool.h"
 #include "KestroDecimal.h"
 #include "KestroErrorCode.h"
@@ -221,7 +223,7 @@ TEST(VarData, WidthsOfTypes) {
                   {VT_SMALLINT, 0, 1, 0, 0, 3},
                   {VT_INT, 0, 4, 4, 4, 5},
                   {VT_ENUM, 0, 0, 0, 0, 3},
-                  {VT_CLOB, INT_MAX, INT_MAX, INT_MAX, 0, INT_MAX}};
+                  {VT_CLOB, INT_MAX - 9, INT_MAX - 4, INT_MAX - 9, 0, INT_MAX - 3}};
     for (const auto& stRow : arRows) {
         st_VARDATA st;
         st.m_vt = stRow.m_bType;
