@@ -23,10 +23,16 @@ constexpr const char* CONFIG = "Config";
 
 void WriteRows(std::span<const CONFIGROW> stRows) {
     for (const CONFIGROW& stRow : stRows)
-        WriteConfig(stRow.m_lpszSection, stRow.m_lpszKey, stRow.m_lpszValue);
+        WriteConfigKey(stRow.m_lpszSection, stRow.m_lpszKey, stRow.m_lpszValue);
 }
 
 } // namespace
+
+void WriteConfigKey(const char* lpszSection, const char* lpszKey, const char* lpszValue) {
+    if (WritePrivateProfileString(lpszSection, lpszKey, lpszValue, g_lpConfigPath) || g_bConfigNotWrittenSaid) return;
+    g_bConfigNotWrittenSaid = true;
+    Say<MSG_CONFIG_NOT_WRITTEN>(g_lpConfigPath);
+}
 
 void WriteMasterConfig(const SETUPPARAM& stParam) {
     SETUPTEXT szLocal{};

@@ -5,6 +5,8 @@
 
 #include <strings.h>
 
+#include <initializer_list>
+
 #include "LocalAddress.h"
 #include "SetupAddress.h"
 #include "SetupMessages.h"
@@ -19,7 +21,7 @@ bool CheckLocalIP(SETUPPARAM& stParam) {
         Say<MSG_LOCAL_IP_BAD>(stParam.m_szLocalIP);
         return false;
     }
-    if (stParam.m_nLocalIP != 0 && !CheckLocalIPValid(stParam.m_nLocalIP)) {
+    if (stParam.m_nLocalIP != 0 && CheckLocalIPValid(stParam.m_nLocalIP) == 0) {
         Say<MSG_LOCAL_IP_ABSENT>();
         return false;
     }

@@ -22,7 +22,7 @@ bool CheckLocalIP(SETUPPARAM& stParam) {
         SayAddress<stBad>(stParam.m_nLocalIP);
         return false;
     }
-    if (!CheckLocalIPValid(stParam.m_nLocalIP)) {
+    if (CheckLocalIPValid(stParam.m_nLocalIP) == 0) {
         Say<MSG_LOCAL_IP_ABSENT>();
         return false;
     }

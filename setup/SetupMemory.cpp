@@ -2,6 +2,8 @@
 
 #include "SetupMemory.h"
 
+#include <initializer_list>
+
 #include "LinuxCommonAPI.h"
 #include "LinuxCommonAPIProfile.h"
 #include "SetupPaths.h"

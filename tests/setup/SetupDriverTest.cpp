@@ -1,0 +1,416 @@
+// Runs the built setup program in a scratch installation: by arguments, by a pipe and on a terminal, in both languages,
+// and compares everything that it prints. The transcripts show what stands on a terminal; answers typed stand in {{ }}.
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <ifaddrs.h>
+
+#include <random>
+#include <sstream>
+
+#include "Program.h"
+#include "ScratchDir.h"
+
+namespace {
+
+const char* const FAILED[] = {"Failed to create database service! Setup Exit...\n",
+                              "创建数据库服务失败！安装程序退出...\n"};
+const char* const CREATED[] = {
+    "Create database service system files...\nCreate database service system file successfully!\n",
+    "正在创建数据库服务系统文件...\n创建数据库服务系统文件成功！\n"};
+
+std::string Replace(std::string strText, const std::string& strFrom, const std::string& strTo) {
+    for (std::size_t n = 0; (n = strText.find(strFrom, n)) != strText.npos; n += strTo.size())
+        strText.replace(n, strFrom.size(), strTo);
+    return strText;
+}
+
+/** An address of this machine other than the loopback; empty if it has none. */
+std::string MachineAddress() {
+    ifaddrs* lpList = nullptr;
+    std::string strFound;
+    if (getifaddrs(&lpList) != 0) return "";
+    for (const ifaddrs* lpEntry = lpList; lpEntry && strFound.empty(); lpEntry = lpEntry->ifa_next) {
+        if (!lpEntry->ifa_addr || lpEntry->ifa_addr->sa_family != AF_INET) continue;
+        const char* lpszText = inet_ntoa(reinterpret_cast<const sockaddr_in*>(lpEntry->ifa_addr)->sin_addr);
+        if (strcmp(lpszText, "127.0.0.1") != 0) strFound = lpszText;
+    }
+    freeifaddrs(lpList);
+    return strFound;
+}
+
+/** Megabytes of memory of this machine. */
+long long MachineMegabytes() {
+    std::istringstream stInfo(ReadFile("/proc/meminfo"));
+    std::string strWord;
+    long long nKilobytes = 0;
+    stInfo >> strWord >> nKilobytes;
+    return nKilobytes / 1024;
+}
+
+/** A fresh tree as an operator has it before the first run. */
+class Installation {
+public:
+    explicit Installation(int nLanguage, const std::string& strBase = "base") : m_strBase(m_stDir.Path(strBase)) {
+        std::filesystem::create_directories(m_strBase + "/bin");
+        std::filesystem::create_directories(m_strBase + "/Data");
+        std::filesystem::copy_file(KESTROSETUP_PATH, Program());
+        WriteFile(Config(), "[System]\nLanguage=" + std::to_string(nLanguage) + "\n[Config]\n");
+    }
+
+    std::string Program() const { return m_strBase + "/bin/kestrosetup"; }
+    std::string Config() const { return m_strBase + "/bin/KestroConfig.ini"; }
+    std::string SystemFile() const { return m_strBase + "/Data/Kestro/System.dbf"; }
+
+    /** Fills $BASE and $IP in. */
+    std::string Fill(const std::string& strText) const {
+        return Replace(Replace(strText, "$BASE", m_strBase), "$IP", MachineAddress());
+    }
+
+    /** A command line's words, '' for an empty one, behind the program's path. */
+    std::vector<std::string> Arguments(const std::string& strLine) const {
+        std::vector<std::string> strArguments{Program()};
+        std::istringstream stWords(Fill(strLine));
+        for (std::string strWord; stWords >> strWord;)
+            strArguments.push_back(strWord == "''" ? "" : strWord);
+        return strArguments;
+    }
+
+    /** Runs with a command line; whatever happens, nothing goes to standard error and the exit status is 0. */
+    std::string Run(const std::string& strLine, const std::string& strInput = "") const {
+        const PROGRAMRUN stRun = RunProgram(Arguments(strLine), strInput);
+        EXPECT_EQ(stRun.m_nStatus, 0) << strLine;
+        EXPECT_EQ(stRun.m_strErrors, "") << strLine;
+        return stRun.m_strOutput;
+    }
+
+private:
+    ScratchDir m_stDir;
+    std::string m_strBase;
+};
+
+/** What a terminal shows of a transcript, and the answers in it. */
+struct TRANSCRIPT {
+    std::string m_strShown;
+    std::string m_strPiped;
+    std::vector<std::pair<std::size_t, std::string>> m_stAnswers;
+
+    explicit TRANSCRIPT(std::string strText) {
+        for (std::size_t nOpen; (nOpen = strText.find("{{")) != strText.npos;) {
+            const std::size_t nClose = strText.find("}}\n", nOpen);
+            const std::string strAnswer = strText.substr(nOpen + 2, nClose - nOpen - 2) + "\n";
+            m_strShown += strText.substr(0, nOpen);
+            m_strPiped += strText.substr(0, nOpen);
+            m_stAnswers.emplace_back(m_strShown.size(), strAnswer);
+            m_strShown += strAnswer;
+            strText.erase(0, nClose + 3);
+        }
+        // A pipe has no echo, but the last line stands alone there too.
+        if (strText == FAILED[0] || strText == FAILED[1]) m_strPiped += "\n";
+        m_strShown += strText;
+        m_strPiped += strText;
+    }
+};
+
+// Plays a transcript on a terminal and through a pipe, each in an installation of its own.
+void Play(const std::string& strName, int nLanguage) {
+    SCOPED_TRACE(strName + "." + std::to_string(nLanguage));
+    const std::string strText =
+        ReadFile(std::string(KESTRO_TRANSCRIPTS) + "/" + strName + "." + std::to_string(nLanguage) + ".txt");
+    ASSERT_NE(strText, "");
+
+    const Installation stPiped(nLanguage);
+    const TRANSCRIPT stPipeText(stPiped.Fill(strText));
+    std::string strInput;
+    for (const auto& [nPlace, strAnswer] : stPipeText.m_stAnswers)
+        strInput += strAnswer;
+    EXPECT_EQ(stPiped.Run("", strInput), stPipeText.m_strPiped);
+
+    const Installation stTyped(nLanguage);
+    const TRANSCRIPT stTerminalText(stTyped.Fill(strText));
+    CTerminalProgram stTerminal(stTyped.Arguments(""));
+    for (const auto& [nPlace, strAnswer] : stTerminalText.m_stAnswers) {
+        if (!stTerminal.ReadUntil(stTerminalText.m_strShown.substr(0, nPlace))) break;
+        stTerminal.Type(strAnswer);
+    }
+    const PROGRAMRUN stRun = stTerminal.Finish();
+    EXPECT_EQ(stRun.m_strOutput, stTerminalText.m_strShown);
+    EXPECT_EQ(stRun.m_nStatus, 0);
+}
+
+TEST(SetupDriver, DialogueOfAMaster) {
+    for (const int nLanguage : {0, 1})
+        Play("master-refused", nLanguage);
+    if (MachineAddress().empty()) GTEST_SKIP() << "no address but the loopback";
+    for (const int nLanguage : {0, 1})
+        Play("master", nLanguage);
+}
+
+TEST(SetupDriver, DialogueOfASlaveAndAStandby) {
+    if (MachineAddress().empty()) GTEST_SKIP() << "no address but the loopback";
+    for (const int nLanguage : {0, 1}) {
+        Play("slave", nLanguage);
+        Play("standby", nLanguage);
+    }
+}
+
+TEST(SetupDriver, LeavesWhereTheTextOffersIt) {
+    const Installation stInstallation(0);
+    const std::string strAddress = MachineAddress();
+    std::vector<std::string> strPaths{"0\n", "1\n\\q\n"};
+    // Each prompt of the master dialogue in turn, then those of a join.
+    std::string strMaster = "1\n";
+    for (const char* lpszAnswer : {"0\n", "0\n", "4\n", "\n", "\n", "\n", "\n", "\n", "\n"}) {
+        strMaster += lpszAnswer;
+        strPaths.push_back(strMaster + "\\Quit\n");
+    }
+    strPaths.push_back(strMaster + "4\nn \n");
+    for (const char* lpszMode : {"2\n", "4\n"}) {
+        strPaths.push_back(std::string(lpszMode) + "\\q\n");
+        if (strAddress.empty()) continue;
+        strPaths.push_back(lpszMode + strAddress + "\n\\q\n");
+        strPaths.push_back(lpszMode + strAddress + "\n10.1.2.3\nn\n");
+        strPaths.push_back(lpszMode + strAddress + "\n10.1.2.3\ny\n\\q\n");
+    }
+    for (const std::string& strInput : strPaths) {
+        const std::string strOutput = stInstallation.Run("", strInput);
+        EXPECT_TRUE(strOutput.ends_with(": \n" + std::string(FAILED[0])) ||
+                    strOutput.ends_with(":  \n" + std::string(FAILED[0])))
+            << strInput << strOutput;
+    }
+    EXPECT_EQ(ReadFile(stInstallation.Config()), "[System]\nLanguage=0\n[Config]\n") << "nothing is written";
+}
+
+struct REFUSALROW {
+    const char* m_lpszArguments;
+    const char* m_lpszEnglish;
+    const char* m_lpszChinese;
+    bool m_bNeedsAddress = false;
+};
+
+constexpr const char* GOOD_MASTER = "-type 1 -ip 0 -systemfile 4 -logs 4 ";
+
+const REFUSALROW g_stRefusals[] = {
+    // No type, or none that the command line knows.
+    {"-type 4", "", ""},
+    {"-type", "", ""},
+    {"-type 12", "", ""},
+    {"-type 4294967297", "", ""},
+    {"x -type 1", "", ""},
+    {"-type 3 -type 1", "", ""},
+    // The walk.
+    {"-type 1 -user root", "Unknown parameter：-user\n", "未知参数：-user\n"},
+    {"-type 2 -vip 10.1.2.3", "Unknown parameter：-vip\n", "未知参数：-vip\n"},
+    {"-ip %s%n -type 1 %s%n%s", "Unknown parameter：%s%n%s\n", "未知参数：%s%n%s\n"},
+    {"-type 1 -cachesize -5", "Unknown parameter：-5\n", "未知参数：-5\n"},
+    {"-type 1 -SystemFile 00000000000000000000000000000016",
+     "Parameter value is too long, at most 31 bytes, parameter: -systemfile\n",
+     "参数值过长，最多31字节，参数：-systemfile\n"},
+    // A master, in the order of the checks.
+    {"-type 1", "IP Format is error: \n", "IP格式错误：\n"},
+    {"-ip 127.0.0.1 -type 1", "IP Format is error: 127.0.0.1\n", "IP格式错误：127.0.0.1\n"},
+    {"-type 1 -ip 255.255.255.255", "IP Format is error: 255.255.255.255\n", "IP格式错误：255.255.255.255\n"},
+    {"-type 1 -ip 0 -ip %s%n", "IP Format is error: %s%n\n", "IP格式错误：%s%n\n"},
+    {"-type 1 -ip 203.0.113.77 -vip 0", "Local IP does not exist, please reenter local IP\n",
+     "本机IP不存在，请重新输入本机IP\n"},
+    {"-type 1 -ip 0 -vip 0", "VIP Format is error: 0\n", "集群虚拟IP格式错误：0\n"},
+    {"-type 1 -ip 0 -vip 10.1.2", "VIP Format is error: 10.1.2\n", "集群虚拟IP格式错误：10.1.2\n"},
+    {"-type 1 -ip 0 -vip 127.0.0.1", "VIP Format is error: 127.0.0.1\n", "集群虚拟IP格式错误：127.0.0.1\n"},
+    {"-type 1 -ip $IP -vip $IP", "Cluster virtual IP cannot be duplicated with local IP: $IP\n",
+     "集群虚拟IP不能与本机IP相同：$IP\n", true},
+    {"-type 1 -ip 0 -vip junk -systemfile 3 -logs 2", "Minimum system file size is 4MB!\n", "系统文件最小为4MB！\n"},
+    {"-type 1 -ip 0 -vip 255.255.255.255 -systemfile 4 -logs 2", "Log arrays are minimum 3 and maximum 64! \n",
+     "活动日志组最少3组，最多64组！\n"},
+    {"-type 1 -ip 0 -vip '' -systemfile 4 -logs 65", "Log arrays are minimum 3 and maximum 64! \n",
+     "活动日志组最少3组，最多64组！\n"},
+    {"-type 1 -ip 0 -systemfile 4 -logs 64 -datafile 999999999999999999999999999999 -kvfile 9223372036854775807",
+     "Installation failed due to insufficient available memory!\n", "可用内存不足，安装失败！\n"},
+    // A slave.
+    {"-type 2 -ip 0", "IP Format is error: 0\n", "IP格式错误：0\n"},
+    {"-type 2 -ip 203.0.113.77", "Local IP does not exist, please reenter local IP\n",
+     "本机IP不存在，请重新输入本机IP\n"},
+    {"-type 2 -ip $IP -masterip 10.1.3", "IP format is error, please enter master IP: 10.1.0.3\n",
+     "IP格式错误，请输入主节点IP：10.1.0.3\n", true},
+    {"-type 2 -ip $IP", "IP format is error, please enter master IP: 255.255.255.255\n",
+     "IP格式错误，请输入主节点IP：255.255.255.255\n", true},
+    {"-Type 2 -ip $IP -masterip 10.1.2.3 -masterport 8000 -user root -password", "", "", true},
+};
+
+TEST(SetupDriver, RefusesArguments) {
+    const Installation stInstallations[] = {Installation(0), Installation(1)};
+    for (const REFUSALROW& stRow : g_stRefusals) {
+        if (stRow.m_bNeedsAddress && MachineAddress().empty()) continue;
+        for (const int nLanguage : {0, 1}) {
+            const Installation& stInstallation = stInstallations[nLanguage];
+            EXPECT_EQ(
+                stInstallation.Run(stRow.m_lpszArguments),
+                stInstallation.Fill(nLanguage == 1 ? stRow.m_lpszChinese : stRow.m_lpszEnglish) + FAILED[nLanguage])
+                << stRow.m_lpszArguments;
+            EXPECT_FALSE(std::filesystem::exists(stInstallation.SystemFile()));
+        }
+    }
+}
+
+struct CREATIONROW {
+    const char* m_lpszArguments;
+    std::size_t m_nFileSize;
+    const char* m_lpszListenIP;
+    const char* m_lpszVirtualIP;
+    /** Host from which root may log in. */
+    const char* m_lpszHost;
+};
+
+const CREATIONROW g_stCreations[] = {
+    {"-type 1 -ip 0 -systemfile 5 -logs 3", 5, "0.0.0.0", "", "localhost"},
+    {"-ip 0.0.0.0 -TYPE 1 -systemfile 4x -logs 64 -vip junk -cachesize", 4, "0.0.0.0", "junk", "localhost"},
+    {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict 0 -datafile 7 -vip 10.1.2.3", 4, "0.0.0.0", "10.1.2.3", "%"},
+    {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict no", 4, "0.0.0.0", "", "localhost"},
+    {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict 4294967296", 4, "0.0.0.0", "", "localhost"},
+    {"-type 1 -ip $IP -systemfile 4 -logs 4 -ip", 4, "$IP", "", "localhost"},
+    // The size is shifted in 32 bits.
+    {"-type 1 -ip 0 -systemfile 4101 -logs 4", 5, "0.0.0.0", "", "localhost"},
+};
+
+TEST(SetupDriver, CreatesTheSystemFile) {
+    int nLanguage = 0;
+    for (const CREATIONROW& stRow : g_stCreations) {
+        if (stRow.m_lpszListenIP[0] == '$' && MachineAddress().empty()) continue;
+        if (std::string_view(stRow.m_lpszArguments).find("4101") != std::string_view::npos && MachineMegabytes() < 8000)
+            continue;
+        nLanguage = 1 - nLanguage;
+        const Installation stInstallation(nLanguage);
+        const std::string strOutput = stInstallation.Run(stRow.m_lpszArguments);
+        EXPECT_EQ(strOutput, std::string(CREATED[nLanguage]) + FAILED[nLanguage]) << stRow.m_lpszArguments;
+        const std::string strFile = ReadFile(stInstallation.SystemFile());
+        EXPECT_EQ(strFile.size(), stRow.m_nFileSize << 20);
+        // The record of the user root: the only 8-byte name in front of the host, which stands 68 bytes behind it.
+        const std::size_t nRoot = strFile.find(std::string("root\0\0\0\0", 8));
+        ASSERT_NE(nRoot, strFile.npos);
+        EXPECT_STREQ(strFile.c_str() + nRoot + 68, stRow.m_lpszHost) << stRow.m_lpszArguments;
+
+        const std::string strConfig = ReadFile(stInstallation.Config());
+        const std::string strListen = stInstallation.Fill(stRow.m_lpszListenIP);
+        EXPECT_NE(strConfig.find("\nlistenip=" + strListen + "\n"), strConfig.npos) << strConfig;
+        EXPECT_TRUE(strConfig.ends_with("[Config]\ncluster=" + std::string(strListen == "0.0.0.0" ? "0" : "1") +
+                                        "\nclusterlocalip=" + strListen + "\nclusterhostip=" + strListen +
+                                        "\nclusternode=0\nclustervip=" + stRow.m_lpszVirtualIP +
+                                        "\nclusteriplist=\nclusterconnectpools=32\n"))
+            << strConfig;
+    }
+}
+
+TEST(SetupDriver, StopsAtWhatIsThereAndSaysWhatItCannotWrite) {
+    const Installation stInstallation(0);
+    // A size that turns negative in 32 bits leaves the directory and an empty file behind.
+    if (MachineMegabytes() > 8000) {
+        EXPECT_TRUE(
+            stInstallation.Run("-type 1 -ip 0 -systemfile 2048 -logs 4")
+                .ends_with("Failed to create database service system file, error code: 11\n" + std::string(FAILED[0])));
+        EXPECT_EQ(ReadFile(stInstallation.SystemFile()), "");
+    } else {
+        std::filesystem::create_directory(stInstallation.Fill("$BASE/Data/Kestro"));
+    }
+    // The second run still writes the configuration first.
+    WriteFile(stInstallation.Config(), "[System]\nLanguage=0\nlistenip=1.2.3.4\n");
+    EXPECT_EQ(stInstallation.Run(GOOD_MASTER),
+              stInstallation.Fill("Failed to create database, database already exists, database path: "
+                                  "$BASE/Data/Kestro/\n") +
+                  FAILED[0]);
+    EXPECT_NE(ReadFile(stInstallation.Config()).find("listenip=0.0.0.0"), std::string::npos);
+
+    // Without a configuration that can be read or written the run says so once and goes on. The time zone of UTC+8
+    // makes it Chinese.
+    std::filesystem::remove_all(stInstallation.Fill("$BASE/Data/Kestro"));
+    std::filesystem::remove(stInstallation.Config());
+    std::filesystem::create_directory(stInstallation.Config());
+    setenv("TZ", "CST-8", 1);
+    EXPECT_EQ(stInstallation.Run(GOOD_MASTER), "正在创建数据库服务系统文件...\n无法写入配置文件，文件路径：" +
+                                                   stInstallation.Config() + "\n创建数据库服务系统文件成功！\n" +
+                                                   FAILED[1]);
+    // Without Data/ the instance directory can't be made, nor the file in it.
+    std::filesystem::remove_all(stInstallation.Fill("$BASE/Data"));
+    EXPECT_TRUE(stInstallation.Run(GOOD_MASTER)
+                    .ends_with("创建数据库服务系统文件失败，错误代码：2\n" + std::string(FAILED[1])));
+    unsetenv("TZ");
+}
+
+TEST(SetupDriver, WarnsWhenMemoryIsTight) {
+    const long long nLimit = MachineMegabytes() - 1024;
+    const Installation stInstallation(0);
+    // Its own 256 MB of undo area are counted.
+    const std::string strSize = std::to_string(nLimit * 87 / 100 - 389);
+    const std::string strArguments = GOOD_MASTER + ("-datafile 0 -kvfile " + strSize);
+    EXPECT_EQ(stInstallation.Run(strArguments),
+              "The system has less available memory, which may cause unknown problems in operation!\n" +
+                  std::string(CREATED[0]) + FAILED[0]);
+    WriteFile(stInstallation.Config(), "[System]\nLanguage=0\nundoareasize=" + std::to_string(nLimit / 5) + "\n");
+    EXPECT_EQ(stInstallation.Run(strArguments),
+              "Installation failed due to insufficient available memory!\n" + std::string(FAILED[0]));
+}
+
+TEST(SetupDriver, FailsCleanlyWhereItsPathIsTooLong) {
+    // With this base all paths fit, and with one byte more the configuration's doesn't.
+    const std::size_t nFits = 259 - std::string("/bin/KestroConfig.ini").size();
+    const std::size_t nScratch = ScratchDir().Path().size() + 1;
+    for (const std::size_t nLen : {nFits, nFits + 1, nFits + 100}) {
+        std::string strBase(nLen - nScratch, 'd');
+        for (std::size_t n = 100; n < strBase.size(); n += 100)
+            strBase[n] = '/';
+        const Installation stInstallation(0, strBase);
+        const std::string strOutput = stInstallation.Run(GOOD_MASTER);
+        if (nLen == nFits)
+            EXPECT_EQ(strOutput, std::string(CREATED[0]) + FAILED[0]);
+        else
+            EXPECT_TRUE(strOutput.starts_with("The installation directory cannot be determined, the program path ") &&
+                        strOutput.ends_with("\n" + std::string(FAILED[0])))
+                << strOutput;
+    }
+}
+
+TEST(SetupDriver, GoesOnBehindAnEndOfInputTypedOnATerminal) {
+    const Installation stInstallation(0);
+    const std::string strPrompt = ">> Selection of installation mode: ";
+    const std::string strMenu =
+        "Installation mode: 1 --Master node; 2 --Slave node; 4 --Standby node; 0 --Exit procedure\n" + strPrompt;
+    const std::string strAgain = strMenu + "Input parameter error, please reselect!\n" + strPrompt;
+    CTerminalProgram stTerminal(stInstallation.Arguments(""));
+    ASSERT_TRUE(stTerminal.ReadUntil(strMenu));
+    stTerminal.Type("\x04");
+    ASSERT_TRUE(stTerminal.ReadUntil(strAgain));
+    stTerminal.Type("0\n");
+    EXPECT_EQ(stTerminal.Finish().m_strOutput, strAgain + "0\n" + FAILED[0]);
+}
+
+TEST(SetupDriver, SurvivesHostileArgumentsAndInput) {
+    const Installation stInstallation(0);
+    const std::string strLong(120'000, 'x');
+    std::vector<std::string> strArguments = stInstallation.Arguments("-type 1");
+    for (int i = 0; i < 8; ++i) {
+        strArguments.push_back("-vip");
+        strArguments.push_back(strLong);
+    }
+    EXPECT_EQ(RunProgram(strArguments).m_strOutput,
+              "Parameter value is too long, at most 31 bytes, parameter: -vip\n" + std::string(FAILED[0]));
+    EXPECT_EQ(stInstallation.Run("-type 1 " + strLong), "Unknown parameter：" + strLong + "\n" + FAILED[0]);
+
+    std::mt19937 stRandom(20170320);
+    const std::string strPieces[] = {"1\n",  "2\n",   "4\n",  "re\n", "0\n0\n4\n", "\n\n\n\n\n\n4\n",
+                                     "no",   " yes ", "\n",   "%n%s", "\\",        std::string("\0\n", 2),
+                                     "-1\n", "5\n",   "\xEF", strLong};
+    for (int nRound = 0; nRound < 40; ++nRound) {
+        std::string strInput;
+        for (int i = 0; i < 60; ++i) {
+            const unsigned nPick = stRandom() % 24;
+            if (nPick < std::size(strPieces))
+                strInput += strPieces[nPick];
+            else
+                strInput += static_cast<char>(stRandom());
+        }
+        // From any prompt one of these leaves.
+        for (int i = 0; i < 3; ++i)
+            strInput += "\n\\q\n0\nno\n";
+        EXPECT_TRUE(stInstallation.Run("", strInput).ends_with("\n" + std::string(FAILED[0]))) << nRound;
+    }
+}
+
+} // namespace
