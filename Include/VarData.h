@@ -34,6 +34,34 @@ enum KESTROFIELDTYPE : BYTE {
     VT_SET = 248,
 };
 
+/** A day: 4 bytes. Years 1 to 65535. */
+struct KESTRO_PACKED KESTRODATE {
+    /** 1 to 31. */
+    BYTE m_bDay;
+    /** 1 to 12. */
+    BYTE m_bMonth;
+    std::uint16_t m_sYear;
+};
+
+/** A time of day or a duration: 4 bytes. */
+struct KESTRO_PACKED KESTROTIME {
+    /** 0 to 59. */
+    BYTE m_bSecond;
+    /** 0 to 59. */
+    BYTE m_bMintue;
+    /** 0 to 23. */
+    BYTE m_bHour;
+    /** Whole days, -127 to 127, with the sign of the whole; `KESTRO_MINUS_ZERO_DAYS`: a negative time below one day. */
+    signed char m_nDay;
+};
+
+constexpr signed char KESTRO_MINUS_ZERO_DAYS = -128;
+
+static_assert(sizeof(KESTRODATE) == 4 && sizeof(KESTROTIME) == 4);
+
+/** Days since 30 December 1899, the time of day as fraction; the fraction of a negative value points away from zero. */
+using DATE = double;
+
 /**
  * The dynamically typed value, 28 bytes: a type code, three side flags, a 20-byte overlay with a string face (types 5
  * to 8, 30, 31, 127) and a number face (all others), and a counter. Byte 7 is the owner flag of one face and the

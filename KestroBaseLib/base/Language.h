@@ -52,9 +52,14 @@ struct MESSAGE {
     }
 };
 
-/** The text of a message in the language in use: the one place that chooses. */
+/** Whether texts are Chinese: the one place that decides. */
+inline bool IsChinese() {
+    return g_nLanguage_Chinese == 1;
+}
+
+/** The text of a message in the language in use. */
 inline const char* Text(const MESSAGE& stMessage) {
-    return g_nLanguage_Chinese == 1 ? stMessage.m_lpszChinese : stMessage.m_lpszEnglish;
+    return IsChinese() ? stMessage.m_lpszChinese : stMessage.m_lpszEnglish;
 }
 
 /** Whether an argument of type T fits a conversion of the length given: s, d or i, u or x, each with ll where wide. */

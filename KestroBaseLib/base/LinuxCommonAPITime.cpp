@@ -1,0 +1,33 @@
+// Time of day and the microsecond counter, both from the platform's clock.
+
+#include <ctime>
+
+#include "LinuxCommonAPI.h"
+#include "Platform.h"
+
+void GetLocalTime(LPSYSTEMTIME lpTime) {
+    const std::int64_t nNow = NowMicroseconds();
+    const std::time_t nSeconds = nNow / 1'000'000;
+    std::tm stLocal{};
+    // Unlike localtime, localtime_r may keep an old zone by itself.
+    tzset();
+    localtime_r(&nSeconds, &stLocal);
+    lpTime->wYear = static_cast<WORD>(stLocal.tm_year + 1900);
+    lpTime->wMonth = static_cast<WORD>(stLocal.tm_mon + 1);
+    lpTime->wDay = static_cast<WORD>(stLocal.tm_mday);
+    lpTime->wHour = static_cast<WORD>(stLocal.tm_hour);
+    lpTime->wMinute = static_cast<WORD>(stLocal.tm_min);
+    lpTime->wSecond = static_cast<WORD>(stLocal.tm_sec);
+    lpTime->wMilliseconds = static_cast<WORD>(nNow % 1'000'000 / 1000);
+}
+
+BOOL QueryPerformanceCounter(long long* lpCounter) {
+    *lpCounter = NowMicroseconds();
+    return 1;
+}
+
+void TimeraddMS(timeval* lpTime, DWORD nMilliseconds) {
+    const std::int64_t nMicroseconds = lpTime->tv_usec + std::int64_t{nMilliseconds} * 1000;
+    lpTime->tv_sec += nMicroseconds / 1'000'000;
+    lpTime->tv_usec = nMicroseconds % 1'000'000;
+}
