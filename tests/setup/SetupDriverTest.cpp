@@ -13,9 +13,9 @@
 
 namespace {
 
-const char* const FAILED[] = {"Failed to create database service! Setup Exit...\n",
+const std::string FAILED[] = {"Failed to create database service! Setup Exit...\n",
                               "创建数据库服务失败！安装程序退出...\n"};
-const char* const CREATED[] = {
+const std::string CREATED[] = {
     "Create database service system files...\nCreate database service system file successfully!\n",
     "正在创建数据库服务系统文件...\n创建数据库服务系统文件成功！\n"};
 
@@ -174,8 +174,7 @@ TEST(SetupDriver, LeavesWhereTheTextOffersIt) {
     }
     for (const std::string& strInput : strPaths) {
         const std::string strOutput = stInstallation.Run("", strInput);
-        EXPECT_TRUE(strOutput.ends_with(": \n" + std::string(FAILED[0])) ||
-                    strOutput.ends_with(":  \n" + std::string(FAILED[0])))
+        EXPECT_TRUE(strOutput.ends_with(": \n" + FAILED[0]) || strOutput.ends_with(":  \n" + FAILED[0]))
             << strInput << strOutput;
     }
     EXPECT_EQ(ReadFile(stInstallation.Config()), "[System]\nLanguage=0\n[Config]\n") << "nothing is written";
@@ -280,7 +279,7 @@ TEST(SetupDriver, CreatesTheSystemFile) {
         nLanguage = 1 - nLanguage;
         const Installation stInstallation(nLanguage);
         const std::string strOutput = stInstallation.Run(stRow.m_lpszArguments);
-        EXPECT_EQ(strOutput, std::string(CREATED[nLanguage]) + FAILED[nLanguage]) << stRow.m_lpszArguments;
+        EXPECT_EQ(strOutput, CREATED[nLanguage] + FAILED[nLanguage]) << stRow.m_lpszArguments;
         const std::string strFile = ReadFile(stInstallation.SystemFile());
         EXPECT_EQ(strFile.size(), stRow.m_nFileSize << 20);
         // The record of the user root: the only 8-byte name in front of the host, which stands 68 bytes behind it.
@@ -303,9 +302,8 @@ TEST(SetupDriver, StopsAtWhatIsThereAndSaysWhatItCannotWrite) {
     const Installation stInstallation(0);
     // A size that turns negative in 32 bits leaves the directory and an empty file behind.
     if (MachineMegabytes() > 8000) {
-        EXPECT_TRUE(
-            stInstallation.Run("-type 1 -ip 0 -systemfile 2048 -logs 4")
-                .ends_with("Failed to create database service system file, error code: 11\n" + std::string(FAILED[0])));
+        EXPECT_TRUE(stInstallation.Run("-type 1 -ip 0 -systemfile 2048 -logs 4")
+                        .ends_with("Failed to create database service system file, error code: 11\n" + FAILED[0]));
         EXPECT_EQ(ReadFile(stInstallation.SystemFile()), "");
     } else {
         std::filesystem::create_directory(stInstallation.Fill("$BASE/Data/Kestro"));
@@ -329,8 +327,7 @@ TEST(SetupDriver, StopsAtWhatIsThereAndSaysWhatItCannotWrite) {
                                                    FAILED[1]);
     // Without Data/ the instance directory can't be made, nor the file in it.
     std::filesystem::remove_all(stInstallation.Fill("$BASE/Data"));
-    EXPECT_TRUE(stInstallation.Run(GOOD_MASTER)
-                    .ends_with("创建数据库服务系统文件失败，错误代码：2\n" + std::string(FAILED[1])));
+    EXPECT_TRUE(stInstallation.Run(GOOD_MASTER).ends_with("创建数据库服务系统文件失败，错误代码：2\n" + FAILED[1]));
     unsetenv("TZ");
 }
 
@@ -341,11 +338,11 @@ TEST(SetupDriver, WarnsWhenMemoryIsTight) {
     const std::string strSize = std::to_string(nLimit * 87 / 100 - 389);
     const std::string strArguments = GOOD_MASTER + ("-datafile 0 -kvfile " + strSize);
     EXPECT_EQ(stInstallation.Run(strArguments),
-              "The system has less available memory, which may cause unknown problems in operation!\n" +
-                  std::string(CREATED[0]) + FAILED[0]);
+              "The system has less available memory, which may cause unknown problems in operation!\n" + CREATED[0] +
+                  FAILED[0]);
     WriteFile(stInstallation.Config(), "[System]\nLanguage=0\nundoareasize=" + std::to_string(nLimit / 5) + "\n");
     EXPECT_EQ(stInstallation.Run(strArguments),
-              "Installation failed due to insufficient available memory!\n" + std::string(FAILED[0]));
+              "Installation failed due to insufficient available memory!\n" + FAILED[0]);
 }
 
 TEST(SetupDriver, FailsCleanlyWhereItsPathIsTooLong) {
@@ -359,10 +356,10 @@ TEST(SetupDriver, FailsCleanlyWhereItsPathIsTooLong) {
         const Installation stInstallation(0, strBase);
         const std::string strOutput = stInstallation.Run(GOOD_MASTER);
         if (nLen == nFits)
-            EXPECT_EQ(strOutput, std::string(CREATED[0]) + FAILED[0]);
+            EXPECT_EQ(strOutput, CREATED[0] + FAILED[0]);
         else
             EXPECT_TRUE(strOutput.starts_with("The installation directory cannot be determined, the program path ") &&
-                        strOutput.ends_with("\n" + std::string(FAILED[0])))
+                        strOutput.ends_with("\n" + FAILED[0]))
                 << strOutput;
     }
 }
@@ -390,7 +387,7 @@ TEST(SetupDriver, SurvivesHostileArgumentsAndInput) {
         strArguments.push_back(strLong);
     }
     EXPECT_EQ(RunProgram(strArguments).m_strOutput,
-              "Parameter value is too long, at most 31 bytes, parameter: -vip\n" + std::string(FAILED[0]));
+              "Parameter value is too long, at most 31 bytes, parameter: -vip\n" + FAILED[0]);
     EXPECT_EQ(stInstallation.Run("-type 1 " + strLong), "Unknown parameter：" + strLong + "\n" + FAILED[0]);
 
     std::mt19937 stRandom(20170320);
@@ -409,7 +406,7 @@ TEST(SetupDriver, SurvivesHostileArgumentsAndInput) {
         // From any prompt one of these leaves.
         for (int i = 0; i < 3; ++i)
             strInput += "\n\\q\n0\nno\n";
-        EXPECT_TRUE(stInstallation.Run("", strInput).ends_with("\n" + std::string(FAILED[0]))) << nRound;
+        EXPECT_TRUE(stInstallation.Run("", strInput).ends_with("\n" + FAILED[0])) << nRound;
     }
 }
 
