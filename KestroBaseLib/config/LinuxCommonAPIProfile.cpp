@@ -3,9 +3,10 @@
 
 #include "LinuxCommonAPIProfile.h"
 
-#include <algorithm>
+#include <cstdio>
 #include <cstring>
 
+#include "CommonDataDefNumber.h"
 #include "LinuxCommonAPI.h"
 #include "LinuxCommonAPIProfileLines.h"
 
@@ -103,4 +104,12 @@ int GetPrivateProfileString(const char* lpszSection, const char* lpszKey, const 
     if (strText.starts_with(BYTE_ORDER_MARK)) strText.remove_prefix(BYTE_ORDER_MARK.size());
     if (!lpszSection) return ListSections(strText, stResult);
     return LookUp(strText, Trim(lpszSection), lpszKey, strDefault, stResult);
+}
+
+int GetPrivateProfileInt(const char* lpszSection, const char* lpszKey, int nDefault, const char* lpszFile) {
+    char szDefault[16];
+    std::snprintf(szDefault, sizeof(szDefault), "%d", nDefault);
+    char szValue[32];
+    (void)GetPrivateProfileString(lpszSection, lpszKey, szDefault, szValue, sizeof(szValue), lpszFile);
+    return StringToInt(szValue);
 }
