@@ -23,7 +23,7 @@ TEST(SetupJoin, WritesItsConfigurationInOrder) {
     WriteJoinConfig(stParam);
     EXPECT_EQ(ReadFile(g_lpConfigPath),
               "[System]\nlistenip=10.1.2.3\n[Config]\ncluster=1\nclusternode=0\nclusterlocalip=10.1.2.3\n"
-              "clusterhostip=192.168.0.4\nclustervip=0.0.0.0\nclusteriplist=\nclusterconnectpools=32\n");
+              "clusterhostip=192.168.0.4\nclustervip=0.0.0.0\nclusteriplist=\nclusterconnectpools=32\n\n");
 }
 
 TEST(SetupJoin, AsksForAnotherMaster) {
