@@ -15,6 +15,7 @@
 #include <memory>
 #include <new>
 
+#include "KestroErrorCode.h"
 #include "LinuxCommonAPIProfile.h"
 #include "Platform.h"
 #include "SetupConfig.h"
@@ -98,7 +99,7 @@ int CreateSystemDataFile(long long nFileSize, char* cachesize, char* logs, int n
     std::snprintf(lpszPath, sizeof(lpszPath), "%sSystem.dbf", g_lpDatabasePath);
     if (access(lpszPath, F_OK) == 0) {
         Say<MSG_SYSTEM_FILE_EXISTS>(lpszPath);
-        return SYSTEMFILE_FAILED;
+        return ERR_FAILED;
     }
     STREAMPTR pFile(std::fopen(lpszPath, "w+"));
     if (!pFile) {

@@ -6,14 +6,6 @@
 // objects with their first records. All functions run on the main thread; failures are told on standard output where
 // they are met, and each answers 0 for success.
 
-/** Codes of the functions below. */
-constexpr int SYSTEMFILE_FAILED = 1;
-constexpr int SYSTEMFILE_COPY_FAILED = 2;
-constexpr int SYSTEMFILE_OBJECT_EMPTY = 4;
-constexpr int SYSTEMFILE_NO_SPACE = 11;
-constexpr int SYSTEMFILE_OBJECT_IN_USE = 20;
-constexpr int SYSTEMFILE_BLOCK_FULL = 1000;
-
 /** Size of the buffer that the functions below take, and of the longest piece written. */
 constexpr int SYSTEMFILE_BUFFER_SIZE = 0x400000;
 

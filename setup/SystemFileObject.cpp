@@ -3,9 +3,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <new>
+#include <string_view>
 
+#include "KestroErrorCode.h"
 #include "Platform.h"
 #include "SystemFile.h"
 #include "SystemFileMessages.h"
@@ -99,8 +100,8 @@ SYSTEMBLOCKHEAD* Block(BYTE* pBuffer, long long nBlockOffset) {
 
 // A text into a zeroed field; cut to the field, without a terminator if it fills it.
 template <std::size_t N>
-void SetText(char (&lpField)[N], const char* lpszText) {
-    std::memcpy(lpField, lpszText, strnlen(lpszText, N));
+void SetText(char (&lpField)[N], std::string_view strText) {
+    strText.copy(lpField, N);
 }
 
 int FreeBytes(const SYSTEMBLOCKHEAD* lpBlock) {
@@ -149,7 +150,7 @@ int AllocateBlock(BYTE* pBuffer, int nObjectID, std::uint64_t nStamp, SYSTEMBLOC
     if (lpHead->m_nObjectMapCount == 0) StartObjectMap(pBuffer);
     if (lpHead->m_nFreeBlockList != 0) {
         Say<MSG_FREE_BLOCKS>();
-        return SYSTEMFILE_OBJECT_IN_USE;
+        return ERR_OBJECT_ID;
     }
     lpHead->m_nBlockCount += 1;
     // A block beyond the buffer can't be built and counts as one beyond the file.
@@ -157,7 +158,7 @@ int AllocateBlock(BYTE* pBuffer, int nObjectID, std::uint64_t nStamp, SYSTEMBLOC
     const long long nSpaceEnd = std::min<long long>(lpHead->m_nFileSize, SYSTEMFILE_BUFFER_SIZE);
     if (nSpaceEnd <= nBlockOffset + SYSTEMFILE_BLOCK_SIZE - 1) {
         Say<MSG_FILE_FULL>(lpHead->m_nFileSize, nBlockOffset, SYSTEMFILE_BLOCK_SIZE);
-        return SYSTEMFILE_NO_SPACE;
+        return ERR_NO_SPACE;
     }
 
     auto* lpMap = reinterpret_cast<OBJECTMAP*>(pBuffer + SYSTEMFILE_MAP_OFFSET);
@@ -188,7 +189,7 @@ int AddRootUser(SYSTEMBLOCKHEAD* lpBlock, std::uint64_t nStamp, int nUserRestric
     // Less than a record would do here, but the block is a fresh one and has it.
     if (FreeBytes(lpBlock) < 9) {
         Say<MSG_ROOT_USER_FAILED>();
-        return SYSTEMFILE_FAILED;
+        return ERR_FAILED;
     }
     const int nUserID = lpBlock->m_nNextRecordID;
     auto* lpUser = AppendRecord<USERRECORD>(lpBlock);
@@ -228,12 +229,12 @@ int CreateSystemObject(unsigned char* pBuffer, int nObjectID, long long nStamp, 
     SYSTEMOBJECTROW& stRow = Head(pBuffer)->m_arSystemObject[bHasRow ? nObjectID : 0];
     if (!bHasRow || stRow.m_nObjectID != 0) {
         Say<MSG_OBJECT_USED>(nObjectID);
-        return SYSTEMFILE_OBJECT_IN_USE;
+        return ERR_OBJECT_ID;
     }
     stRow.m_nObjectID = nObjectID;
     if (stRow.m_nFirstMapRow != 0) {
         Say<MSG_OBJECT_HAS_BLOCKS>();
-        return SYSTEMFILE_OBJECT_IN_USE;
+        return ERR_OBJECT_ID;
     }
     if (nObjectID < 1 || nObjectID > 99) return 0;
 
@@ -260,16 +261,16 @@ int AddAuthority(unsigned char* pBuffer, unsigned char id, const char* name, con
     SYSTEMBLOCKHEAD* lpBlock = OpenBlock(pBuffer, SYSTEMOBJECT_PRIVILEGE);
     if (!lpBlock) {
         Say<MSG_PRIVILEGE_OBJECT_EMPTY>(lpszShown);
-        return SYSTEMFILE_OBJECT_EMPTY;
+        return ERR_NULL_POINTER;
     }
     // More than the record's 164 bytes. Intended.
     if (FreeBytes(lpBlock) < 210) {
         Say<MSG_PRIVILEGE_NO_SPACE>(lpszShown);
-        return SYSTEMFILE_BLOCK_FULL;
+        return ERR_DATA_FILE_SPACE;
     }
     if (!name || !description) {
         Say<MSG_PRIVILEGE_EXCEPTION>(lpszShown, EINVAL);
-        return SYSTEMFILE_COPY_FAILED;
+        return ERR_EXCEPTION;
     }
     auto* lpPrivilege = AppendRecord<PRIVILEGERECORD>(lpBlock);
     lpPrivilege->m_bPrivilegeID = id;
@@ -281,7 +282,7 @@ int AddAuthority(unsigned char* pBuffer, unsigned char id, const char* name, con
 int AddDatabase(unsigned char* pBuffer, const char* name, unsigned char id, long long) {
     SYSTEMBLOCKHEAD* lpBlock = OpenBlock(pBuffer, SYSTEMOBJECT_DATABASE);
     // More than the record's 84 bytes. Intended.
-    if (!lpBlock || FreeBytes(lpBlock) <= 108 || !name) return SYSTEMFILE_FAILED;
+    if (!lpBlock || FreeBytes(lpBlock) <= 108 || !name) return ERR_FAILED;
     auto* lpDatabase = AppendRecord<DATABASERECORD>(lpBlock);
     SetText(lpDatabase->m_pDatabaseName, name);
     lpDatabase->m_bDatabaseID = id;
