@@ -39,13 +39,18 @@ std::string MachineAddress() {
     return strFound;
 }
 
-/** Megabytes of memory of this machine. */
-long long MachineMegabytes() {
+/** Kilobytes of memory of this machine. */
+long long MachineMemory() {
     std::istringstream stInfo(ReadFile("/proc/meminfo"));
     std::string strWord;
     long long nKilobytes = 0;
     stInfo >> strWord >> nKilobytes;
-    return nKilobytes / 1024;
+    return nKilobytes;
+}
+
+/** Enough for a system file of some 4 GB to pass the memory check. */
+bool HasMuchMemory() {
+    return MachineMemory() > 8'000'000;
 }
 
 /** A fresh tree as an operator has it before the first run. */
@@ -211,7 +216,7 @@ TEST(SetupDriver, CreatesTheSystemFile) {
     int nLanguage = 0;
     for (const CREATIONROW& stRow : g_stCreations) {
         if (stRow.m_lpszListenIP[0] == '$' && MachineAddress().empty()) continue;
-        if (std::string_view(stRow.m_lpszArguments).find("4101") != std::string_view::npos && MachineMegabytes() < 8000)
+        if (std::string_view(stRow.m_lpszArguments).find("4101") != std::string_view::npos && !HasMuchMemory())
             continue;
         nLanguage = 1 - nLanguage;
         const Installation stInstallation(nLanguage);
@@ -239,7 +244,7 @@ TEST(SetupDriver, CreatesTheSystemFile) {
 TEST(SetupDriver, StopsAtWhatIsThereAndSaysWhatItCannotWrite) {
     const Installation stInstallation(0);
     // A size that turns negative in 32 bits leaves the directory and an empty file behind.
-    if (MachineMegabytes() > 8000) {
+    if (HasMuchMemory()) {
         EXPECT_TRUE(stInstallation.Run("-type 1 -ip 0 -systemfile 2048 -logs 4")
                         .ends_with("Failed to create database service system file, error code: 11\n" + FAILED[0]));
         EXPECT_EQ(ReadFile(stInstallation.SystemFile()), "");
@@ -268,18 +273,22 @@ TEST(SetupDriver, StopsAtWhatIsThereAndSaysWhatItCannotWrite) {
     unsetenv("TZ");
 }
 
-TEST(SetupDriver, WarnsWhenMemoryIsTight) {
-    const long long nLimit = MachineMegabytes() - 1024;
+TEST(SetupDriver, LooksAtTheMachinesMemory) {
     const Installation stInstallation(0);
-    // Its own 256 MB of undo area are counted.
-    const std::string strSize = std::to_string(nLimit * 87 / 100 - 389);
-    const std::string strArguments = GOOD_MASTER + ("-datafile 0 -kvfile " + strSize);
-    EXPECT_EQ(stInstallation.Run(strArguments),
-              "The system has less available memory, which may cause unknown problems in operation!\n" + CREATED[0] +
-                  FAILED[0]);
-    WriteFile(stInstallation.Config(), "[System]\nLanguage=0\nundoareasize=" + std::to_string(nLimit / 5) + "\n");
-    EXPECT_EQ(stInstallation.Run(strArguments),
-              "Installation failed due to insufficient available memory!\n" + FAILED[0]);
+    // The most megabytes that pass beside the system file, the undo area of 256 MB and the fixed needs.
+    const auto dLimit = static_cast<double>(MachineMemory() - 1048576) * 0.95;
+    const auto nMost = static_cast<long long>(dLimit - 34049) / 1024 - 100 - 4 - 256;
+    const std::string strWarning =
+        "The system has less available memory, which may cause unknown problems in operation!\n";
+    const std::string strRefusal = "Installation failed due to insufficient available memory!\n" + FAILED[0];
+    const auto With = [&](long long nSize) {
+        return stInstallation.Run(GOOD_MASTER +
+                                  ("-datafile 8 -tablefile 99999999 -kvfile " + std::to_string(nSize - 8)));
+    };
+    EXPECT_EQ(With(nMost + 1), strRefusal);
+    EXPECT_EQ(With(nMost), strWarning + CREATED[0] + FAILED[0]);
+    WriteFile(stInstallation.Config(), "[System]\nLanguage=0\nundoareasize=257\n");
+    EXPECT_EQ(With(nMost), strRefusal);
 }
 
 TEST(SetupDriver, FailsCleanlyWhereItsPathIsTooLong) {
