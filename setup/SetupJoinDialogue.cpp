@@ -73,8 +73,6 @@ DIALOGUEEND AskJoin(CSetupLine& stInput, int nMode, SETUPPARAM& stParam, bool bM
     const DIALOGUEEND nEnd = AskConfirmation(stInput, MSG_JOIN_VERIFY_PROMPT, MSG_JOIN_RESELECT, TrimLastBlanks);
     if (nEnd != DIALOGUEEND::Confirmed) return nEnd;
 
-    KeepText(stParam.m_szUser, "");
-    KeepText(stParam.m_szPassword, "");
     SayText(*g_stUserStep.m_lpText);
     if (!AskStep(stInput, g_stUserStep, stParam)) return DIALOGUEEND::Quit;
     SayText(MSG_PASSWORD_PROMPT);

@@ -1,6 +1,7 @@
 #include "SetupLine.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <memory>
 #include <string>
@@ -56,8 +57,7 @@ TEST(SetupLine, WaitsBehindTheEndOfTheInput) {
         EXPECT_EQ(g_nSeconds, i <= 10 ? 0 : i - 10);
     }
     // Input that comes after all ends the waiting.
-    std::fputs("later\n", pFile.get());
-    std::fseek(pFile.get(), -6, SEEK_END);
+    ASSERT_EQ(pwrite(fileno(pFile.get()), "later\n", 6, 6), 6);
     EXPECT_STREQ(stInput.Read(), "later");
     g_nSeconds = 0;
     EXPECT_STREQ(stInput.Read(), "");

@@ -82,14 +82,15 @@ public:
         if (m_nChild < 0) throw std::runtime_error("no terminal");
         if (m_nChild == 0) ExecuteProgram(strArguments);
     }
+    /** Hangs up on a program that still runs. */
     ~CTerminalProgram() {
         close(m_nTerminal);
-        if (!m_bEnded) waitpid(m_nChild, nullptr, 0);
+        if (m_nChild > 0) waitpid(m_nChild, nullptr, 0);
     }
     CTerminalProgram(const CTerminalProgram&) = delete;
     CTerminalProgram& operator=(const CTerminalProgram&) = delete;
 
-    /** Reads until the terminal shows the text, or anything else. False: it doesn't, or the program has ended. */
+    /** Reads until the terminal shows the text, or anything else. False: it doesn't. */
     bool ReadUntil(std::string_view strText) {
         while (m_strShown.size() < strText.size() && strText.starts_with(m_strShown))
             if (!ReadSome()) return false;
@@ -100,14 +101,17 @@ public:
         if (write(m_nTerminal, strText.data(), strText.size()) < 0) throw std::runtime_error("the terminal is gone");
     }
 
-    /** Reads to the end of the run: all that the terminal has shown. */
-    PROGRAMRUN Finish() {
+    /** All that the terminal has shown. */
+    const std::string& Shown() const { return m_strShown; }
+
+    /** Waits for the end of the run and answers its status as `waitpid` does. */
+    int Finish() {
         while (ReadSome()) {
         }
-        PROGRAMRUN stRun{m_strShown, "", -1};
-        waitpid(m_nChild, &stRun.m_nStatus, 0);
-        m_bEnded = true;
-        return stRun;
+        int nStatus = -1;
+        waitpid(m_nChild, &nStatus, 0);
+        m_nChild = -1;
+        return nStatus;
     }
 
 private:
@@ -121,6 +125,5 @@ private:
 
     pid_t m_nChild = -1;
     int m_nTerminal = -1;
-    bool m_bEnded = false;
     std::string m_strShown;
 };
