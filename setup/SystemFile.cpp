@@ -16,6 +16,7 @@
 #include <new>
 
 #include "KestroErrorCode.h"
+#include "LinuxCommonAPI.h"
 #include "LinuxCommonAPIProfile.h"
 #include "Platform.h"
 #include "SetupConfig.h"
@@ -27,11 +28,7 @@ namespace {
 struct FREEMEMORY {
     void operator()(void* lpMemory) const { std::free(lpMemory); }
 };
-struct CLOSESTREAM {
-    void operator()(std::FILE* lpFile) const { std::fclose(lpFile); }
-};
 using BUFFERPTR = std::unique_ptr<BYTE, FREEMEMORY>;
-using STREAMPTR = std::unique_ptr<std::FILE, CLOSESTREAM>;
 
 // The objects that every instance begins with, in the order of their blocks.
 constexpr int SYSTEMFILE_INITIAL_OBJECTS[] = {

@@ -15,7 +15,7 @@ inline constexpr MESSAGE MSG_SYSTEM_FILE_NOT_CREATED{
     "Failed to create database service system file! File path: %s, Error code: %d! \n"};
 
 inline constexpr MESSAGE MSG_OBJECT_USED{
-    "创建系统对象时，对应的对象已被使用，对象 ID：%d\n",
+    "创建系统对象时，对应的对象已被使用，对象ID：%d\n",
     "When creating a system object, the corresponding object is used, and the object ID is：%d\n"};
 
 inline constexpr MESSAGE MSG_OBJECT_HAS_BLOCKS{"创建系统对象时，新对象已经拥有数据块！\n",
@@ -30,7 +30,7 @@ inline constexpr MESSAGE MSG_FILE_FULL{
     "When allocating data blocks, it is found that the remaining space is insufficient, file size:%lld, current free "
     "location:%lld, and the space size to be allocated is:%d\n"};
 
-inline constexpr MESSAGE MSG_ROOT_USER_FAILED{"添加 ROOT 用户失败，数据块空间不足！\n",
+inline constexpr MESSAGE MSG_ROOT_USER_FAILED{"添加ROOT用户失败，数据块空间不足！\n",
                                               "Failed to add ROOT users, insufficient space in the block!\n"};
 
 inline constexpr MESSAGE MSG_FIRST_PRIVILEGE_FAILED{
@@ -50,4 +50,4 @@ inline constexpr MESSAGE MSG_PRIVILEGE_EXCEPTION{
     "添加权限时发生未知异常，权限名称：%s，错误代码：%d\n",
     "An unknown exception occurs when permissions are added, Permission name：%s, Error code: %d\n"};
 
-inline constexpr MESSAGE MSG_LOCAL_IP_LIST{"无法获取本机 IP 列表（%d）！\n", "Unable to get local IP list(%d)！\n"};
+inline constexpr MESSAGE MSG_LOCAL_IP_LIST{"无法获取本机IP列表（%d）！\n", "Unable to get local IP list(%d)！\n"};

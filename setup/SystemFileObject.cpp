@@ -20,7 +20,7 @@ struct OBJECTSIZE {
 
 // Record sizes by object; a reader of the file must know them.
 constexpr OBJECTSIZE SYSTEMFILE_RECORD_SIZES[] = {
-    {1, sizeof(SYSTEMROOTRECORD)},
+    {1, sizeof(OBJECT1RECORD)},
     {2, 24},
     {3, 72},
     {4, 68},
@@ -28,7 +28,7 @@ constexpr OBJECTSIZE SYSTEMFILE_RECORD_SIZES[] = {
     {7, 192},
     {SYSTEMOBJECT_USER, sizeof(USERRECORD)},
     {SYSTEMOBJECT_PRIVILEGE, sizeof(PRIVILEGERECORD)},
-    {10, sizeof(SYSTEMROOTRECORD)},
+    {10, sizeof(OBJECT1RECORD)},
     {SYSTEMOBJECT_DATABASE, sizeof(DATABASERECORD)},
     {12, 424},
     {13, 88},
@@ -94,10 +94,6 @@ SYSTEMFILEHEAD* Head(BYTE* pBuffer) {
     return reinterpret_cast<SYSTEMFILEHEAD*>(pBuffer);
 }
 
-SYSTEMBLOCKHEAD* Block(BYTE* pBuffer, long long nBlockOffset) {
-    return reinterpret_cast<SYSTEMBLOCKHEAD*>(pBuffer + nBlockOffset);
-}
-
 // A text into a zeroed field; cut to the field, without a terminator if it fills it.
 template <std::size_t N>
 void SetText(char (&lpField)[N], std::string_view strText) {
@@ -128,7 +124,7 @@ SYSTEMBLOCKHEAD* OpenBlock(BYTE* pBuffer, int nObjectID) {
     if (nMapRow < SYSTEMFILE_MAP_OFFSET || nMapRow > SYSTEMFILE_DATA_START - int{sizeof(OBJECTMAPROW)}) return nullptr;
     const long long nBlock = reinterpret_cast<OBJECTMAPROW*>(pBuffer + nMapRow)->m_nBlockOffset;
     if (nBlock < SYSTEMFILE_DATA_START || nBlock > SYSTEMFILE_BUFFER_SIZE - SYSTEMFILE_BLOCK_SIZE) return nullptr;
-    return Block(pBuffer, nBlock);
+    return reinterpret_cast<SYSTEMBLOCKHEAD*>(pBuffer + nBlock);
 }
 
 // The geometry of the file and an empty map, set with the first block.
@@ -241,7 +237,7 @@ int CreateSystemObject(unsigned char* pBuffer, int nObjectID, long long nStamp, 
     SYSTEMBLOCKHEAD* lpBlock = nullptr;
     const int nResult = AllocateBlock(pBuffer, nObjectID, static_cast<std::uint64_t>(nStamp), lpBlock);
     if (nResult != 0) return nResult;
-    if (nObjectID == 1 || nObjectID == 10) AppendRecord<SYSTEMROOTRECORD>(lpBlock);
+    if (nObjectID == 1 || nObjectID == 10) AppendRecord<OBJECT1RECORD>(lpBlock);
     // A fixed part of the creation of each object.
     SleepMilliseconds(1);
     switch (nObjectID) {

@@ -178,7 +178,7 @@ struct KESTRO_PACKED SYSTEMBLOCKHEAD {
 };
 
 /** Record of objects 1 and 10. */
-struct KESTRO_PACKED SYSTEMROOTRECORD {
+struct KESTRO_PACKED OBJECT1RECORD {
     BYTE m_arUnused0[4];
     BYTE m_arConstant4[2] = {1, 1};
     BYTE m_arUnused6[342];
@@ -305,8 +305,8 @@ RECORD_FIELD(SYSTEMBLOCKHEAD, m_nBlockDataStructSize, 52, 4);
 RECORD_FIELD(SYSTEMBLOCKHEAD, m_nRecordCount, 56, 4);
 static_assert(sizeof(SYSTEMBLOCKHEAD) == 60);
 
-RECORD_FIELD(SYSTEMROOTRECORD, m_arConstant4, 4, 1 * 2);
-static_assert(sizeof(SYSTEMROOTRECORD) == 348);
+RECORD_FIELD(OBJECT1RECORD, m_arConstant4, 4, 1 * 2);
+static_assert(sizeof(OBJECT1RECORD) == 348);
 
 RECORD_FIELD(USERRECORD, m_nUserID, 0, 4);
 RECORD_FIELD(USERRECORD, m_nCreateTime, 4, 4);

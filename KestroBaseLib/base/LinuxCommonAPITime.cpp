@@ -1,4 +1,4 @@
-// Time of day and the microsecond counter, both from the platform's clock.
+// Time of day and the microsecond counter, both from the platform's clock, and the machine's zone.
 
 #include <ctime>
 
@@ -9,8 +9,7 @@ void GetLocalTime(LPSYSTEMTIME lpTime) {
     const std::int64_t nNow = NowMicroseconds();
     const std::time_t nSeconds = nNow / 1'000'000;
     std::tm stLocal{};
-    // Unlike localtime, localtime_r may keep an old zone by itself.
-    tzset();
+    // Without tzset, which looks at the zone's file each time: log lines take their time here.
     localtime_r(&nSeconds, &stLocal);
     lpTime->wYear = static_cast<WORD>(stLocal.tm_year + 1900);
     lpTime->wMonth = static_cast<WORD>(stLocal.tm_mon + 1);
@@ -19,6 +18,16 @@ void GetLocalTime(LPSYSTEMTIME lpTime) {
     lpTime->wMinute = static_cast<WORD>(stLocal.tm_min);
     lpTime->wSecond = static_cast<WORD>(stLocal.tm_sec);
     lpTime->wMilliseconds = static_cast<WORD>(nNow % 1'000'000 / 1000);
+}
+
+long long ZoneSeconds() {
+    std::tm stMidnight{};
+    stMidnight.tm_year = 2017 - 1900;
+    stMidnight.tm_mday = 1;
+    const std::time_t nLocal = std::mktime(&stMidnight);
+    std::tm stUtc{};
+    gmtime_r(&nLocal, &stUtc);
+    return nLocal - std::mktime(&stUtc);
 }
 
 BOOL QueryPerformanceCounter(long long* lpCounter) {

@@ -128,8 +128,8 @@ testing::AssertionResult Same(const std::string& strFile, const std::string& str
     if (strFile == strExpected) return testing::AssertionSuccess();
     if (strFile.size() != strExpected.size()) return testing::AssertionFailure() << "length " << strFile.size();
     const auto [it, itExpected] = std::ranges::mismatch(strFile, strExpected);
-    return testing::AssertionFailure() << "at 0x" << std::hex << it - strFile.begin() << ": " << (*it & 0xFF)
-                                       << " instead of " << (*itExpected & 0xFF);
+    return testing::AssertionFailure() << "at offset " << it - strFile.begin() << ": " << (*it & 0xFF) << " instead of "
+                                       << (*itExpected & 0xFF);
 }
 
 // Lowers a soft limit for as long as it lives.
