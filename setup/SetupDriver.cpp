@@ -26,7 +26,8 @@ namespace {
 
 constexpr int LISTEN_PORT_DEFAULT = 8000;
 
-// Without this, a program started with its output closed would write its messages into the files that it opens.
+// Without this, a program started with its output closed would write its messages into whatever it opens next, a
+// file or the connection to a server.
 void OpenStandardStreams() {
     int nFile = 0;
     while ((nFile = open("/dev/null", O_RDWR)) >= 0 && nFile <= STDERR_FILENO) {
