@@ -17,6 +17,10 @@ TEST(SetupPaths, FollowFromTheProgramsPlace) {
     EXPECT_STREQ(g_lpDatabasePath, "/Data/Kestro/");
     for (const char* lpszBad : {"", "kestrosetup", "/kestrosetup", "bin/kestrosetup"})
         EXPECT_FALSE(SetPaths(lpszBad)) << lpszBad;
+    // The longest of them, the configuration's, holds 259 bytes in front of its end.
+    const std::string strProgram = "/" + std::string(MAX_PATH - sizeof("//KestroConfig.ini"), 'd') + "/k";
+    EXPECT_TRUE(SetPaths(strProgram.c_str()));
+    EXPECT_FALSE(SetPaths(("/d" + strProgram.substr(1)).c_str()));
 }
 
 } // namespace
