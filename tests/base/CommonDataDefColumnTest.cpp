@@ -27,33 +27,21 @@ TEST(CommonDataDefColumnTest, IndexTypes) {
     }
 }
 
+// Type, precision, length, answer, length in the buffer (99 for untouched), client's type.
 TEST(CommonDataDefColumnTest, FieldLengthsAndClientTypes) {
-    const struct {
-        BYTE m_bType, m_bPrecision;
-        int m_nLen, m_nResult, m_nBufferLen, m_nMysql;
-    } arRow[] = {{VT_INT, 0, 0, 0, 5, 3},
-                 {VT_DATETIME, 0, 0, 0, 9, 12},
-                 {VT_CHAR, 0, 249, 0, 251, 254},
-                 {VT_CHAR, 0, 250, 0, 256, 254},
-                 {VT_BLOB, 0, 0, 0, 2, 252},
-                 {VT_VARCHAR, 0, -1, 1501, 99, 253},
-                 {VT_CLOB, 0, INT_MAX - 5, 1501, 99, 253},
-                 {VT_NULL, 0, 7, 0, 0, 253},
-                 {VT_JSON, 0, 300, 0, 301, 253},
-                 {VT_TINYINT, 0, 0, 0, 2, 1},
-                 {VT_ENUM, 0, 0, 0, 3, 253},
-                 {VT_SET, 0, 0, 1501, 99, 253},
-                 {VT_DECIMAL, 2, 0, 0, 4, 253},
-                 {VT_DECIMAL, 9, 0, 0, 7, 253},
-                 {VT_DECIMAL, 10, 0, 0, 11, 253},
-                 {VT_DECIMAL, 36, 0, 0, 19, 253},
-                 {VT_DECIMAL, 200, 0, 0, 19, 253},
-                 {VT_DECIMAL, 255, 0, 0, 19, 253}};
+    const int arRow[][6] = {
+        {VT_INT, 0, 0, 0, 5, 3},         {VT_DATETIME, 0, 0, 0, 9, 12},    {VT_CHAR, 0, 249, 0, 251, 254},
+        {VT_CHAR, 0, 250, 0, 256, 254},  {VT_BLOB, 0, 0, 0, 2, 252},       {VT_VARCHAR, 0, -1, 1501, 99, 253},
+        {VT_NULL, 0, 7, 0, 0, 253},      {VT_JSON, 0, 300, 0, 301, 253},   {VT_CLOB, 0, INT_MAX, 1501, 99, 253},
+        {VT_TINYINT, 0, 0, 0, 2, 1},     {VT_ENUM, 0, 0, 0, 3, 253},       {VT_SET, 0, 0, 1501, 99, 253},
+        {VT_DECIMAL, 2, 0, 0, 4, 253},   {VT_DECIMAL, 9, 0, 0, 7, 253},    {VT_DECIMAL, 10, 0, 0, 11, 253},
+        {VT_DECIMAL, 36, 0, 0, 19, 253}, {VT_DECIMAL, 200, 0, 0, 19, 253}, {VT_DECIMAL, 255, 0, 0, 19, 253}};
     for (const auto& r : arRow) {
         int nBufferLen = 99;
-        EXPECT_EQ(GetFieldBufferLen(r.m_bType, r.m_bPrecision, r.m_nLen, nBufferLen), r.m_nResult) << &r - arRow;
-        EXPECT_EQ(nBufferLen, r.m_nBufferLen) << &r - arRow;
-        EXPECT_EQ(GetMysqlFieldType(r.m_bType), r.m_nMysql);
+        const BYTE bType = static_cast<BYTE>(r[0]);
+        EXPECT_EQ(GetFieldBufferLen(bType, static_cast<BYTE>(r[1]), r[2], nBufferLen), r[3]) << &r - arRow;
+        EXPECT_EQ(nBufferLen, r[4]) << &r - arRow;
+        EXPECT_EQ(GetMysqlFieldType(bType), r[5]);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "CommonDataDef.h"
+#include "Fields.h"
 
 namespace {
 
@@ -24,20 +25,15 @@ TEST(CommonDataDefHexTest, EveryByteComesBack) {
     EXPECT_STREQ(szText, "");
 }
 
+// Text, limit, answer, bytes.
 TEST(CommonDataDefHexTest, ReadsWithBlanksAndStopsAtItsLimit) {
-    const struct {
-        const char* m_lpszText;
-        int m_nMax;
-        int m_nResult;
-        const char* m_lpszBytes;
-    } arRow[] = {{"4 1", 9, 0, "A"},  {" 4\t1\r\n4 2 ", 9, 0, "AB"}, {"414", 9, 0, "A"},   {"4142", 1, 0, "A"},
-                 {"41xx", 1, 0, "A"}, {"41xx", 2, 25, "A"},          {"4\xC1", 9, 25, ""}, {"", 9, 0, ""},
-                 {"4142", -1, 0, ""}, {"6a6A", 9, 0, "jj"}};
-    for (const auto& stRow : arRow) {
+    for (const char* lpszRow : {"4 1|9|0|A", " 4\t1\r\n4 2 |9|0|AB", "414|9|0|A", "4142|1|0|A", "41xx|1|0|A",
+                                "41xx|2|25|A", "4\xC1|9|25|", "|9|0|", "4142|-1|0|", "6a6A|9|0|jj"}) {
+        const auto arField = Fields(lpszRow);
         BYTE arBytes[9];
         int nLen;
-        EXPECT_EQ(CharConvertHex(stRow.m_lpszText, arBytes, stRow.m_nMax, nLen), stRow.m_nResult) << stRow.m_lpszText;
-        EXPECT_EQ(std::string(arBytes, arBytes + nLen), stRow.m_lpszBytes);
+        EXPECT_EQ(CharConvertHex(arField[0].c_str(), arBytes, std::stoi(arField[1]), nLen), std::stoi(arField[2]));
+        EXPECT_EQ(std::string(arBytes, arBytes + nLen), arField[3]) << lpszRow;
     }
     BYTE bByte;
     int nLen;
@@ -45,12 +41,8 @@ TEST(CommonDataDefHexTest, ReadsWithBlanksAndStopsAtItsLimit) {
 }
 
 TEST(CommonDataDefHexTest, NumbersOutOfLiterals) {
-    const struct {
-        const char* m_lpszText;
-        long long m_llValue;
-    } arRow[] = {{"0x1f", 31}, {"0X1Fg2", 31}, {"zz10", 16}, {"0x", 0}, {"", 0}, {"0xFFFFFFFFFFFFFFFFF", -1}};
-    for (const auto& stRow : arRow)
-        EXPECT_EQ(HexStringToNumber(stRow.m_lpszText), stRow.m_llValue);
+    for (const char* lpszRow : {"0x1f|31", "0X1Fg2|31", "zz10|16", "0x|0", "|0", "0xFFFFFFFFFFFFFFFFF|-1"})
+        EXPECT_EQ(HexStringToNumber(Fields(lpszRow)[0].c_str()), std::stoll(Fields(lpszRow)[1]));
     EXPECT_EQ(GetHexEncodedData("\xFF\x01", 2), 0xFF01);
     EXPECT_EQ(GetHexEncodedData("\x01\x02\x03\x04\x05\x06\x07\x08\x09", 9), 0x0102030405060708);
     EXPECT_EQ(GetHexEncodedData("A", -1), 0);

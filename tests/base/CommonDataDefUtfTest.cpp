@@ -1,115 +1,90 @@
 #include <gtest/gtest.h>
-#include <iconv.h>
 
+#include <filesystem>
 #include <random>
 #include <string>
 
 #include "CommonDataDef.h"
 #include "ExactBytes.h"
+#include "Fields.h"
 
 namespace {
 
-/** The C library's conversion of code points, given as UTF-32, to a code page, as raw bytes. */
-std::string Encode(const char* lpszCodePage, std::u32string strCodes) {
-    std::string strOut(strCodes.size() * 4, 0);
-    char* lpIn = reinterpret_cast<char*>(strCodes.data());
-    char* lpOut = strOut.data();
-    std::size_t nIn = strCodes.size() * 4, nOut = strOut.size();
-    iconv_t stConverter = iconv_open(lpszCodePage, "UTF-32LE");
-    EXPECT_EQ(iconv(stConverter, &lpIn, &nIn, &lpOut, &nOut), 0u);
-    iconv_close(stConverter);
-    strOut.resize(strOut.size() - nOut);
-    return strOut;
+UINT ElementOf(char c) {
+    return static_cast<BYTE>(c);
+}
+UINT ElementOf(wchar_t c) {
+    return static_cast<UINT>(c);
 }
 
-std::wstring Units(const std::u32string& strCodes) {
-    const std::string strBytes = Encode("UTF-16LE", strCodes);
-    std::wstring strUnits;
-    for (std::size_t i = 0; i < strBytes.size(); i += 2)
-        strUnits += static_cast<wchar_t>(static_cast<BYTE>(strBytes[i]) | static_cast<BYTE>(strBytes[i + 1]) << 8);
-    return strUnits;
+/** The first `nLen` elements, or fewer so that no character is cut: an element in `nLow` to `nLow` + `nCount` follows.
+ */
+template <typename T>
+std::basic_string<T> WholePart(const std::basic_string<T>& strText, std::size_t nLen, UINT nLow, UINT nCount) {
+    while (nLen < strText.size() && nLen > 0 && ElementOf(strText[nLen]) - nLow < nCount)
+        --nLen;
+    return strText.substr(0, nLen);
 }
 
-std::u32string RandomCodes(std::mt19937& stRandom, std::size_t nLen) {
-    std::u32string strCodes;
-    while (strCodes.size() < nLen) {
-        const char32_t arLimit[] = {0x80, 0x80, 0x80, 0x800, 0x10000, 0x110000};
-        const char32_t nCode = stRandom() % arLimit[stRandom() % 6];
-        if (nCode != 0 && (nCode < 0xD800 || nCode >= 0xE000)) strCodes += nCode;
-    }
-    return strCodes;
-}
-
-// Every size of the destination as well: what comes out is then the longest run of whole characters that fits.
-TEST(CommonDataDefUtfTest, AgreesWithIconvAndCutsAtCharacters) {
+// The standard library's conversions are the peer. Every size of the destination as well.
+TEST(CommonDataDefUtfTest, AgreesWithTheLibraryAndCutsAtCharacters) {
     std::mt19937 stRandom(3);
-    for (std::size_t nCodes = 0; nCodes < 60; ++nCodes) {
-        const std::u32string strCodes = RandomCodes(stRandom, nCodes);
-        const ExactText stUtf(Encode("UTF-8", strCodes));
-        const ExactWide stWide(Units(strCodes));
-        for (int nSize = 1, nFit = 0; nSize <= stUtf.Size() + 1; ++nSize) {
-            ExactWide stOut(std::wstring(static_cast<std::size_t>(nSize), L'?'));
-            const int nUnits = KestroUTF82Unicode(stUtf.Data(), stUtf.Size(), stOut.Data(), nSize);
-            nFit = std::min(nSize - 1, stWide.Size());
-            if (nFit < stWide.Size() && nFit > 0 && (stWide.Data()[nFit] & ~0x3FF) == 0xDC00) --nFit;
-            ASSERT_EQ(std::wstring(stOut.Data(), stOut.Data() + nUnits + 1),
-                      std::wstring(stWide.View().substr(0, static_cast<std::size_t>(nFit))) + L'\0');
-            ExactText stBack(std::string(static_cast<std::size_t>(nSize), '?'));
-            const int nBytes = KestroUnicode2UTF8(stWide.Data(), stWide.Size(), stBack.Data(), nSize);
-            nFit = std::min(nSize - 1, stUtf.Size());
-            while (nFit < stUtf.Size() && nFit > 0 && (stUtf.Data()[nFit] & 0xC0) == 0x80)
-                --nFit;
-            ASSERT_EQ(std::string(stBack.Data(), stBack.Data() + nBytes + 1),
-                      std::string(stUtf.View().substr(0, static_cast<std::size_t>(nFit))) + '\0');
+    std::u32string strCodes;
+    while (strCodes.size() < 60) {
+        const char32_t arLimit[] = {0x80, 0x80, 0x80, 0x800, 0x10000, 0x110000};
+        const char32_t nCode = 1 + stRandom() % (arLimit[strCodes.size() % 6] - 1);
+        if (nCode >= 0xD800 && nCode < 0xE000) continue;
+        strCodes += nCode;
+        const std::filesystem::path stPath(strCodes);
+        const std::u16string strUnits = stPath.u16string();
+        const ExactText stUtf(stPath.string());
+        const ExactWide stWide(std::wstring(strUnits.begin(), strUnits.end()));
+        for (int nSize = 1; nSize <= stUtf.Size() + 1; ++nSize) {
+            const std::size_t nRoom = static_cast<std::size_t>(nSize) - 1;
+            const ExactWide stOut(std::wstring(nRoom + 1, L'?'));
+            const std::wstring strFit = WholePart(std::wstring(stWide.View()), nRoom, 0xDC00, 0x400);
+            ASSERT_EQ(KestroUTF82Unicode(stUtf.Data(), stUtf.Size(), stOut.Data(), nSize),
+                      static_cast<int>(strFit.size()));
+            ASSERT_EQ(stOut.Data(), strFit);
+            const ExactText stBack(std::string(nRoom + 1, '?'));
+            const std::string strBack = WholePart(std::string(stUtf.View()), nRoom, 0x80, 0x40);
+            ASSERT_EQ(KestroUnicode2UTF8(stWide.Data(), stWide.Size(), stBack.Data(), nSize),
+                      static_cast<int>(strBack.size()));
+            ASSERT_EQ(stBack.Data(), strBack);
         }
     }
 }
 
+// Bytes, code, bytes used.
 TEST(CommonDataDefUtfTest, DecodesEveryFormAndOddBytes) {
-    const struct {
-        const char* m_lpszText;
-        UINT m_nCode;
-        int m_nUsed;
-    } arRow[] = {{"A", 'A', 1},
-                 {"\xC3\xA4", 0xE4, 2},
-                 {"\xE4\xB8\xAD", 0x4E2D, 3},
-                 {"\xF0\x9F\x98\x80", 0x1F600, 4},
-                 {"\xF8\x88\x80\x80\x80", 0x200000, 5},
-                 {"\xFD\xBF\xBF\xBF\xBF\xBF", 0x7FFFFFFF, 6},
-                 {"\x80", 0x80, 1},
-                 {"\xFE\x80", 0xFE, 1},
-                 {"\xFF", 0xFF, 1},
-                 {"\xC3"
-                  "A",
-                  0xC1, 2},
-                 {"\xE4\xB8", 0xE4, 1},
-                 {"\xFD\xBF\xBF\xBF\xBF", 0xFD, 1},
-                 {"", 0, 0}};
-    for (const auto& stRow : arRow) {
-        const ExactText stText(stRow.m_lpszText);
+    for (const char* lpszRow :
+         {"A|41|1", "\xC3\xA4|E4|2", "\xE4\xB8\xAD|4E2D|3", "\xF0\x9F\x98\x80|1F600|4", "\xF8\x88\x80\x80\x80|200000|5",
+          "\xFD\xBF\xBF\xBF\xBF\xBF|7FFFFFFF|6", "\x80|80|1", "\xFE\x80|FE|1", "\xFF|FF|1", "\xC3-|ED|2",
+          "\xE4\xB8|E4|1", "\xFD\xBF\xBF\xBF\xBF|FD|1", "|0|0"}) {
+        const auto arField = Fields(lpszRow);
+        const ExactText stText(arField[0]);
+        const UINT nCode = static_cast<UINT>(std::stoul(arField[1], nullptr, 16));
         int nUsed;
-        EXPECT_EQ(KestroGetUnicode(stText.Data(), stText.Size(), nUsed), stRow.m_nCode) << stRow.m_lpszText;
-        EXPECT_EQ(nUsed, stRow.m_nUsed) << stRow.m_lpszText;
-        EXPECT_EQ(KestroGetUnicode(stRow.m_lpszText), stRow.m_nCode);
+        EXPECT_EQ(KestroGetUnicode(stText.Data(), stText.Size(), nUsed), nCode) << lpszRow;
+        EXPECT_EQ(nUsed, std::stoi(arField[2])) << lpszRow;
+        EXPECT_EQ(KestroGetUnicode(arField[0].c_str()), nCode);
     }
 }
 
 TEST(CommonDataDefUtfTest, PackedSequences) {
-    const struct {
-        UINT m_nSequence;
-        std::wstring m_strUnits;
-    } arRow[] = {{'A', L"A"},   {0xC3A4, L"\u00E4"}, {0xE4B8AD, L"\u4E2D"}, {0xF09F9880, {0xD83D, 0xDE00}},
-                 {0x80, L""},   {0xFF, L""},         {0xC341, L""},         {0xE4B8, L""},
-                 {0x4100, L""}, {0xF4908080, L""},   {0xF8888080, L""},     {0, std::wstring(1, 0)}};
+    const UINT arRow[][4] = {{'A', 1, 'A', 0},
+                             {0xC3A4, 1, 0xE4, 0},
+                             {0xE4B8AD, 1, 0x4E2D, 0},
+                             {0xF09F9880, 2, 0xD83D, 0xDE00},
+                             {0, 1, 0, 0}};
     for (const auto& stRow : arRow) {
-        wchar_t arUnits[2];
-        const int nUnits = KestroCode2UTF16(stRow.m_nSequence, arUnits);
-        EXPECT_EQ(nUnits, stRow.m_strUnits.empty() ? -1 : static_cast<int>(stRow.m_strUnits.size()));
-        EXPECT_EQ(std::wstring(arUnits, arUnits + std::max(nUnits, 0)), stRow.m_strUnits);
+        wchar_t arUnits[2] = {};
+        EXPECT_EQ(KestroCode2UTF16(stRow[0], arUnits), static_cast<int>(stRow[1]));
+        EXPECT_TRUE(static_cast<UINT>(arUnits[0]) == stRow[2] && static_cast<UINT>(arUnits[1]) == stRow[3]);
     }
-    char arBytes[4];
-    EXPECT_EQ(KestroCode2UTF8(0x10FFFF, arBytes), 4);
-    EXPECT_EQ(KestroCode2UTF8(0x110000, arBytes), -1);
+    for (const UINT nBad : {0x80u, 0xFFu, 0xC341u, 0xE4B8u, 0x4100u, 0xF4908080u, 0xF8888080u})
+        EXPECT_EQ(KestroCode2UTF16(nBad, nullptr), -1);
+    EXPECT_EQ(KestroCode2UTF8(0x110000, nullptr), -1);
 }
 
 TEST(CommonDataDefUtfTest, RefusesWhatUtf16CantHold) {
