@@ -83,7 +83,7 @@ constexpr bool ArgumentFits(const char* lpszConversion, std::size_t nLen) {
 /** Whether arguments of the types A fit a format, one conversion an argument. */
 template <typename... A>
 constexpr bool ArgumentsFit(const char* lpszFormat) {
-    auto Next = [&]<typename T>() {
+    [[maybe_unused]] auto Next = [&]<typename T>() {
         const std::size_t nLen = NextConversion(lpszFormat);
         const bool bFits = nLen != 0 && ArgumentFits<T>(lpszFormat, nLen);
         lpszFormat += nLen;

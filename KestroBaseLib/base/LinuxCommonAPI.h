@@ -88,7 +88,7 @@ struct _SYSTEMTIME {
 using SYSTEMTIME = _SYSTEMTIME;
 using LPSYSTEMTIME = _SYSTEMTIME*;
 
-/** The time of day in the machine's zone. `wDayOfWeek` is left as it was. */
+/** The time of day in the machine's zone, as `tzset` or the first use took it. `wDayOfWeek` is left as it was. */
 void GetLocalTime(LPSYSTEMTIME lpTime);
 
 /** Microseconds since 1970; answers 1. There is no frequency call: a tick is a microsecond. */

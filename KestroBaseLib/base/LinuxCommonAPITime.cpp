@@ -9,8 +9,7 @@ void GetLocalTime(LPSYSTEMTIME lpTime) {
     const std::int64_t nNow = NowMicroseconds();
     const std::time_t nSeconds = nNow / 1'000'000;
     std::tm stLocal{};
-    // Unlike localtime, localtime_r may keep an old zone by itself.
-    tzset();
+    // Without tzset, which looks at the zone's file each time: log lines take their time here.
     localtime_r(&nSeconds, &stLocal);
     lpTime->wYear = static_cast<WORD>(stLocal.tm_year + 1900);
     lpTime->wMonth = static_cast<WORD>(stLocal.tm_mon + 1);

@@ -20,7 +20,8 @@ int DbTimeZoneValue();
  * parts. The calendar is the proleptic Gregorian one in both directions; there is no year 0, year -1 goes straight
  * before year 1, and a negative year is a leap year by its own number (-4, -400).
  *
- * All conversions answer 0 or 49 (ERR_DATE_DATA) unless stated. They read only their arguments; any thread may call them.
+ * All conversions answer 0 or 49 (ERR_DATE_DATA) unless stated. They read only their arguments; any thread may call
+ * them.
  */
 class CKestroDate {
 public:

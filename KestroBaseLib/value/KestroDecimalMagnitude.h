@@ -124,13 +124,81 @@ inline void CopyDecimal(st_VARDATA* lpTarget, const st_VARDATA* lpSource) {
     std::memmove(static_cast<void*>(lpTarget), lpSource, offsetof(st_VARDATA, m_nDataCount));
 }
 
+/** A product of two magnitudes. */
+struct UINT256 {
+    UINT128 m_nHigh;
+    UINT128 m_nLow;
+};
+
+inline UINT256 MultiplyWide(UINT128 nFirst, UINT128 nSecond) {
+    const auto ullFirst = static_cast<std::uint64_t>(nFirst), ullSecond = static_cast<std::uint64_t>(nSecond);
+    const auto ullFirstHigh = static_cast<std::uint64_t>(nFirst >> 64);
+    const auto ullSecondHigh = static_cast<std::uint64_t>(nSecond >> 64);
+    const UINT128 nLow = UINT128{ullFirst} * ullSecond;
+    const UINT128 nMiddle = UINT128{ullFirstHigh} * ullSecond + static_cast<std::uint64_t>(nLow >> 64);
+    const UINT128 nOther = UINT128{ullFirst} * ullSecondHigh + static_cast<std::uint64_t>(nMiddle);
+    return {UINT128{ullFirstHigh} * ullSecondHigh + (nMiddle >> 64) + (nOther >> 64),
+            nOther << 64 | static_cast<std::uint64_t>(nLow)};
+}
+
+/**
+ * Division by 10^n with a reciprocal instead of a divide: floor(2^(127 + bits) / 10^n), which fills 128 bits, where
+ * bits is the length of 10^n (Granlund and Montgomery, "Division by invariant integers using multiplication", 1994).
+ */
+struct DECIMALRECIPROCAL {
+    UINT128 m_nFactor;
+    int m_nBits;
+};
+
+inline constexpr auto DECIMAL_RECIPROCALS = [] {
+    std::array<DECIMALRECIPROCAL, 39> arReciprocals{};
+    for (std::size_t i = 0; i < arReciprocals.size(); ++i) {
+        const UINT128 nPower = DECIMAL_POWERS[i];
+        int nBits = 0;
+        while (nBits < 128 && nPower >> nBits != 0)
+            ++nBits;
+        // Long division of 2^(127 + bits), bit by bit; 10^0 gives all ones for want of a 129th bit.
+        UINT128 nRemainder = UINT128{1} << (nBits - 1), nQuotient = 0;
+        for (int nBit = 0; nBit < 128; ++nBit) {
+            const bool bCarry = nRemainder >> 127 != 0;
+            nRemainder <<= 1;
+            nQuotient <<= 1;
+            if (bCarry || nRemainder >= nPower) {
+                nRemainder -= nPower;
+                nQuotient |= 1;
+            }
+        }
+        arReciprocals[i] = {i == 0 ? ~UINT128{0} : nQuotient, nBits};
+    }
+    return arReciprocals;
+}();
+
+/** A quotient by a power of ten, and whether the first digit dropped is 5 or more. */
+struct DECIMALQUOTIENT {
+    UINT128 m_nQuotient;
+    bool m_bHalf;
+};
+
+/** Any 128-bit number / 10^nDigits, 1 to 38 digits. */
+inline DECIMALQUOTIENT DividePower(UINT128 nNumber, int nDigits) {
+    const DECIMALRECIPROCAL& stReciprocal = DECIMAL_RECIPROCALS[nDigits];
+    const UINT128 nPower = DECIMAL_POWERS[nDigits];
+    // The estimate is right or one too low.
+    UINT128 nQuotient = MultiplyWide(nNumber, stReciprocal.m_nFactor).m_nHigh >> (stReciprocal.m_nBits - 1);
+    UINT128 nRemainder = nNumber - nQuotient * nPower;
+    if (nRemainder >= nPower) {
+        ++nQuotient;
+        nRemainder -= nPower;
+    }
+    return {nQuotient, nRemainder >= nPower / 2};
+}
+
 /** Magnitude / 10^nDigits, cut or rounded half up; any number of digits from 0. */
 inline UINT128 DropDigits(UINT128 nMagnitude, int nDigits, bool bRound) {
     if (nDigits == 0) return nMagnitude;
     if (nDigits > DECIMAL_MAX_DIGITS) return 0;
-    const UINT128 nPower = DECIMAL_POWERS[nDigits];
-    const UINT128 nQuotient = nMagnitude / nPower;
-    return nQuotient + (bRound && nMagnitude - nQuotient * nPower >= nPower / 2);
+    const DECIMALQUOTIENT stQuotient = DividePower(nMagnitude, nDigits);
+    return stQuotient.m_nQuotient + (bRound && stQuotient.m_bHalf);
 }
 
 /** Writes the digits of N without leading zeros and without a terminator; answers how many, at least 1, at most 36. */

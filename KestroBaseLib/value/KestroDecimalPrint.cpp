@@ -1,6 +1,7 @@
 // Decimals as text, straight from the groups.
 
 #include <algorithm>
+#include <cstdio>
 
 #include "KestroDecimalMagnitude.h"
 
@@ -125,4 +126,40 @@ int CKestroDecimal::PrintDecimal(const st_VARDATA* lpValue, char* lpszText) {
     if (lpszText[nLen - 1] == '.') --nLen;
     lpszText[nLen] = 0;
     return nLen;
+}
+
+namespace {
+
+/** Writes the bytes of a number from the top, without those that only repeat the sign, but at least eight. */
+int PrintBytes(UINT128 nNumber, bool bNegative, char* lpszText) {
+    constexpr char szHexDigits[] = "0123456789abcdef";
+    const unsigned uPadding = bNegative ? 0xFF : 0;
+    int nShift = 120;
+    while (nShift > 56 && static_cast<BYTE>(nNumber >> nShift) == uPadding)
+        nShift -= 8;
+    char* lpszNext = lpszText;
+    for (; nShift >= 0; nShift -= 8) {
+        const auto bByte = static_cast<BYTE>(nNumber >> nShift);
+        *lpszNext++ = szHexDigits[bByte >> 4];
+        *lpszNext++ = szHexDigits[bByte & 15];
+    }
+    *lpszNext = 0;
+    return static_cast<int>(lpszNext - lpszText);
+}
+
+} // namespace
+
+int CKestroDecimal::PrintDecimalHex(const st_VARDATA* lpValue, char* lpszText) {
+    st_VARDATA stWhole;
+    *lpszText = 0;
+    if (lpValue->m_vt != VT_DECIMAL || Zoom(lpValue, &stWhole, 0, 1) != 0) return 0;
+    const UINT128 nMagnitude = LoadMagnitude(&stWhole);
+    const bool bNegative = stWhole.m_bSign != 0;
+    const UINT128 nNumber = bNegative ? -nMagnitude : nMagnitude;
+    if (nMagnitude > UINT64_MAX) return PrintBytes(nNumber, bNegative, lpszText);
+    const auto ullNumber = static_cast<unsigned long long>(nNumber);
+    if (bNegative && nMagnitude <= INT32_MAX)
+        return std::snprintf(lpszText, DECIMAL_TEXT_SIZE, "0x%08x", static_cast<unsigned>(ullNumber));
+    const char* lpszFormat = nMagnitude <= INT32_MAX ? "0x%08llx" : "0x%016llx";
+    return std::snprintf(lpszText, DECIMAL_TEXT_SIZE, lpszFormat, ullNumber);
 }
