@@ -117,6 +117,12 @@ inline void HexConvertWC(const BYTE* lpBytes, int nLen, wchar_t* lpszText) {
 [[nodiscard]] int KestroUTF82Unicode(const char* lpszText, int nLen, wchar_t* lpszWide, int nSize);
 [[nodiscard]] int KestroUnicode2UTF8(const wchar_t* lpszWide, int nLen, char* lpszText, int nSize);
 
+/**
+ * The wide form of a text in a piece of the pool, terminated; it lives as long as the pool's pieces. Null when memory
+ * is short or the text doesn't convert.
+ */
+[[nodiscard]] wchar_t* KestroConvertWChar(const char* lpszText, int nLen, CKestroBufferPool* lpPool);
+
 // ---- Names out of SQL text (CommonDataDefName.cpp)
 
 /** What the name functions answer. */

