@@ -7,12 +7,9 @@
 
 namespace {
 
+// File, column, suffix, answer, index (99 for untouched).
 TEST(CommonDataDefColumnTest, IndexTypes) {
-    const struct {
-        BYTE m_bFile, m_bField, m_bSuffix;
-        int m_nResult;
-        BYTE m_bIndex;
-    } arRow[] = {
+    const int arRow[][5] = {
         {3, VT_SMALLINT, 1, 0, 11}, {11, VT_DATE, 1, 0, 11},     {3, VT_BIGINT, 1, 0, 12}, {3, VT_DATETIME, 1, 0, 13},
         {3, VT_DECIMAL, 1, 0, 15},  {3, VT_CLOB, 1, 0, 28},      {3, VT_CHAR, 2, 0, 25},   {11, VT_VARCHAR, 5, 0, 18},
         {3, VT_INT, 2, 0, 11},      {3, VT_JSON, 1, 318, 99},    {4, VT_TIME, 1, 0, 1},    {4, VT_BIGINT, 1, 0, 2},
@@ -20,9 +17,9 @@ TEST(CommonDataDefColumnTest, IndexTypes) {
         {5, VT_DOUBLE, 1, 319, 99}, {1, VT_INT, 1, 319, 99},     {10, VT_INT, 1, 319, 99}, {6, VT_INT, 1, 320, 99}};
     for (const auto& r : arRow) {
         BYTE bIndex = 99;
-        EXPECT_EQ(GetIndexType(r.m_bFile, r.m_bField, r.m_bSuffix, bIndex), r.m_nResult) << &r - arRow;
-        EXPECT_EQ(bIndex, r.m_bIndex) << &r - arRow;
-        EXPECT_EQ(GetMysqlIndexType(bIndex) != nullptr, r.m_nResult == 0);
+        EXPECT_EQ(GetIndexType(BYTE(r[0]), BYTE(r[1]), BYTE(r[2]), bIndex), r[3]) << &r - arRow;
+        EXPECT_EQ(bIndex, r[4]) << &r - arRow;
+        EXPECT_EQ(GetMysqlIndexType(bIndex) != nullptr, r[3] == 0);
     }
 }
 
@@ -37,10 +34,9 @@ TEST(CommonDataDefColumnTest, FieldLengthsAndClientTypes) {
         {VT_DECIMAL, 36, 0, 0, 19, 253}, {VT_DECIMAL, 200, 0, 0, 19, 253}, {VT_DECIMAL, 255, 0, 0, 19, 253}};
     for (const auto& r : arRow) {
         int nBufferLen = 99;
-        const BYTE bType = static_cast<BYTE>(r[0]);
-        EXPECT_EQ(GetFieldBufferLen(bType, static_cast<BYTE>(r[1]), r[2], nBufferLen), r[3]) << &r - arRow;
+        EXPECT_EQ(GetFieldBufferLen(BYTE(r[0]), BYTE(r[1]), r[2], nBufferLen), r[3]) << &r - arRow;
         EXPECT_EQ(nBufferLen, r[4]) << &r - arRow;
-        EXPECT_EQ(GetMysqlFieldType(bType), r[5]);
+        EXPECT_EQ(GetMysqlFieldType(BYTE(r[0])), r[5]);
     }
 }
 

@@ -1,9 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "CommonDataDef.h"
-#include "ExactBytes.h"
 #include "Fields.h"
 
 namespace {
@@ -54,28 +49,28 @@ TEST(CommonDataDefNameTest, LengthsAndZeroBytes) {
     EXPECT_EQ(Copied(CopyTitleFromSql, std::string(99, '\x80')), "0|");
 }
 
+// Word and room, answer and string.
 TEST(CommonDataDefNameTest, Strings) {
-    for (const char* lpszRow : {"'ab'|4|1|ab", "'ab'|3|2|", "'a''b'|9|1|a'b", "''''|4|1|'", "''|2|1|", "'a'b'|9|1|a'b",
-                                "'''|9|1|'", "\"a\"|9|0|", "'a|9|0|", "'|9|0|", "|9|0|"}) {
-        const auto arField = Fields(lpszRow);
-        const ExactText stText(arField[0]);
-        const ExactText stString(std::string(std::stoul(arField[1]), '?'));
-        EXPECT_EQ(CopyStringFromSql(stText.Data(), stText.Size(), stString.Data(), stString.Size()),
-                  std::stoi(arField[2]));
-        EXPECT_EQ(stString.Data(), arField[3]) << lpszRow;
-    }
+    CheckRows({"'ab'|4=>1|ab", "'ab'|3=>2|", "'a''b'|9=>1|a'b", "''''|4=>1|'", "''|2=>1|", "'a'b'|9=>1|a'b",
+               "'''|9=>1|'", "\"a\"|9=>0|", "'a|9=>0|", "'|9=>0|", "|9=>0|"},
+              [](const auto& arText) {
+                  const ExactText stString(std::string(arText[1].Number(), '?'));
+                  const int nResult =
+                      CopyStringFromSql(arText[0].Data(), arText[0].Size(), stString.Data(), stString.Size());
+                  return std::to_string(nResult) + "|" + stString.Data();
+              });
 }
 
+// Name, character set and collation.
 TEST(CommonDataDefNameTest, CharacterSetsAndCollations) {
-    for (const char* lpszRow :
-         {"UTF8|33|33", "'utf8mb4'|45|33", "gb2312|24|28", "GBK|28|28", "gb18030|-8|28", "binary|63|33", "Latin7|8|48",
-          "lat|33|48", "|33|33", "koi8|33|33", "utf8mb4_unicode_ci|33|-32", "utf8_bin|33|83", "GB18030_BIN|33|-7",
-          "\"gbk_bin\"|33|87", "latin1_general_cs|8|49", "latin1_german2_ci|8|31"}) {
-        const auto arField = Fields(lpszRow);
-        const ExactText stName(arField[0]);
-        EXPECT_EQ(GetCharacterset(stName.Data(), stName.Size()), std::stoi(arField[1])) << lpszRow;
-        EXPECT_EQ(GetCollationType(stName.Data(), stName.Size()), std::stoi(arField[2])) << lpszRow;
-    }
+    CheckRows({"UTF8=>33|33", "'utf8mb4'=>45|33", "gb2312=>24|28", "GBK=>28|28", "gb18030=>-8|28", "binary=>63|33",
+               "Latin7=>8|48", "lat=>33|48", "=>33|33", "koi8=>33|33", "utf8mb4_unicode_ci=>33|-32", "utf8_bin=>33|83",
+               "GB18030_BIN=>33|-7", "\"gbk_bin\"=>33|87", "latin1_general_cs=>8|49", "latin1_german2_ci=>8|31"},
+              [](const auto& arText) {
+                  const int nCharset = GetCharacterset(arText[0].Data(), arText[0].Size());
+                  return std::to_string(nCharset) + "|" +
+                         std::to_string(GetCollationType(arText[0].Data(), arText[0].Size()));
+              });
     EXPECT_STREQ(GetCharacterCodetype(45), "utf-8");
     EXPECT_STREQ(GetCharacterCodetype(-8), "GB18030");
     EXPECT_EQ(GetCharacterCodetype(63), nullptr);

@@ -1,40 +1,31 @@
-#include <gtest/gtest.h>
-
 #include <climits>
 #include <random>
 #include <string>
 
 #include "CommonDataDef.h"
-#include "ExactBytes.h"
 #include "Fields.h"
 
 namespace {
 
+using namespace std::string_literals;
+
 TEST(CommonDataDefTextTest, FormsOfNumbers) {
-    const struct {
-        int m_nForm;
-        const char* m_lpszTexts;
-    } arRow[] = {{0, "|-|1 | 1|12a|0x|0xg|-0x1|.|1.2.3|1e|1e+|e3|.e3|1e3x|1.2e3.4"},
-                 {1, "0|-12|+7|007"},
-                 {2, "0x1F|0Xaf"},
-                 {3, "1.5|-.5|5.|1e3|1E-03|1.5e+3"}};
-    for (const auto& stRow : arRow)
-        for (const std::string& strText : Fields(stRow.m_lpszTexts)) {
-            const ExactText stText(strText);
-            EXPECT_EQ(IsNumber(stText.Data(), stText.Size()), stRow.m_nForm) << strText;
-            EXPECT_EQ(IsNumber(strText.c_str()), stRow.m_nForm);
-        }
-    EXPECT_EQ(IsNumber("12", -1), NUMBER_NONE);
+    CheckRows({"=>0",      "-=>0",    "1 =>0",   " 1=>0",  "12a=>0", "0x=>0",   "0xg=>0",     "-0x1=>0",   ".=>0",
+               "1.2.3=>0", "1e=>0",   "1e+=>0",  "e3=>0",  ".e3=>0", "1e3x=>0", "1.2e3.4=>0", "0=>1",      "-12=>1",
+               "+7=>1",    "0x1F=>2", "0Xaf=>2", "1.5=>3", "-.5=>3", "5.=>3",   "1e3=>3",     "1.5E-03=>3"},
+              [](const auto& arText) { return std::to_string(IsNumber(arText[0].Data(), arText[0].Size())); });
+    EXPECT_EQ(IsNumber("1.5"), NUMBER_REAL);
 }
 
+// Text, and whether forced.
 TEST(CommonDataDefTextTest, ZerosAtTheEnd) {
-    for (const char* lpszRow : {"1.500|0|1.5", "1.000|0|1", "100|0|100", "1.2.0|0|1.2.0", "1.2.0|1|1.2", "100|1|1",
-                                "000|1|", ".0|0|", "|1|", "0.000000|1|0"}) {
-        auto arField = Fields(lpszRow);
-        const int nLen = TrimTailZero(arField[0].data(), arField[1] == "1");
-        EXPECT_EQ(std::string(arField[0].c_str()), arField[2]) << lpszRow;
-        EXPECT_EQ(nLen, static_cast<int>(arField[2].size()));
-    }
+    CheckRows({"1.500|0=>1.5", "1.000|0=>1", "100|0=>100", "1.2.0|0=>1.2.0", "1.2.0|1=>1.2", "100|1=>1", "000|1=>",
+               ".0|0=>", "|1=>", "0.000000|1=>0"},
+              [](const auto& arText) {
+                  std::string strText(arText[0].View());
+                  strText.resize(static_cast<std::size_t>(TrimTailZero(strText.data(), arText[1].Number() != 0)));
+                  return strText;
+              });
 }
 
 TEST(CommonDataDefTextTest, IntegersAndTheirDigits) {
@@ -59,22 +50,19 @@ TEST(CommonDataDefTextTest, IntegersAndTheirDigits) {
 TEST(CommonDataDefTextTest, LengthPrefixedTextsAndAllTheirTruncations) {
     const char* lpszText;
     int nLen;
-    const auto Convert = [&](std::string_view szData) {
-        const ExactText stData(szData);
-        return ConvertMySQLVarchar(reinterpret_cast<const BYTE*>(stData.Data()), stData.Size(), lpszText, nLen);
-    };
-    const std::string arPrefix[] = {{5}, {-4, 5, 0}, {-3, 5, 0, 0}, {-2, 5, 0, 0, 0, 0, 0, 0, 0}};
-    for (const std::string& strPrefix : arPrefix) {
-        const std::string strWhole = strPrefix + "12345";
-        for (std::size_t nCut = 0; nCut < strWhole.size(); ++nCut)
-            EXPECT_EQ(Convert(strWhole.substr(0, nCut)), 0);
-        EXPECT_EQ(Convert(strWhole), static_cast<int>(strWhole.size()));
-        EXPECT_EQ(nLen, 5);
-    }
-    EXPECT_EQ(Convert("\xFB\xFF"), 1);
+    for (const std::string& strPrefix : {"\5"s, "\xFC\5\0"s, "\xFD\5\0\0"s, "\xFE\5\0\0\0\0\0\0\0"s})
+        for (std::size_t nCut = 0; nCut <= strPrefix.size() + 5; ++nCut) {
+            const ExactBytes<BYTE> stData(
+                std::basic_string<BYTE>(strPrefix.begin(), strPrefix.end()).append(5, 'x').substr(0, nCut));
+            const bool bWhole = nCut == strPrefix.size() + 5;
+            EXPECT_EQ(ConvertMySQLVarchar(stData.Data(), stData.Size(), lpszText, nLen), bWhole ? stData.Size() : 0);
+            EXPECT_EQ(nLen, bWhole ? 5 : 0);
+        }
+    const BYTE arOdd[] = {251, 255, 254, 255, 255, 255, 255, 255, 255, 255, 255, 'x'};
+    EXPECT_EQ(ConvertMySQLVarchar(arOdd, 2, lpszText, nLen), 1);
     EXPECT_EQ(lpszText, nullptr);
-    EXPECT_EQ(Convert("\xFF"), 0);
-    EXPECT_EQ(Convert("\xFE\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFFx"), 0);
+    EXPECT_EQ(ConvertMySQLVarchar(arOdd + 1, 1, lpszText, nLen), 0);
+    EXPECT_EQ(ConvertMySQLVarchar(arOdd + 2, 10, lpszText, nLen), 0);
 }
 
 TEST(CommonDataDefTextTest, SearchAndReplacementAgreeWithTheLibrary) {
@@ -109,20 +97,19 @@ TEST(CommonDataDefTextTest, SearchAndReplacementAgreeWithTheLibrary) {
     EXPECT_EQ(SubStringMatch("ab", 2, "c", 1), -1);
 }
 
-// Text, escape ("none" for a missing one), result with 1 and 2 for the wildcard bytes' places, percent flag.
+// Text and escape ("none" for a missing one); result with the bytes 1 and 2 for the wildcards, and the percent flag.
 TEST(CommonDataDefTextTest, LikePatterns) {
-    for (const char* lpszRow :
-         {"a%b_|none|a\1b\2|1", "a\\%b\\_|none|a%b_|0", "\\\\%|none|\\\1|1", "\\a\\|none|\\a\\|0", "a!%!_%|!|a%_\1|1",
-          "a\\%|!|a\\\1|1", "!!_!|!|!\2!|0", "a\\%||a\\\1|1", "x<>%<|<>|x%<|0", "%%_|%|%\2|0", "|none||0"}) {
-        const auto arField = Fields(lpszRow);
-        const ExactText stText(arField[0]);
-        BYTE bPercent = 9;
-        const int nLen = StrPretreatment(stText.Data(), stText.Size(),
-                                         arField[1] == "none" ? nullptr : arField[1].c_str(), bPercent);
-        EXPECT_EQ(stText.View().substr(0, static_cast<std::size_t>(nLen)), arField[2]) << lpszRow;
-        EXPECT_EQ(bPercent, std::stoi(arField[3])) << lpszRow;
-        EXPECT_TRUE(nLen == stText.Size() || stText.Data()[nLen] == 0);
-    }
+    CheckRows({"a%b_|none=>a\1b\2|1", "a\\%b\\_|none=>a%b_|0", "\\\\%|none=>\\\1|1", "\\a\\|none=>\\a\\|0",
+               "a!%!_%|!=>a%_\1|1", "a\\%|!=>a\\\1|1", "!!_!|!=>!\2!|0", "a\\%|=>a\\\1|1", "x<>%<|<>=>x%<|0",
+               "%%_|%=>%\2|0", "|none=>|0"},
+              [](const auto& arText) {
+                  const std::string strEscape(arText[1].View());
+                  BYTE bPercent = 9;
+                  const int nLen = StrPretreatment(arText[0].Data(), arText[0].Size(),
+                                                   strEscape == "none" ? nullptr : strEscape.c_str(), bPercent);
+                  EXPECT_TRUE(nLen == arText[0].Size() || arText[0].Data()[nLen] == 0);
+                  return std::string(arText[0].Data(), static_cast<std::size_t>(nLen)) + "|" + std::to_string(bPercent);
+              });
 }
 
 TEST(CommonDataDefTextTest, JsonStrings) {

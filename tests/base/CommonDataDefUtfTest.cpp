@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <climits>
 #include <filesystem>
 #include <random>
@@ -7,7 +5,6 @@
 
 #include "ChunkFault.h"
 #include "CommonDataDef.h"
-#include "ExactBytes.h"
 #include "Fields.h"
 #include "KestroBufferPool.h"
 
@@ -42,20 +39,18 @@ TEST(CommonDataDefUtfTest, AgreesWithTheLibraryAndCutsAtCharacters) {
     }
 }
 
-// Bytes, code, bytes used.
+// Bytes, code and bytes used.
 TEST(CommonDataDefUtfTest, DecodesEveryFormAndOddBytes) {
-    for (const char* lpszRow :
-         {"A|41|1", "\xC3\xA4|E4|2", "\xE4\xB8\xAD|4E2D|3", "\xF0\x9F\x98\x80|1F600|4", "\xF8\x88\x80\x80\x80|200000|5",
-          "\xFD\xBF\xBF\xBF\xBF\xBF|7FFFFFFF|6", "\x80|80|1", "\xFE\x80|FE|1", "\xFF|FF|1", "\xC3-|ED|2",
-          "\xE4\xB8|E4|1", "\xFD\xBF\xBF\xBF\xBF|FD|1", "|0|0"}) {
-        const auto arField = Fields(lpszRow);
-        const ExactText stText(arField[0]);
-        const UINT nCode = static_cast<UINT>(std::stoul(arField[1], nullptr, 16));
-        int nUsed;
-        EXPECT_EQ(KestroGetUnicode(stText.Data(), stText.Size(), nUsed), nCode) << lpszRow;
-        EXPECT_EQ(nUsed, std::stoi(arField[2])) << lpszRow;
-        EXPECT_EQ(KestroGetUnicode(arField[0].c_str()), nCode);
-    }
+    CheckRows(
+        {"A=>65|1", "\xC3\xA4=>228|2", "\xE4\xB8\xAD=>20013|3", "\xF0\x9F\x98\x80=>128512|4",
+         "\xF8\x88\x80\x80\x80=>2097152|5", "\xFD\xBF\xBF\xBF\xBF\xBF=>2147483647|6", "\x80=>128|1", "\xFE\x80=>254|1",
+         "\xFF=>255|1", "\xC3-=>237|2", "\xE4\xB8=>228|1", "\xFD\xBF\xBF\xBF\xBF=>253|1", "=>0|0"},
+        [](const auto& arText) {
+            int nUsed;
+            const UINT nCode = KestroGetUnicode(arText[0].Data(), arText[0].Size(), nUsed);
+            EXPECT_EQ(KestroGetUnicode(std::string(arText[0].View()).c_str()), nCode);
+            return std::to_string(nCode) + "|" + std::to_string(nUsed);
+        });
 }
 
 TEST(CommonDataDefUtfTest, PackedSequences) {
