@@ -91,6 +91,12 @@ using LPSYSTEMTIME = _SYSTEMTIME*;
 /** The time of day in the machine's zone, as `tzset` or the first use took it. `wDayOfWeek` is left as it was. */
 void GetLocalTime(LPSYSTEMTIME lpTime);
 
+/**
+ * Seconds by which the machine's zone is ahead of UTC, as local midnight of 1 January 2017 has it: a day without summer
+ * time north of the equator.
+ */
+[[nodiscard]] long long ZoneSeconds();
+
 /** Microseconds since 1970; answers 1. There is no frequency call: a tick is a microsecond. */
 BOOL QueryPerformanceCounter(long long* lpCounter);
 

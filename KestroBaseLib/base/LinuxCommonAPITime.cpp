@@ -1,4 +1,4 @@
-// Time of day and the microsecond counter, both from the platform's clock.
+// Time of day and the microsecond counter, both from the platform's clock, and the machine's zone.
 
 #include <ctime>
 
@@ -18,6 +18,16 @@ void GetLocalTime(LPSYSTEMTIME lpTime) {
     lpTime->wMinute = static_cast<WORD>(stLocal.tm_min);
     lpTime->wSecond = static_cast<WORD>(stLocal.tm_sec);
     lpTime->wMilliseconds = static_cast<WORD>(nNow % 1'000'000 / 1000);
+}
+
+long long ZoneSeconds() {
+    std::tm stMidnight{};
+    stMidnight.tm_year = 2017 - 1900;
+    stMidnight.tm_mday = 1;
+    const std::time_t nLocal = std::mktime(&stMidnight);
+    std::tm stUtc{};
+    gmtime_r(&nLocal, &stUtc);
+    return nLocal - std::mktime(&stUtc);
 }
 
 BOOL QueryPerformanceCounter(long long* lpCounter) {

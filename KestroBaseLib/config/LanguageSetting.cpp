@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <ctime>
 
 #include "Language.h"
 #include "LinuxCommonAPI.h"
@@ -13,6 +12,7 @@
 namespace {
 
 constexpr int LANGUAGE_BY_ZONE = 77;
+/** UTC+8. */
 constexpr int CHINESE_ZONE_MINUTES = 480;
 constexpr int STACK_MIN_MB = 1;
 constexpr int STACK_MAX_MB = 10;
@@ -27,17 +27,6 @@ int ReadSystemKey(const char* lpszKey, int nDefault) {
     return GetPrivateProfileInt("System", lpszKey, nDefault, szFile);
 }
 
-/** Minutes by which the machine's clock is ahead of UTC, on a day without summer time north of the equator. */
-long long ZoneMinutes() {
-    std::tm stMidnight{};
-    stMidnight.tm_year = 2017 - 1900;
-    stMidnight.tm_mday = 1;
-    const std::time_t nLocal = std::mktime(&stMidnight);
-    std::tm stUtc{};
-    gmtime_r(&nLocal, &stUtc);
-    return (nLocal - std::mktime(&stUtc)) / 60;
-}
-
 } // namespace
 
 void InitLanguageSetting(int) {
@@ -45,7 +34,7 @@ void InitLanguageSetting(int) {
     const int nStack = ReadSystemKey("threadstacksize", STACK_MIN_MB);
     g_nThreadStackSize = std::clamp(nStack, STACK_MIN_MB, STACK_MAX_MB) << 20;
     if (nLanguage == LANGUAGE_BY_ZONE)
-        g_nLanguage_Chinese = ZoneMinutes() == CHINESE_ZONE_MINUTES ? 1 : 0;
+        g_nLanguage_Chinese = ZoneSeconds() / 60 == CHINESE_ZONE_MINUTES ? 1 : 0;
     else
         g_nLanguage_Chinese = nLanguage;
 }

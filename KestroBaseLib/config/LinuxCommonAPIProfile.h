@@ -25,8 +25,8 @@ int GetPrivateProfileString(const char* lpszSection, const char* lpszKey, const 
 /**
  * Sets an entry in exactly the section named, and adds entry, section and file where they are missing. A null value
  * removes the entry, a null key the section. A value that already stands there leaves the file untouched. False without
- * section or file name, if the file can't be opened, or if there is nothing to write into an empty file; otherwise
- * true, even if memory or disk ran out on the way.
+ * section or file name, if the file can't be opened or written, or if there is nothing to write into an empty file;
+ * otherwise true, even if memory ran out on the way.
  */
 bool WritePrivateProfileString(const char* lpszSection, const char* lpszKey, const char* lpszValue,
                                const char* lpszFile);

@@ -114,11 +114,17 @@ bool MakeSplice(std::string_view strText, const PROFILECHANGE& stChange, PROFILE
     return true;
 }
 
-/** Changes a file that isn't empty. */
-void Rewrite(STREAMPTR& lpFile, const char* lpszFile, const PROFILECHANGE& stChange) {
+/** Writes and closes; false if the disk doesn't take it. */
+bool WriteAll(STREAMPTR& lpFile, const std::string& strText) {
+    const bool bWritten = std::fputs(strText.c_str(), lpFile.get()) >= 0;
+    return std::fclose(lpFile.release()) == 0 && bWritten;
+}
+
+/** Changes a file that isn't empty; false if it can't be written anew. */
+bool Rewrite(STREAMPTR& lpFile, const char* lpszFile, const PROFILECHANGE& stChange) {
     PROFILETEXT stText;
     PROFILESPLICE stSplice{};
-    if (!stText.Read(lpFile.get()) || !MakeSplice(stText.m_strText, stChange, stSplice)) return;
+    if (!stText.Read(lpFile.get()) || !MakeSplice(stText.m_strText, stChange, stSplice)) return true;
     const std::string_view strText = stText.m_strText;
     std::string strNew;
     strNew.reserve(strText.size() + stSplice.m_strNew.size());
@@ -126,7 +132,7 @@ void Rewrite(STREAMPTR& lpFile, const char* lpszFile, const PROFILECHANGE& stCha
     strNew.append(stSplice.m_lpTo, strText.data() + strText.size());
     lpFile.reset();
     lpFile.reset(std::fopen(lpszFile, "w+e"));
-    if (lpFile) (void)std::fputs(strNew.c_str(), lpFile.get());
+    return lpFile && WriteAll(lpFile, strNew);
 }
 
 } // namespace
@@ -142,11 +148,10 @@ bool WritePrivateProfileString(const char* lpszSection, const char* lpszKey, con
     try {
         if (GetFileSize(lpFile.get(), nullptr) == 0) {
             if (stChange.RemovesSomething()) return false;
-            (void)std::fputs(SectionText(stChange).c_str(), lpFile.get());
-        } else {
-            Rewrite(lpFile, lpszFile, stChange);
+            return WriteAll(lpFile, SectionText(stChange));
         }
+        return Rewrite(lpFile, lpszFile, stChange);
     } catch (const std::bad_alloc&) {
+        return true;
     }
-    return true;
 }

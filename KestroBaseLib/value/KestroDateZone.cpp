@@ -4,6 +4,7 @@
 
 #include "KestroDate.h"
 #include "KestroErrorCode.h"
+#include "LinuxCommonAPI.h"
 #include "Platform.h"
 
 namespace {
@@ -31,13 +32,7 @@ int ReadDigits(const char*& lpszText, int& nValue) {
 int DbTimeZoneValue() {
     int nZone = nKestroTimeZone.load(std::memory_order_relaxed);
     if (nZone != ZONE_UNKNOWN) return nZone;
-    tm stMidnight{};
-    stMidnight.tm_year = 117;
-    stMidnight.tm_mday = 1;
-    const time_t nLocal = mktime(&stMidnight);
-    tm stUtc{};
-    gmtime_r(&nLocal, &stUtc);
-    nZone = static_cast<int>((nLocal - mktime(&stUtc)) / 3600);
+    nZone = static_cast<int>(ZoneSeconds() / 3600);
     nKestroTimeZone.store(nZone, std::memory_order_relaxed);
     return nZone;
 }

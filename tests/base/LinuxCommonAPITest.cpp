@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -120,9 +121,11 @@ TEST_F(LinuxCommonAPI, KeepsThePositionWhenItTellsASize) {
 
 TEST_F(LinuxCommonAPI, TellsTheTime) {
     setenv("TZ", "CST-8", 1);
+    tzset();
     SYSTEMTIME stTime{0, 0, 9, 0, 0, 0, 0, 0};
     GetLocalTime(&stTime);
     unsetenv("TZ");
+    tzset();
     const WORD arTime[] = {2023, 11, 9, 15, 6, 13, 20, 999};
     EXPECT_EQ(std::memcmp(&stTime, arTime, sizeof(arTime)), 0);
     timeval stValue{1, 999'999};

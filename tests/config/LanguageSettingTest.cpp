@@ -3,6 +3,7 @@
 #include "LanguageSetting.h"
 
 #include <cstdlib>
+#include <ctime>
 #include <tuple>
 
 #include <gtest/gtest.h>
@@ -39,6 +40,7 @@ TEST(LanguageSetting, FollowsKeyFileAndZone) {
         EXPECT_EQ(g_nThreadStackSize, nStackMB << 20) << lpszKeys;
     }
     unsetenv("TZ");
+    tzset();
     g_stPlatform = stPlatform;
     g_nLanguage_Chinese = 0;
     g_nThreadStackSize = 1 << 20;
