@@ -5,6 +5,15 @@
 
 #include "Language.h"
 
+/** Whether the last byte written was no line feed, so that the next message would stand behind a prompt. */
+inline bool g_bLineOpen = false;
+
+/** Writes a message without arguments as it stands, for tables of messages. */
+inline void SayText(const MESSAGE& stMessage) {
+    std::fputs(Text(stMessage), stdout);
+    g_bLineOpen = !std::string_view(Text(stMessage)).ends_with('\n');
+}
+
 /**
  * Writes a message in the language in use to standard output, where all of the setup program's output goes. The build
  * fails when the arguments don't fit the conversions of either twin, so a row and its callers can't drift apart:
@@ -19,9 +28,10 @@ void Say(A... args) {
         constexpr auto HasPercent = [](std::string_view strText) { return strText.find('%') != strText.npos; };
         static_assert(!HasPercent(stMessage.m_lpszChinese) && !HasPercent(stMessage.m_lpszEnglish),
                       "a text without arguments is written as it stands, so \"%%\" would come out as two");
-        std::fputs(Text(stMessage), stdout);
+        SayText(stMessage);
     } else {
         std::printf(Text(stMessage), args...);
+        g_bLineOpen = !std::string_view(stMessage.m_lpszEnglish).ends_with('\n');
     }
 }
 

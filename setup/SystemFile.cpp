@@ -19,6 +19,7 @@
 #include "LinuxCommonAPI.h"
 #include "LinuxCommonAPIProfile.h"
 #include "Platform.h"
+#include "SetupConfig.h"
 #include "SetupPaths.h"
 #include "SystemFileMessages.h"
 
@@ -65,9 +66,8 @@ int TextNumber(const char* lpszText, int nDefault, int nMin, int nMax) {
 void WriteConfig(int nBufferCacheSize) {
     char lpszCacheSize[16];
     std::snprintf(lpszCacheSize, sizeof(lpszCacheSize), "%d", nBufferCacheSize);
-    const bool bPath = WritePrivateProfileString("System", "databasepath", g_lpDatabasePath, g_lpConfigPath);
-    const bool bCacheSize = WritePrivateProfileString("System", "buffercachesize", lpszCacheSize, g_lpConfigPath);
-    if (!bPath || !bCacheSize) Say<MSG_CONFIG_NOT_WRITTEN>(g_lpConfigPath);
+    WriteConfigKey("System", "databasepath", g_lpDatabasePath);
+    WriteConfigKey("System", "buffercachesize", lpszCacheSize);
 }
 
 // The buffer, then zeros up to the size. A file below the buffer's size still gets the whole buffer.

@@ -22,7 +22,8 @@ UINT CalcSQLHash(const char* lpszText, int nLen);
 /** Polynomial hash of base 131 over signed bytes, 31 bits. */
 UINT BKDRHash(const char* lpszText, int nLen);
 
-/** Bucket of a key among `nBuckets`; 0 when there are none. Digits and letters weigh by their value in base 36. */
+/** Bucket of a key among `nBuckets`; 0 when there are none. Digits and letters weigh by their value in base 36, other
+ * bytes as unsigned. */
 UINT CalcKeyHash(const char* lpszKey, UINT nBuckets);
 
 /** Bucket of a 64-bit hash among `nBuckets`, which is not 0. */
@@ -41,8 +42,8 @@ WORD CreateDataToken();
 
 /**
  * Compares exactly `nLen` bytes, terminators included, but for the case of letters: 0, or the first text's byte less
- * the second's where they first differ, both unsigned and as they stand. A null second text gives -1, else a null first
- * one 1.
+ * the second's where they first differ, both unsigned and as they stand. A letter matches its other case and no byte
+ * from 0x80 on, 0x20 apart or not. A null second text gives -1, else a null first one 1.
  */
 [[nodiscard]] int KestroCompareNoCase(const char* lpszFirst, const char* lpszSecond, int nLen);
 
@@ -116,6 +117,12 @@ inline void HexConvertWC(const BYTE* lpBytes, int nLen, wchar_t* lpszText) {
  */
 [[nodiscard]] int KestroUTF82Unicode(const char* lpszText, int nLen, wchar_t* lpszWide, int nSize);
 [[nodiscard]] int KestroUnicode2UTF8(const wchar_t* lpszWide, int nLen, char* lpszText, int nSize);
+
+/**
+ * The wide form of a text in a piece of the pool, terminated; it lives as long as the pool's pieces. Null when memory
+ * is short or the text doesn't convert.
+ */
+[[nodiscard]] wchar_t* KestroConvertWChar(const char* lpszText, int nLen, CKestroBufferPool* lpPool);
 
 // ---- Names out of SQL text (CommonDataDefName.cpp)
 

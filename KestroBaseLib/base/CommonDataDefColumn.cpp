@@ -4,14 +4,10 @@
 #include <climits>
 
 #include "CommonDataDef.h"
+#include "KestroErrorCode.h"
 #include "VarData.h"
 
 namespace {
-
-constexpr int ERR_INDEX_FIELD_TYPE = 318;
-constexpr int ERR_INDEX_FILE_TYPE = 319;
-constexpr int ERR_INDEX_FILE_UNKNOWN = 320;
-constexpr int ERR_DATA_TYPE = 1501;
 
 constexpr BYTE MYSQL_TYPE_DEFAULT = 253;
 
@@ -93,14 +89,14 @@ struct INDEXFILEROW {
 };
 
 constexpr INDEXFILEROW INDEX_FILES[] = {
-    {FILETYPE_SYSTEM, nullptr, ERR_INDEX_FILE_TYPE},
-    {FILETYPE_DATA, nullptr, ERR_INDEX_FILE_TYPE},
-    {FILETYPE_TABLE, nullptr, ERR_INDEX_FILE_TYPE},
+    {FILETYPE_SYSTEM, nullptr, ERR_INDEX_SYSTEM_FILE},
+    {FILETYPE_DATA, nullptr, ERR_INDEX_SYSTEM_FILE},
+    {FILETYPE_TABLE, nullptr, ERR_INDEX_SYSTEM_FILE},
     {FILETYPE_TREE, &INDEXROW::m_bTree, ERR_INDEX_FIELD_TYPE},
     {FILETYPE_INDEX, &INDEXROW::m_bTree, ERR_INDEX_FIELD_TYPE},
     {FILETYPE_KV, &INDEXROW::m_bKV, ERR_INDEX_FIELD_TYPE},
     // An unfit column answers as an unfit file here. Intended.
-    {FILETYPE_HASHTREE, &INDEXROW::m_bHashTree, ERR_INDEX_FILE_TYPE},
+    {FILETYPE_HASHTREE, &INDEXROW::m_bHashTree, ERR_INDEX_SYSTEM_FILE},
 };
 
 BYTE FindIndexType(BYTE bFieldType, BYTE INDEXROW::*lpColumn) {
@@ -144,7 +140,7 @@ int GetIndexType(BYTE bFileType, BYTE bFieldType, BYTE bSuffix, BYTE& bIndexType
         bIndexType = bFound;
         return 0;
     }
-    return ERR_INDEX_FILE_UNKNOWN;
+    return ERR_INDEX_FILE_TYPE;
 }
 
 const char* GetMysqlIndexType(BYTE bIndexType) {

@@ -3,12 +3,11 @@
 #include <array>
 
 #include "CommonDataDef.h"
+#include "KestroErrorCode.h"
 
 const char* const KestroHexChars = "0123456789ABCDEF";
 
 namespace {
-
-constexpr int ERR_BAD_PARAMETER = 25;
 
 /** What a byte of hexadecimal text is: a digit's value of 0 to 15, or one of these. */
 constexpr BYTE HEX_BLANK = 16;
@@ -47,13 +46,13 @@ void BytesToHex(const BYTE* lpBytes, int nLen, T* lpszText) {
 template <typename T>
 int HexToBytes(const T* lpszText, BYTE* lpBytes, int nMax, int& nLen) {
     nLen = 0;
-    if (!lpszText) return ERR_BAD_PARAMETER;
+    if (!lpszText) return ERR_PARAMETER;
     bool bHalf = false;
     for (BYTE nHigh = 0; nLen < nMax; ++lpszText) {
         const BYTE nValue = HexValue(*lpszText);
         if (nValue == HEX_BLANK) continue;
         if (nValue == HEX_END) return 0;
-        if (nValue == HEX_BAD) return ERR_BAD_PARAMETER;
+        if (nValue == HEX_BAD) return ERR_PARAMETER;
         if (bHalf) lpBytes[nLen++] = static_cast<BYTE>(nHigh << 4 | nValue);
         nHigh = nValue;
         bHalf = !bHalf;

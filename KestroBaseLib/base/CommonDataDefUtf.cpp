@@ -1,6 +1,7 @@
 // UTF-8 to wide text and back. Decoding is lenient: a byte that fits no form stands for itself, so that text of another
 // code page passes; only codes that UTF-16 can't hold are refused.
 
+#include <algorithm>
 #include <bit>
 #include <climits>
 #include <cstdint>
@@ -8,6 +9,7 @@
 #include <cwchar>
 
 #include "CommonDataDef.h"
+#include "KestroBufferPool.h"
 
 namespace {
 
@@ -147,4 +149,13 @@ int KestroUnicode2UTF8(const wchar_t* lpszWide, int nLen, char* lpszText, int nS
     }
     lpszText[nOut] = 0;
     return bValid ? nOut : -1;
+}
+
+wchar_t* KestroConvertWChar(const char* lpszText, int nLen, CKestroBufferPool* lpPool) {
+    // No character takes more elements than bytes.
+    const auto nSize = static_cast<std::uint64_t>(std::max(nLen, 0)) + 1;
+    if (nSize > INT_MAX / sizeof(wchar_t)) return nullptr;
+    auto* lpszWide = static_cast<wchar_t*>(lpPool->AllocBuffer(static_cast<UINT>(nSize * sizeof(wchar_t))));
+    const bool bConverted = lpszWide && KestroUTF82Unicode(lpszText, nLen, lpszWide, static_cast<int>(nSize)) >= 0;
+    return bConverted ? lpszWide : nullptr;
 }

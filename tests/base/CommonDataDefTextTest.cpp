@@ -1,188 +1,135 @@
-#include <gtest/gtest.h>
-
 #include <climits>
-#include <limits>
 #include <random>
 #include <string>
 
 #include "CommonDataDef.h"
-#include "ExactBytes.h"
+#include "Fields.h"
 
 namespace {
 
 using namespace std::string_literals;
 
 TEST(CommonDataDefTextTest, FormsOfNumbers) {
-    const struct {
-        std::string_view m_szText;
-        int m_nForm;
-    } arRow[] = {{"0", 1},   {"-12", 1},  {"+7", 1},   {"", 0},      {"-", 0},   {"1 ", 0},    {" 1", 0},
-                 {"12a", 0}, {"0x1F", 2}, {"0Xaf", 2}, {"0x", 0},    {"0xg", 0}, {"-0x1", 0},  {"1.5", 3},
-                 {"-.5", 3}, {"5.", 3},   {".", 0},    {"1.2.3", 0}, {"1e3", 3}, {"1E-03", 3}, {"1.5e+3", 3},
-                 {"1e", 0},  {"1e+", 0},  {"e3", 0},   {".e3", 0},   {"1e3x", 0}};
-    for (const auto& stRow : arRow) {
-        const ExactText stText(stRow.m_szText);
-        EXPECT_EQ(IsNumber(stText.Data(), stText.Size()), stRow.m_nForm) << stRow.m_szText;
-        EXPECT_EQ(IsNumber(stRow.m_szText.data()), stRow.m_nForm);
-    }
-    EXPECT_EQ(IsNumber("12", -1), NUMBER_NONE);
-    EXPECT_EQ(IsNumber(nullptr), NUMBER_NONE);
+    CheckRows({"=>0",      "-=>0",    "1 =>0",   " 1=>0",  "12a=>0", "0x=>0",   "0xg=>0",     "-0x1=>0",   ".=>0",
+               "1.2.3=>0", "1e=>0",   "1e+=>0",  "e3=>0",  ".e3=>0", "1e3x=>0", "1.2e3.4=>0", "0=>1",      "-12=>1",
+               "+7=>1",    "0x1F=>2", "0Xaf=>2", "1.5=>3", "-.5=>3", "5.=>3",   "1e3=>3",     "1.5E-03=>3"},
+              [](const auto& arText) { return std::to_string(IsNumber(arText[0].Data(), arText[0].Size())); });
+    EXPECT_EQ(IsNumber("1.5"), NUMBER_REAL);
 }
 
+// Text, and whether forced.
 TEST(CommonDataDefTextTest, ZerosAtTheEnd) {
-    const struct {
-        std::string m_strText;
-        bool m_bForce;
-        const char* m_lpszResult;
-    } arRow[] = {{"1.500", false, "1.5"}, {"1.000", false, "1"},  {"100", false, "100"}, {"1.2.0", false, "1.2.0"},
-                 {"1.2.0", true, "1.2"},  {"100", true, "1"},     {"000", true, ""},     {".0", false, ""},
-                 {"", true, ""},          {"0.000000", true, "0"}};
-    for (const auto& stRow : arRow) {
-        std::string strText = stRow.m_strText;
-        const int nLen = TrimTailZero(strText.data(), stRow.m_bForce);
-        EXPECT_EQ(std::string(strText.c_str()), stRow.m_lpszResult) << stRow.m_strText;
-        EXPECT_EQ(static_cast<std::size_t>(nLen), std::string(stRow.m_lpszResult).size());
-    }
-}
-
-template <typename T>
-void ExpectConverted(T nValue) {
-    const ExactText stText(std::string(KESTRO_INTEGER_SIZE, '?'));
-    const int nLen = KestroConvert(nValue, stText.Data());
-    EXPECT_EQ(std::string(stText.Data()), std::to_string(nValue));
-    EXPECT_EQ(nLen, static_cast<int>(std::to_string(nValue).size()));
+    CheckRows({"1.500|0=>1.5", "1.000|0=>1", "100|0=>100", "1.2.0|0=>1.2.0", "1.2.0|1=>1.2", "100|1=>1", "000|1=>",
+               ".0|0=>", "|1=>", "0.000000|1=>0"},
+              [](const auto& arText) {
+                  std::string strText(arText[0].View());
+                  strText.resize(static_cast<std::size_t>(TrimTailZero(strText.data(), arText[1].Number() != 0)));
+                  return strText;
+              });
 }
 
 TEST(CommonDataDefTextTest, IntegersAndTheirDigits) {
-    ExpectConverted(std::numeric_limits<short>::min());
-    ExpectConverted(std::numeric_limits<int>::min());
-    ExpectConverted(std::numeric_limits<long long>::min());
-    ExpectConverted(std::numeric_limits<unsigned long long>::max());
-    for (const long long ll : {0LL, 9LL, 10LL, -999LL, 1000LL, LLONG_MAX, LLONG_MIN})
-        EXPECT_EQ(GetIntegerFigure(ll), static_cast<int>(std::to_string(ll).size()) - (ll < 0));
+    char szText[KESTRO_INTEGER_SIZE];
+    for (const long long ll : {0LL, 9LL, 10LL, -999LL, 1000LL, LLONG_MAX, LLONG_MIN}) {
+        EXPECT_EQ(KestroConvert(ll, szText), GetIntegerFigure(ll) + (ll < 0));
+        EXPECT_EQ(szText, std::to_string(ll));
+    }
+    EXPECT_EQ(KestroConvert(ULLONG_MAX, szText), 20);
+    EXPECT_EQ(szText, std::to_string(ULLONG_MAX));
+    EXPECT_EQ(KestroConvert(short{-7}, szText), 2);
     EXPECT_EQ(GetStringFigure("-123.45", 7), 3);
     EXPECT_EQ(GetStringFigure("123", 2), 2);
-    EXPECT_EQ(GetStringFigure("abc", 3), 0);
-}
-
-TEST(CommonDataDefTextTest, BitsAsText) {
-    const struct {
-        unsigned long long m_ullValue;
-        int m_nBits, m_nSize, m_nResult;
-        std::string m_strText;
-    } arRow[] = {{0, 0, 2, 1, "0"}, {5, 0, 4, 3, "101"}, {5, 6, 7, 6, "000101"},
-                 {5, 6, 6, -1, ""}, {5, -9, 0, -1, "?"}, {~0ULL, 99, 65, 64, std::string(64, '1')}};
-    for (const auto& stRow : arRow) {
-        const ExactText stText(std::string(static_cast<std::size_t>(std::max(stRow.m_nSize, 1)), '?'));
-        EXPECT_EQ(ConvertBitToString(stRow.m_ullValue, stRow.m_nBits, stText.Data(), stRow.m_nSize), stRow.m_nResult);
-        EXPECT_EQ(stText.View().substr(0, stRow.m_strText.size()), stRow.m_strText);
-    }
+    char szBits[65];
+    EXPECT_EQ(ConvertBitToString(0, 0, szBits, 2), 1);
+    EXPECT_EQ(ConvertBitToString(5, 6, szBits, 6), -1);
+    EXPECT_EQ(ConvertBitToString(5, 6, szBits, 7), 6);
+    EXPECT_STREQ(szBits, "000101");
+    EXPECT_EQ(ConvertBitToString(~0ULL, 99, szBits, 65), 64);
 }
 
 TEST(CommonDataDefTextTest, LengthPrefixedTextsAndAllTheirTruncations) {
-    const struct {
-        std::string m_strPrefix;
-        std::size_t m_nLen;
-    } arRow[] = {{"\x00"s, 0},
-                 {"\x05"s, 5},
-                 {"\xFA"s, 250},
-                 {"\xFC\x2C\x01"s, 300},
-                 {"\xFD\x02\x00\x00"s, 2},
-                 {"\xFE\x03\0\0\0\0\0\0\0"s, 3}};
     const char* lpszText;
     int nLen;
-    for (const auto& stRow : arRow) {
-        const std::string strWhole = stRow.m_strPrefix + std::string(stRow.m_nLen, 'x');
-        for (std::size_t nCut = 0; nCut <= strWhole.size(); ++nCut) {
-            const ExactText stData(std::string_view(strWhole).substr(0, nCut));
-            const int nTaken =
-                ConvertMySQLVarchar(reinterpret_cast<const BYTE*>(stData.Data()), stData.Size(), lpszText, nLen);
-            EXPECT_EQ(nTaken, nCut == strWhole.size() ? stData.Size() : 0);
-            EXPECT_EQ(nLen, nTaken == 0 ? 0 : static_cast<int>(stRow.m_nLen));
+    for (const std::string& strPrefix : {"\5"s, "\xFC\5\0"s, "\xFD\5\0\0"s, "\xFE\5\0\0\0\0\0\0\0"s})
+        for (std::size_t nCut = 0; nCut <= strPrefix.size() + 5; ++nCut) {
+            const ExactBytes<BYTE> stData(
+                std::basic_string<BYTE>(strPrefix.begin(), strPrefix.end()).append(5, 'x').substr(0, nCut));
+            const bool bWhole = nCut == strPrefix.size() + 5;
+            EXPECT_EQ(ConvertMySQLVarchar(stData.Data(), stData.Size(), lpszText, nLen), bWhole ? stData.Size() : 0);
+            EXPECT_EQ(nLen, bWhole ? 5 : 0);
         }
-    }
-    const BYTE arLong[] = {0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 'x'};
-    EXPECT_EQ(ConvertMySQLVarchar(arLong, 10, lpszText, nLen), 0);
-    const BYTE arNull[] = {251, 255};
-    EXPECT_EQ(ConvertMySQLVarchar(arNull, 2, lpszText, nLen), 1);
+    const BYTE arOdd[] = {251, 255, 254, 255, 255, 255, 255, 255, 255, 255, 255, 'x'};
+    EXPECT_EQ(ConvertMySQLVarchar(arOdd, 2, lpszText, nLen), 1);
     EXPECT_EQ(lpszText, nullptr);
-    EXPECT_EQ(ConvertMySQLVarchar(arNull + 1, 1, lpszText, nLen), 0);
-}
-
-std::string PlainReplace(std::string strText, const std::string& strFrom, const std::string& strTo) {
-    for (std::size_t n = 0; !strFrom.empty() && (n = strText.find(strFrom, n)) != std::string::npos; n += strTo.size())
-        strText.replace(n, strFrom.size(), strTo);
-    return strText;
+    EXPECT_EQ(ConvertMySQLVarchar(arOdd + 1, 1, lpszText, nLen), 0);
+    EXPECT_EQ(ConvertMySQLVarchar(arOdd + 2, 10, lpszText, nLen), 0);
 }
 
 TEST(CommonDataDefTextTest, SearchAndReplacementAgreeWithTheLibrary) {
     std::mt19937 stRandom(4);
     const auto Random = [&](std::size_t nMax) {
-        std::string strText(stRandom() % (nMax + 1), 0);
+        std::string strText(stRandom() % nMax, 0);
         for (char& c : strText)
             c = "ab\0"[stRandom() % 3];
         return strText;
     };
     for (int i = 0; i < 3000; ++i) {
-        const ExactText stText(Random(20)), stFrom(Random(3)), stTo(Random(3));
-        const std::string strWanted =
-            PlainReplace(std::string(stText.View()), std::string(stFrom.View()), std::string(stTo.View()));
-        const int nLen = static_cast<int>(strWanted.size());
-        EXPECT_EQ(SubStringFind(stText.Data(), stText.Size(), stFrom.Data(), stFrom.Size()),
-                  static_cast<int>(stText.View().find(stFrom.View())));
-        for (const int nSize : {nLen + 1, nLen}) {
-            const ExactText stOut(std::string(static_cast<std::size_t>(nSize), '?'));
-            EXPECT_EQ(KestroCharReplace(stText.Data(), stText.Size(), stFrom.Data(), stFrom.Size(), stTo.Data(),
-                                        stTo.Size(), stOut.Data(), nSize),
-                      nSize > nLen ? nLen : -1);
-            EXPECT_TRUE(nSize == nLen || stOut.View().substr(0, strWanted.size()) == strWanted);
-        }
-        EXPECT_EQ(KestroCharReplace(stText.Data(), stText.Size(), stFrom.Data(), stFrom.Size(), stTo.Data(),
-                                    stTo.Size(), nullptr, 0),
-                  nLen);
+        const std::string strFrom = Random(4), strTo = Random(4);
+        std::string strText = Random(20);
+        const ExactText stText(strText), stFrom(strFrom), stTo(strTo);
+        const auto Replace = [&](char* lpszOut, std::size_t nSize) {
+            return KestroCharReplace(stText.Data(), stText.Size(), stFrom.Data(), stFrom.Size(), stTo.Data(),
+                                     stTo.Size(), lpszOut, static_cast<int>(nSize));
+        };
+        std::size_t n = strText.find(strFrom);
+        EXPECT_EQ(SubStringFind(stText.Data(), stText.Size(), stFrom.Data(), stFrom.Size()), static_cast<int>(n));
+        for (; !strFrom.empty() && n != std::string::npos; n = strText.find(strFrom, n + strTo.size()))
+            strText.replace(n, strFrom.size(), strTo);
+        const ExactText stOut(strText + '?');
+        EXPECT_EQ(Replace(nullptr, 0), static_cast<int>(strText.size()));
+        EXPECT_EQ(Replace(stOut.Data(), strText.size()), -1);
+        EXPECT_EQ(Replace(stOut.Data(), strText.size() + 1), static_cast<int>(strText.size()));
+        EXPECT_EQ(stOut.View(), strText + '\0');
     }
     const std::string strLong(1 << 17, 'a');
     EXPECT_EQ(KestroCharReplace(strLong.data(), 1 << 17, "a", 1, strLong.data(), 1 << 17, nullptr, 0), -1);
-    EXPECT_EQ(SubStringMatch("\xE4\xB8\xAD"
-                             "ab",
-                             5, "b", 1),
-              2);
+    EXPECT_EQ(SubStringMatch("\xE4\xB8\xAD-b", 5, "b", 1), 2);
     EXPECT_EQ(SubStringMatch("ab", 2, "c", 1), -1);
 }
 
+// Text and escape ("none" for a missing one); result with the bytes 1 and 2 for the wildcards, and the percent flag.
 TEST(CommonDataDefTextTest, LikePatterns) {
-    const struct {
-        std::string m_strText;
-        const char* m_lpszEscape;
-        std::string m_strResult;
-        int m_bPercent;
-    } arRow[] = {{"a%b_", nullptr, "a\1b\2", 1},
-                 {"a\\%b\\_", nullptr, "a%b_", 0},
-                 {"\\\\%", nullptr, "\\\1", 1},
-                 {"\\a\\", nullptr, "\\a\\", 0},
-                 {"a!%!_%", "!", "a%_\1", 1},
-                 {"a\\%", "!", "a\\\1", 1},
-                 {"!!_!", "!", "!\2!", 0},
-                 {"a\\%", "", "a\\\1", 1},
-                 {"x<>%<", "<>", "x%<", 0},
-                 {"%%_", "%", "%\2", 0},
-                 {"", nullptr, "", 0}};
-    for (const auto& stRow : arRow) {
-        const ExactText stText(stRow.m_strText);
-        BYTE bPercent = 9;
-        const int nLen = StrPretreatment(stText.Data(), stText.Size(), stRow.m_lpszEscape, bPercent);
-        EXPECT_EQ(stText.View().substr(0, static_cast<std::size_t>(nLen)), stRow.m_strResult) << stRow.m_strText;
-        EXPECT_EQ(bPercent, stRow.m_bPercent) << stRow.m_strText;
-        EXPECT_TRUE(nLen == stText.Size() || stText.Data()[nLen] == 0);
-    }
+    CheckRows({"a%b_|none=>a\1b\2|1", "a\\%b\\_|none=>a%b_|0", "\\\\%|none=>\\\1|1", "\\a\\|none=>\\a\\|0",
+               "a!%!_%|!=>a%_\1|1", "a\\%|!=>a\\\1|1", "!!_!|!=>!\2!|0", "a\\%|=>a\\\1|1", "x<>%<|<>=>x%<|0",
+               "%%_|%=>%\2|0", "|none=>|0"},
+              [](const auto& arText) {
+                  const std::string strEscape(arText[1].View());
+                  BYTE bPercent = 9;
+                  const int nLen = StrPretreatment(arText[0].Data(), arText[0].Size(),
+                                                   strEscape == "none" ? nullptr : strEscape.c_str(), bPercent);
+                  EXPECT_TRUE(nLen == arText[0].Size() || arText[0].Data()[nLen] == 0);
+                  return std::string(arText[0].Data(), static_cast<std::size_t>(nLen)) + "|" + std::to_string(bPercent);
+              });
 }
 
 TEST(CommonDataDefTextTest, JsonStrings) {
-    for (const char* lpsz : {R"("")", R"("a b")", R"("\"\\\/\b\f\n\r\t\u00Af")", "\"\xE4\xB8\xAD\""})
-        EXPECT_TRUE(CheckJsonString(ExactText(lpsz).Data(), static_cast<int>(std::strlen(lpsz)))) << lpsz;
-    for (const char* lpsz : {"", "\"", "a", R"("a)", R"(a")", R"("a"b")", R"("\")", R"("\x")", R"("\u12")",
-                             R"("\u123")", R"("\u123g")", "\"a\tb\""})
-        EXPECT_FALSE(CheckJsonString(ExactText(lpsz).Data(), static_cast<int>(std::strlen(lpsz)))) << lpsz;
+    const std::string_view arRow[] = {R"("")",
+                                      R"("\"\\\/\b\f\n\r\t\u00Af")",
+                                      "\"\xE4\xB8\xAD a\"",
+                                      "",
+                                      "\"",
+                                      "a",
+                                      R"("a)",
+                                      R"(a")",
+                                      R"("a"b")",
+                                      R"("\")",
+                                      R"("\x")",
+                                      R"("\u12")",
+                                      R"("\u123")",
+                                      R"("\u123g")",
+                                      "\"a\tb\""};
+    for (const std::string_view& szRow : arRow)
+        EXPECT_EQ(CheckJsonString(ExactText(szRow).Data(), ExactText(szRow).Size()), &szRow - arRow < 3) << szRow;
 }
 
 } // namespace

@@ -1,115 +1,69 @@
-#include <gtest/gtest.h>
-#include <iconv.h>
-
+#include <climits>
+#include <filesystem>
 #include <random>
 #include <string>
 
+#include "ChunkFault.h"
 #include "CommonDataDef.h"
-#include "ExactBytes.h"
+#include "Fields.h"
+#include "KestroBufferPool.h"
 
 namespace {
 
-/** The C library's conversion of code points, given as UTF-32, to a code page, as raw bytes. */
-std::string Encode(const char* lpszCodePage, std::u32string strCodes) {
-    std::string strOut(strCodes.size() * 4, 0);
-    char* lpIn = reinterpret_cast<char*>(strCodes.data());
-    char* lpOut = strOut.data();
-    std::size_t nIn = strCodes.size() * 4, nOut = strOut.size();
-    iconv_t stConverter = iconv_open(lpszCodePage, "UTF-32LE");
-    EXPECT_EQ(iconv(stConverter, &lpIn, &nIn, &lpOut, &nOut), 0u);
-    iconv_close(stConverter);
-    strOut.resize(strOut.size() - nOut);
-    return strOut;
-}
-
-std::wstring Units(const std::u32string& strCodes) {
-    const std::string strBytes = Encode("UTF-16LE", strCodes);
-    std::wstring strUnits;
-    for (std::size_t i = 0; i < strBytes.size(); i += 2)
-        strUnits += static_cast<wchar_t>(static_cast<BYTE>(strBytes[i]) | static_cast<BYTE>(strBytes[i + 1]) << 8);
-    return strUnits;
-}
-
-std::u32string RandomCodes(std::mt19937& stRandom, std::size_t nLen) {
-    std::u32string strCodes;
-    while (strCodes.size() < nLen) {
-        const char32_t arLimit[] = {0x80, 0x80, 0x80, 0x800, 0x10000, 0x110000};
-        const char32_t nCode = stRandom() % arLimit[stRandom() % 6];
-        if (nCode != 0 && (nCode < 0xD800 || nCode >= 0xE000)) strCodes += nCode;
-    }
-    return strCodes;
-}
-
-// Every size of the destination as well: what comes out is then the longest run of whole characters that fits.
-TEST(CommonDataDefUtfTest, AgreesWithIconvAndCutsAtCharacters) {
+// The standard library's conversions are the peer. Every size of the destination as well.
+TEST(CommonDataDefUtfTest, AgreesWithTheLibraryAndCutsAtCharacters) {
     std::mt19937 stRandom(3);
-    for (std::size_t nCodes = 0; nCodes < 60; ++nCodes) {
-        const std::u32string strCodes = RandomCodes(stRandom, nCodes);
-        const ExactText stUtf(Encode("UTF-8", strCodes));
-        const ExactWide stWide(Units(strCodes));
-        for (int nSize = 1, nFit = 0; nSize <= stUtf.Size() + 1; ++nSize) {
-            ExactWide stOut(std::wstring(static_cast<std::size_t>(nSize), L'?'));
-            const int nUnits = KestroUTF82Unicode(stUtf.Data(), stUtf.Size(), stOut.Data(), nSize);
-            nFit = std::min(nSize - 1, stWide.Size());
-            if (nFit < stWide.Size() && nFit > 0 && (stWide.Data()[nFit] & ~0x3FF) == 0xDC00) --nFit;
-            ASSERT_EQ(std::wstring(stOut.Data(), stOut.Data() + nUnits + 1),
-                      std::wstring(stWide.View().substr(0, static_cast<std::size_t>(nFit))) + L'\0');
-            ExactText stBack(std::string(static_cast<std::size_t>(nSize), '?'));
-            const int nBytes = KestroUnicode2UTF8(stWide.Data(), stWide.Size(), stBack.Data(), nSize);
-            nFit = std::min(nSize - 1, stUtf.Size());
-            while (nFit < stUtf.Size() && nFit > 0 && (stUtf.Data()[nFit] & 0xC0) == 0x80)
+    std::u32string strCodes;
+    while (strCodes.size() < 60) {
+        const char32_t arLimit[] = {0x80, 0x80, 0x80, 0x800, 0x10000, 0x110000};
+        const char32_t nCode = 1 + stRandom() % (arLimit[strCodes.size() % 6] - 1);
+        if (nCode >= 0xD800 && nCode < 0xE000) continue;
+        strCodes += nCode;
+        const std::filesystem::path stPath(strCodes);
+        const std::u16string strUnits = stPath.u16string();
+        const std::wstring strWide(strUnits.begin(), strUnits.end());
+        const ExactText stUtf(stPath.string());
+        const ExactWide stWide(strWide);
+        for (std::size_t nRoom = 0; nRoom <= stPath.string().size(); ++nRoom) {
+            const ExactWide stOut(std::wstring(nRoom + 1, L'?'));
+            std::size_t nFit = std::min(nRoom, strWide.size());
+            if (nFit < strWide.size() && (strWide[nFit] & ~0x3FF) == 0xDC00) --nFit;
+            ASSERT_EQ(KestroUTF82Unicode(stUtf.Data(), stUtf.Size(), stOut.Data(), stOut.Size()), int(nFit));
+            ASSERT_EQ(stOut.Data(), strWide.substr(0, nFit));
+            const ExactText stBack(std::string(nRoom + 1, '?'));
+            for (nFit = nRoom; nFit < stUtf.View().size() && (stUtf.Data()[nFit] & 0xC0) == 0x80;)
                 --nFit;
-            ASSERT_EQ(std::string(stBack.Data(), stBack.Data() + nBytes + 1),
-                      std::string(stUtf.View().substr(0, static_cast<std::size_t>(nFit))) + '\0');
+            ASSERT_EQ(KestroUnicode2UTF8(stWide.Data(), stWide.Size(), stBack.Data(), stBack.Size()), int(nFit));
+            ASSERT_EQ(stBack.Data(), stUtf.View().substr(0, nFit));
         }
     }
 }
 
+// Bytes, code and bytes used.
 TEST(CommonDataDefUtfTest, DecodesEveryFormAndOddBytes) {
-    const struct {
-        const char* m_lpszText;
-        UINT m_nCode;
-        int m_nUsed;
-    } arRow[] = {{"A", 'A', 1},
-                 {"\xC3\xA4", 0xE4, 2},
-                 {"\xE4\xB8\xAD", 0x4E2D, 3},
-                 {"\xF0\x9F\x98\x80", 0x1F600, 4},
-                 {"\xF8\x88\x80\x80\x80", 0x200000, 5},
-                 {"\xFD\xBF\xBF\xBF\xBF\xBF", 0x7FFFFFFF, 6},
-                 {"\x80", 0x80, 1},
-                 {"\xFE\x80", 0xFE, 1},
-                 {"\xFF", 0xFF, 1},
-                 {"\xC3"
-                  "A",
-                  0xC1, 2},
-                 {"\xE4\xB8", 0xE4, 1},
-                 {"\xFD\xBF\xBF\xBF\xBF", 0xFD, 1},
-                 {"", 0, 0}};
-    for (const auto& stRow : arRow) {
-        const ExactText stText(stRow.m_lpszText);
-        int nUsed;
-        EXPECT_EQ(KestroGetUnicode(stText.Data(), stText.Size(), nUsed), stRow.m_nCode) << stRow.m_lpszText;
-        EXPECT_EQ(nUsed, stRow.m_nUsed) << stRow.m_lpszText;
-        EXPECT_EQ(KestroGetUnicode(stRow.m_lpszText), stRow.m_nCode);
-    }
+    CheckRows(
+        {"A=>65|1", "\xC3\xA4=>228|2", "\xE4\xB8\xAD=>20013|3", "\xF0\x9F\x98\x80=>128512|4",
+         "\xF8\x88\x80\x80\x80=>2097152|5", "\xFD\xBF\xBF\xBF\xBF\xBF=>2147483647|6", "\x80=>128|1", "\xFE\x80=>254|1",
+         "\xFF=>255|1", "\xC3-=>237|2", "\xE4\xB8=>228|1", "\xFD\xBF\xBF\xBF\xBF=>253|1", "=>0|0"},
+        [](const auto& arText) {
+            int nUsed;
+            const UINT nCode = KestroGetUnicode(arText[0].Data(), arText[0].Size(), nUsed);
+            EXPECT_EQ(KestroGetUnicode(std::string(arText[0].View()).c_str()), nCode);
+            return std::to_string(nCode) + "|" + std::to_string(nUsed);
+        });
 }
 
 TEST(CommonDataDefUtfTest, PackedSequences) {
-    const struct {
-        UINT m_nSequence;
-        std::wstring m_strUnits;
-    } arRow[] = {{'A', L"A"},   {0xC3A4, L"\u00E4"}, {0xE4B8AD, L"\u4E2D"}, {0xF09F9880, {0xD83D, 0xDE00}},
-                 {0x80, L""},   {0xFF, L""},         {0xC341, L""},         {0xE4B8, L""},
-                 {0x4100, L""}, {0xF4908080, L""},   {0xF8888080, L""},     {0, std::wstring(1, 0)}};
-    for (const auto& stRow : arRow) {
-        wchar_t arUnits[2];
-        const int nUnits = KestroCode2UTF16(stRow.m_nSequence, arUnits);
-        EXPECT_EQ(nUnits, stRow.m_strUnits.empty() ? -1 : static_cast<int>(stRow.m_strUnits.size()));
-        EXPECT_EQ(std::wstring(arUnits, arUnits + std::max(nUnits, 0)), stRow.m_strUnits);
-    }
-    char arBytes[4];
-    EXPECT_EQ(KestroCode2UTF8(0x10FFFF, arBytes), 4);
-    EXPECT_EQ(KestroCode2UTF8(0x110000, arBytes), -1);
+    wchar_t arUnits[2];
+    EXPECT_EQ(KestroCode2UTF16(0xC3A4, arUnits), 1);
+    EXPECT_EQ(arUnits[0], 0xE4);
+    EXPECT_EQ(KestroCode2UTF16(0xE4B8AD, arUnits), 1);
+    EXPECT_EQ(arUnits[0], 0x4E2D);
+    EXPECT_EQ(KestroCode2UTF16(0xF09F9880, arUnits), 2);
+    EXPECT_TRUE(arUnits[0] == 0xD83D && arUnits[1] == 0xDE00);
+    for (const UINT nBad : {0x80u, 0xFFu, 0xC341u, 0xE4B8u, 0x4100u, 0xF4908080u, 0xF8888080u})
+        EXPECT_EQ(KestroCode2UTF16(nBad, nullptr), -1);
+    EXPECT_EQ(KestroCode2UTF8(0x110000, nullptr), -1);
 }
 
 TEST(CommonDataDefUtfTest, RefusesWhatUtf16CantHold) {
@@ -126,6 +80,17 @@ TEST(CommonDataDefUtfTest, RefusesWhatUtf16CantHold) {
     EXPECT_EQ(KestroUTF82Unicode("a\0b", 3, szWide, 9), 1);
     EXPECT_EQ(KestroUTF82Unicode("a", -1, szWide, 9), 0);
     EXPECT_EQ(KestroUTF82Unicode("a", 1, szWide, 0), -1);
+}
+
+TEST(CommonDataDefUtfTest, ConvertsIntoAPool) {
+    CKestroBufferPool stPool;
+    const ExactText stText("\xE4\xB8\xADxy");
+    EXPECT_STREQ(KestroConvertWChar(stText.Data(), stText.Size(), &stPool), L"\u4E2Dxy");
+    EXPECT_STREQ(KestroConvertWChar(nullptr, 0, &stPool), L"");
+    EXPECT_EQ(KestroConvertWChar("\xFD\xBF\xBF\xBF\xBF\xBF", 6, &stPool), nullptr);
+    EXPECT_EQ(KestroConvertWChar("", INT_MAX, &stPool), nullptr);
+    const CChunkFault stFault(1);
+    EXPECT_EQ(KestroConvertWChar("a", 1, &stPool), nullptr);
 }
 
 } // namespace

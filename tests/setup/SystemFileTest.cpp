@@ -24,6 +24,7 @@
 #include "LocalAddress.h"
 #include "Platform.h"
 #include "ScratchDir.h"
+#include "SetupConfig.h"
 #include "SetupPaths.h"
 
 namespace {
@@ -293,6 +294,7 @@ TEST_F(SystemFile, TellsWhyItFailed) {
     };
     for (const auto& stRow : arRows) {
         g_nLanguage_Chinese = stRow.m_nChinese;
+        g_bConfigNotWrittenSaid = false;
         SetPath(g_lpDatabasePath, stRow.m_strDatabasePath);
         SetPath(g_lpConfigPath, stRow.m_strConfigPath);
         EXPECT_EQ(Create(stRow.m_nFileSize), stRow.m_nResult) << stRow.m_strSaid;

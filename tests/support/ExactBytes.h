@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <memory>
+#include <string>
 #include <string_view>
 
 /** A copy of some bytes in a heap block of exactly their size, so that a sanitizer sees the first byte read beyond. */
@@ -15,6 +16,8 @@ public:
     T* Data() const { return m_lpBytes.get(); }
     int Size() const { return m_nSize; }
     std::basic_string_view<T> View() const { return {Data(), static_cast<std::size_t>(m_nSize)}; }
+    /** The number that the bytes write. */
+    int Number() const { return std::stoi(std::string(View())); }
 
 private:
     std::unique_ptr<T[]> m_lpBytes;
