@@ -272,7 +272,7 @@ int CKestroDate::Format(CKestroBufferPool* lpPool, const DATE& dblDate, const T*
     ConvertDateTime(dblDate, st.m_nYear, st.m_nMonth, st.m_nDay, st.m_nWeekDay, st.m_nYearDay, st.m_nHour, st.m_nMinute,
                     st.m_nSecond, st.m_nMicrosecond);
     DATEOUTPUT stOutput;
-    WriteDateFormat(stOutput, lpszFormat, true, [&st](char* lpOut, signed char nCode) {
+    WriteDateFormat(stOutput, lpszFormat, QUOTES_UNKNOWN, [&st](char* lpOut, signed char nCode) {
         const CODEWRITER& stWriter = WRITERS[static_cast<std::size_t>(nCode)];
         return stWriter.m_lpPart ? PutTwo(lpOut, st.*stWriter.m_lpPart) : stWriter.m_lpfnWrite(lpOut, st);
     });

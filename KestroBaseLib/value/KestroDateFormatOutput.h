@@ -57,6 +57,13 @@ char* PutLiteral(char* lpOut, const wchar_t*& lpFormat);
 template <KESTROCHAR T>
 bool QuotesBoundText(const T* lpszFormat);
 
+/** What double quotes in a format are. */
+enum FORMATQUOTES {
+    QUOTES_UNKNOWN,
+    QUOTES_LITERAL,
+    QUOTES_BOUND_TEXT,
+};
+
 /** What a character of a format may begin. */
 enum FORMATCHAR : BYTE {
     FORMATCHAR_LITERAL,
@@ -78,11 +85,11 @@ inline constexpr auto FORMAT_CHARS = [] {
 
 /**
  * Appends what a format writes until it ends or the output is full: tokens by `lpfnWrite(char* lpOut, signed char
- * nCode)`, which answers the end of what it wrote or null to stop; all else as it stands. With `bQuotes` double quotes
- * may bound literal text and are then dropped. Answers false if it was stopped.
+ * nCode)`, which answers the end of what it wrote or null to stop; all else as it stands. Quotes that
+ * bound literal text are dropped. Answers false if it was stopped.
  */
 template <KESTROCHAR T, typename WRITER>
-bool WriteDateFormat(DATEOUTPUT& stOutput, const T* lpszFormat, bool bQuotes, WRITER lpfnWrite) {
+bool WriteDateFormat(DATEOUTPUT& stOutput, const T* lpszFormat, FORMATQUOTES nQuotes, WRITER lpfnWrite) {
     const T* lpFormat = lpszFormat;
     CDateWords<T> stWords(lpszFormat);
     char* const lpFull = stOutput.m_szText + KESTRO_FORMAT_LIMIT;
@@ -95,9 +102,9 @@ bool WriteDateFormat(DATEOUTPUT& stOutput, const T* lpszFormat, bool bQuotes, WR
         }
         if (nClass == FORMATCHAR_END) break;
         if (nClass == FORMATCHAR_QUOTE) {
-            // Only a format with a quote is looked through for what its quotes mean.
-            if (!bQuotes || !QuotesBoundText(lpszFormat)) {
-                bQuotes = false;
+            // Only a format with a quote is looked through for what its quotes mean, and only once.
+            if (nQuotes == QUOTES_UNKNOWN) nQuotes = QuotesBoundText(lpszFormat) ? QUOTES_BOUND_TEXT : QUOTES_LITERAL;
+            if (nQuotes == QUOTES_LITERAL) {
                 lpOut = PutLiteral(lpOut, lpFormat);
                 continue;
             }

@@ -72,7 +72,7 @@ int CKestroDate::TimeFormat(CKestroBufferPool* lpPool, const KESTROTIME& stTime,
     TOKENUSE nUse = TOKEN_OF_TIME;
     DATEOUTPUT stOutput;
     if (stDuration.m_bNegative) *stOutput.m_lpEnd++ = '-';
-    const bool bWritten = WriteDateFormat(stOutput, lpszFormat, false, [&](char* lpOut, signed char nCode) {
+    const bool bWritten = WriteDateFormat(stOutput, lpszFormat, QUOTES_LITERAL, [&](char* lpOut, signed char nCode) {
         nUse = UseOf(nCode);
         return nUse == TOKEN_OF_TIME ? WriteTimeToken(lpOut, stDuration, nCode) : nullptr;
     });

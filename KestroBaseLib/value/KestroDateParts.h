@@ -67,8 +67,7 @@ private:
     }
 };
 
-/** Splits a text up to its terminator, at most `nLen` characters of it, into the parse state and new numbers. 0 or
- * 1504. */
+/** Splits a text up to its terminator, at most `nLen` characters of it, into parse state and new numbers. 0 or 1504. */
 template <KESTROCHAR T>
 int SplitDateText(CKestroDate& stDate, DATEPARTS& stParts, const T* lpszText, std::size_t nLen);
 

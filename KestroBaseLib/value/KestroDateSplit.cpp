@@ -13,8 +13,7 @@ constexpr std::uint64_t NonDigits(std::uint64_t u) {
     return (((u & 0x7F7F7F7F7F7F7F7F) + 0x7676767676767676) | u) & 0x8080808080808080;
 }
 
-/** Goes through a text from one character that is no digit to the next, eight at a time; reads nothing outside of it.
- */
+/** Goes through a text from one character that is no digit to the next, eight at a time, and never outside of it. */
 template <KESTROCHAR T>
 class CDateSplitter {
 public:
