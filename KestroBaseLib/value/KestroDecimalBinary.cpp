@@ -127,8 +127,9 @@ int CKestroDecimal::FormatBin(const st_VARDATA* lpValue, int nPrecision, int nSc
     const BINCOLUMN stColumn = ColumnForm(nPrecision);
     st_VARDATA stValue;
     CopyDecimal(&stValue, lpValue);
-    // A whole number with zeros for free stays as it is in a column without places.
-    const bool bKeep = nScale == DECIMAL_SCALE_KEEP || (nScale == 0 && stValue.m_bScale < 0);
+    // A whole number with zeros for free stays as it is in a column without places, if it fits.
+    const bool bFits = LoadMagnitude(&stValue) < stColumn.m_nLimit;
+    const bool bKeep = nScale == DECIMAL_SCALE_KEEP || (nScale == 0 && stValue.m_bScale < 0 && bFits);
     if (!bKeep && stValue.m_bScale != nScale)
         if (const int nCode = ZoomTo(&stValue, nScale); nCode != 0) return nCode;
     for (;;) {
