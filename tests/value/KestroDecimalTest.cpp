@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <memory>
+#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -13,6 +15,10 @@
 #include "CommonDataDefNumber.h"
 
 namespace {
+
+void CopyRecord(st_VARDATA& stTarget, const st_VARDATA& stSource) {
+    std::memcpy(static_cast<void*>(&stTarget), &stSource, sizeof(stTarget));
+}
 
 std::string Show(const st_VARDATA& stValue) {
     if (stValue.m_vt == VT_NULL) return "NULL";
@@ -206,6 +212,368 @@ TEST(KestroDecimal, ReadsBinaryNumbers) {
     for (const char* lpszText : {"0", "-0.1", "1e22", "3.14159265358979323846", "9007199254740993", "1e-127", "-7e120",
                                  "123456789012345678901234567890123456e-40"})
         EXPECT_EQ(ToDouble(lpszText), std::strtod(lpszText, nullptr)) << lpszText;
+}
+
+TEST(KestroDecimal, Computes) {
+    const struct {
+        char m_c;
+        std::string m_szFirst, m_szSecond, m_szRaw, m_szText;
+    } arRows[] = {
+        {'+', "0.1", "0.2", "3/1", "0.3"},
+        {'-', "1.50", "1.50", "0/0", "0"},
+        {'+', NINES, "1", "1" + std::string(35, '0') + "/-1", "1" + std::string(36, '0')},
+        {'+', NINES, std::string(35, '0') + "6", "1" + std::string(34, '0') + "1/-1",
+         "1" + std::string(34, '0') + "10"},
+        {'+', "1e100", "1e-100", "/0", ""},
+        {'+', "0e90", "1e-37", "0/-54", "0"},
+        {'*', "-1.5", "1.5", "-225/2", "-2.25"},
+        {'*', "0.00001", "0.00005", "1/9", "0.000000001"},
+        {'*', "0.00001", "0.00004", "0/9", "0.000000000"},
+        {'*', "1e-100", "1e-100", "0/100", "0." + std::string(100, '0')},
+        {'*', "1e64", "1e64", "1/-128", "1" + std::string(128, '0')},
+        {'*', "1e65", "1e64", "/0", ""},
+        {'*', NINES, NINES, std::string(35, '9') + "8/-36", std::string(35, '9') + "8" + std::string(36, '0')},
+        {'/', "1", "3", std::string(36, '3') + "/36", "0.333333333"},
+        {'/', "-2", "300", "-" + std::string(35, '6') + "7/38", "-0.00666666667"},
+        {'/', "6", "3", "2" + std::string(35, '0') + "/35", "2"},
+        {'/', "10", "-4", "-25" + std::string(34, '0') + "/35", "-2.5"},
+        {'/', "1e30", "3", std::string(36, '3') + "/6", std::string(30, '3') + "." + std::string(6, '3')},
+        {'/', "5", "0.00", "NULL", "NULL"},
+        {'/', "0.00", "5", "0/2", "0.00"},
+        {'%', "7.5", "-2", "15/1", "1.5"},
+        {'%', "-7", "2", "-1/0", "-1"},
+        {'%', "1e100", "7", "4/0", "4"},
+        {'%', "5", "1e100", "5/0", "5"},
+        {'%', "7", "0", "NULL", "NULL"},
+    };
+    for (const auto& stRow : arRows) {
+        const st_VARDATA stFirst = Parse(stRow.m_szFirst), stSecond = Parse(stRow.m_szSecond);
+        st_VARDATA stResult;
+        int nCode = 0;
+        switch (stRow.m_c) {
+            case '+':
+                nCode = CKestroDecimal::Add(&stFirst, &stSecond, &stResult);
+                break;
+            case '-':
+                nCode = CKestroDecimal::Sub(&stFirst, &stSecond, &stResult);
+                break;
+            case '*':
+                nCode = CKestroDecimal::Mul(&stFirst, &stSecond, &stResult);
+                break;
+            case '/':
+                nCode = CKestroDecimal::Div(&stFirst, &stSecond, &stResult);
+                break;
+            default:
+                nCode = CKestroDecimal::Mod(&stFirst, &stSecond, &stResult);
+        }
+        EXPECT_EQ(nCode, 0);
+        EXPECT_EQ(Show(stResult), stRow.m_szText) << stRow.m_szFirst << stRow.m_c << stRow.m_szSecond;
+        EXPECT_EQ(Raw(stResult), stRow.m_szRaw) << stRow.m_szFirst << stRow.m_c << stRow.m_szSecond;
+    }
+    st_VARDATA stEmpty = Parse("x"), stOne = Parse("1"), stResult;
+    EXPECT_EQ(CKestroDecimal::Mod(&stEmpty, &stOne, &stResult), ERR_DECIMAL_INVALID);
+}
+
+TEST(KestroDecimal, AddsUnitsOfTheLastPlace) {
+    const struct {
+        std::string m_szText;
+        int m_n;
+        std::string m_szRaw;
+    } arRows[] = {
+        {"1.5", 7, "22/1"},   {"-1.5", -7, "-22/1"},           {"-1.5", 7, "-8/1"},
+        {"1.5", -16, "-1/1"}, {"0", INT_MIN, "-2147483648/0"}, {NINES, 6, "1" + std::string(35, '0') + "/-1"},
+    };
+    for (const auto& stRow : arRows) {
+        st_VARDATA stValue = Parse(stRow.m_szText);
+        EXPECT_EQ(CKestroDecimal::Add(&stValue, stRow.m_n), 0);
+        EXPECT_EQ(Raw(stValue), stRow.m_szRaw);
+    }
+}
+
+TEST(KestroDecimal, Compares) {
+    const struct {
+        const char *m_lpszFirst, *m_lpszSecond;
+        int m_n;
+    } arRows[] = {
+        {"0", "0.00", 0},
+        {"-0", "0", -1},
+        {"1.50", "1.5", 0},
+        {"-2", "-1", -1},
+        {"1e100", "1e-100", 1},
+        {"0e100", "1e-100", -1},
+        {"-1e-100", "-0e100", -1},
+        {"x", "1", 255},
+        {"x", "-1", 1},
+        {"x", "x", 255},
+        {"123456789012345678901234567890", "123456789012345678901234567890.1", -1},
+    };
+    for (const auto& stRow : arRows) {
+        const st_VARDATA stFirst = Parse(stRow.m_lpszFirst), stSecond = Parse(stRow.m_lpszSecond);
+        EXPECT_EQ(CKestroDecimal::Compare(&stFirst, &stSecond), stRow.m_n) << stRow.m_lpszFirst << stRow.m_lpszSecond;
+    }
+}
+
+TEST(KestroDecimal, RoundsForPeople) {
+    const struct {
+        const char *m_lpszText, *m_lpszFloor, *m_lpszCeil, *m_lpszClean, *m_lpszHex;
+    } arRows[] = {
+        {"-0.5", "-1", "0", "-0.5", "0xffffffff"},
+        {"2.100", "2", "3", "2.1", "0x00000002"},
+        {"-7.00", "-7", "-7", "-7", "0xfffffff9"},
+        {"12345678.12345678", "12345678", "12345679", "12345678.123457", "0x00bc614e"},
+        {"1234.12345678", "1234", "1235", "1234.12345678", "0x000004d2"},
+        {"0.00123456789012", "0", "1", "0.00123456789", "0x00000000"},
+        {"1.2345678", "1", "2", "1.23456780000", "0x00000001"},
+        {"2147483648", "2147483648", "2147483648", "2147483648", "0x0000000080000000"},
+        {"-2147483648", "-2147483648", "-2147483648", "-2147483648", "0xffffffff80000000"},
+        {"18446744073709551616", "18446744073709551616", "18446744073709551616", "18446744073709551616",
+         "010000000000000000"},
+        {"-18446744073709551617", "-18446744073709551617", "-18446744073709551617", "-18446744073709551617",
+         "feffffffffffffffff"},
+    };
+    for (const auto& stRow : arRows) {
+        st_VARDATA stValue = Parse(stRow.m_lpszText), stResult;
+        char szHex[DECIMAL_TEXT_SIZE];
+        EXPECT_EQ(CKestroDecimal::PrintDecimalHex(&stValue, szHex), static_cast<int>(std::strlen(stRow.m_lpszHex)));
+        EXPECT_STREQ(szHex, stRow.m_lpszHex);
+        EXPECT_EQ(CKestroDecimal::Ceil(&stValue, &stResult), 0);
+        EXPECT_EQ(Show(stResult), stRow.m_lpszCeil);
+        CopyRecord(stResult, stValue);
+        EXPECT_EQ(CKestroDecimal::Floor(&stResult, &stResult), 0);
+        EXPECT_EQ(Show(stResult), stRow.m_lpszFloor);
+        CKestroDecimal::Clean(&stValue);
+        EXPECT_EQ(Show(stValue), stRow.m_lpszClean);
+    }
+}
+
+TEST(KestroDecimal, KnowsIntegers) {
+    const struct {
+        const char* m_lpszText;
+        int m_nIsInt, m_nIsInt64;
+        int m_nSafeInt, m_nSafeInt64;
+    } arRows[] = {
+        {"10.00", 1, 1, VT_INT, VT_BIGINT},
+        {"12.00", 0, 0, VT_INT, VT_BIGINT},
+        {"-12e2", 1, 1, VT_INT, VT_BIGINT},
+        {"0.000", 1, 1, VT_INT, VT_BIGINT},
+        {"0.5", 0, 0, VT_DECIMAL, VT_DECIMAL},
+        {"1000000000000000000.000000000", 0, 1, VT_DECIMAL, VT_BIGINT},
+        {"2147483647", 1, 1, VT_INT, VT_BIGINT},
+        {"2147483648", 0, 1, VT_DECIMAL, VT_BIGINT},
+        {"-9223372036854775807", 0, 1, VT_DECIMAL, VT_DECIMAL},
+        {"9223372036854775808", 0, 0, VT_DECIMAL, VT_DECIMAL},
+        {"1e-40", 0, 0, VT_DECIMAL, VT_DECIMAL},
+        {"1e40", 0, 0, VT_DECIMAL, VT_DECIMAL},
+        {"x", 0, 0, VT_NULL, VT_NULL},
+    };
+    for (const auto& stRow : arRows) {
+        st_VARDATA stValue = Parse(stRow.m_lpszText);
+        const long long llExpected = CKestroDecimal::Convert2Int64(&stValue, 0);
+        int n = 0;
+        long long ll = 0;
+        EXPECT_EQ(CKestroDecimal::IsInt(&stValue, n), stRow.m_nIsInt) << stRow.m_lpszText;
+        EXPECT_EQ(CKestroDecimal::IsInt64(&stValue, ll), stRow.m_nIsInt64) << stRow.m_lpszText;
+        EXPECT_EQ(ll, stRow.m_nIsInt64 ? llExpected : 0);
+        CKestroDecimal::SafeConvert2Int(&stValue);
+        EXPECT_EQ(stValue.m_vt, stRow.m_nSafeInt) << stRow.m_lpszText;
+        EXPECT_EQ(stValue.m_vt == VT_INT ? +stValue.m_nValue : llExpected, llExpected);
+        stValue = Parse(stRow.m_lpszText);
+        CKestroDecimal::SafeConvert2Int64(&stValue);
+        EXPECT_EQ(stValue.m_vt, stRow.m_nSafeInt64) << stRow.m_lpszText;
+        EXPECT_EQ(stValue.m_vt == VT_BIGINT ? +stValue.m_llValue : llExpected, llExpected);
+    }
+    st_VARDATA stBig;
+    stBig.m_vt = VT_BIGINT;
+    stBig.m_llValue = 0x1FFFFFFFFLL;
+    long long ll = 0;
+    EXPECT_EQ(CKestroDecimal::IsInt64(&stBig, ll), 1);
+    EXPECT_EQ(ll, -1);
+}
+
+std::string Hex(const unsigned char* lpBytes, int nLen) {
+    std::string szHex;
+    for (int i = 0; i < nLen; ++i) {
+        szHex += "0123456789abcdef"[lpBytes[i] >> 4];
+        szHex += "0123456789abcdef"[lpBytes[i] & 15];
+    }
+    return szHex;
+}
+
+TEST(KestroDecimal, WritesColumns) {
+    const struct {
+        const char* m_lpszText;
+        int m_nPrecision, m_nScale;
+        const char *m_lpszImage, *m_lpszLoaded;
+    } arRows[] = {
+        {"4294967295", 9, 127, "6400ffffffff", "4294967295/0"},
+        {"4294967296", 9, 127, "44ff9a999919", "429496730/-1"},
+        {"-255", 2, 0, "c100ff", "-255/0"},
+        {"256", 2, 0, "41ff1a", "26/-1"},
+        {"999999999999999999.5", 18, 0, "6800000064a7b3b6e00d", "1000000000000000000/0"},
+        {"18446744073709551616", 18, 0, "48fe5c2fef2bf0bffe0a", "184467440737095516/-2"},
+        {"1.005", 7, 2, "4302650000", "101/2"},
+        {"12e3", 7, 0, "43fd0c0000", "12/-3"},
+        {"9999999999999999999.9", 19, 1, "4cff000000000000000001000000", "1000000000000000000/-1"},
+        {"0", 36, 5, "500500000000000000000000000000000000", "0/5"},
+    };
+    for (const auto& stRow : arRows) {
+        const st_VARDATA stValue = Parse(stRow.m_lpszText);
+        unsigned char arImage[DECIMAL_BIN_SIZE];
+        int nLen = 0;
+        EXPECT_EQ(CKestroDecimal::FormatBin(&stValue, stRow.m_nPrecision, stRow.m_nScale, arImage, nLen), 0);
+        EXPECT_EQ(Hex(arImage, nLen), stRow.m_lpszImage) << stRow.m_lpszText;
+        EXPECT_EQ(nLen, CKestroDecimal::CalcBinLen(stRow.m_nPrecision));
+        st_VARDATA stLoaded;
+        EXPECT_EQ(CKestroDecimal::LoadBin(arImage, &stLoaded), 0);
+        EXPECT_EQ(Raw(stLoaded), stRow.m_lpszLoaded) << stRow.m_lpszText;
+    }
+    unsigned char arMax[DECIMAL_BIN_SIZE];
+    EXPECT_EQ(Hex(arMax, CKestroDecimal::GetMax(7, arMax)), "4380ffffff");
+    EXPECT_EQ(Hex(arMax, CKestroDecimal::GetMax(12, arMax)), "4880ffc99a3bffc99a3b");
+    EXPECT_EQ(CKestroDecimal::GetMax(99, arMax), DECIMAL_BIN_SIZE);
+    int nLen = -1;
+    const st_VARDATA stFull = Parse(NINES);
+    EXPECT_EQ(CKestroDecimal::FormatBin(&stFull, 36, 1, arMax, nLen), ERR_DECIMAL_PRECISION);
+    EXPECT_EQ(nLen, 0);
+}
+
+TEST(KestroDecimal, FitsColumnsOrFails) {
+    const struct {
+        const char* m_lpszText;
+        int m_nPrecision, m_nScale;
+        const char* m_lpszRaw;
+    } arRows[] = {
+        {"1.255", 4, 2, "126/2"},
+        {"655.36", 4, 2, "NULL"},
+        {"65536", 4, 0, "6554/-1"},
+        {"65536.4", 4, 127, "6554/-1"},
+        {"65536.4", 4, 0, "6554/-1"},
+        {"655.36", 4, 3, "NULL"},
+        {"99999999999999999999", 19, 0, "1000000000000000000/-2"},
+        {"1e40", 36, 0, "NULL"},
+    };
+    for (const auto& stRow : arRows) {
+        st_VARDATA stValue = Parse(stRow.m_lpszText);
+        const int nCode = CKestroDecimal::VerificationData(&stValue, static_cast<unsigned char>(stRow.m_nPrecision),
+                                                           static_cast<char>(stRow.m_nScale));
+        EXPECT_EQ(Raw(stValue), stRow.m_lpszRaw) << stRow.m_lpszText;
+        EXPECT_EQ(nCode, stValue.m_vt == VT_NULL ? ERR_DECIMAL_PRECISION : 0);
+    }
+}
+
+TEST(KestroDecimal, LoadsOddImagesAndRefusesBadOnes) {
+    const struct {
+        const char* m_lpszImage;
+        const char* m_lpszRaw;
+    } arRows[] = {
+        {"", "NULL"},
+        {"00", "0/0"},
+        {"01ff", "255/0"},
+        {"c10305", "-5/3"},
+        {"6500ffc99a3b77", "999999999/0"},
+        {"6800ffffffffffffffff", "18446744073709551615/0"},
+        {"4400ffffffff", "NULL"},
+        {"440000ca9a3b", "NULL"},
+        {"5100", "NULL"},
+        {"5f00", "NULL"},
+        {"44000000", "NULL"},
+        {"41", "NULL"},
+    };
+    for (const auto& stRow : arRows) {
+        const std::string szHex = stRow.m_lpszImage;
+        const auto nLen = szHex.size() / 2;
+        // On the heap, so that a byte read beyond the end is noticed.
+        const auto lpImage = std::make_unique<unsigned char[]>(nLen);
+        for (std::size_t i = 0; i < nLen; ++i)
+            lpImage[i] = static_cast<unsigned char>(std::stoi(szHex.substr(2 * i, 2), nullptr, 16));
+        st_VARDATA stValue;
+        EXPECT_EQ(CKestroDecimal::LoadBin(lpImage.get(), static_cast<int>(nLen), &stValue),
+                  std::strcmp(stRow.m_lpszRaw, "NULL") == 0 ? ERR_DECIMAL_LOAD : 0);
+        EXPECT_EQ(Raw(stValue), stRow.m_lpszRaw) << szHex;
+    }
+}
+
+TEST(KestroDecimal, HashesEqualNumbersAlike) {
+    const auto Hash = [](const std::string& szText) {
+        const st_VARDATA stValue = Parse(szText);
+        return CKestroDecimal::CalcHashFactor(&stValue);
+    };
+    st_VARDATA stBig, stDouble;
+    stBig.m_vt = VT_BIGINT;
+    stBig.m_llValue = -1234567890123456789;
+    EXPECT_EQ(CKestroDecimal::CalcHashFactor(&stBig), Hash("1234567890123456789.00"));
+    EXPECT_EQ(Hash("1234567890123456789"), (123456789LL * 131 + 234567890) * 131 + 1);
+    stBig.m_llValue = LLONG_MIN;
+    EXPECT_EQ(CKestroDecimal::CalcHashFactor(&stBig), 0x1A1F94EB04);
+    stDouble.m_vt = VT_DOUBLE;
+    stDouble.m_dblValue = 1234.5;
+    EXPECT_EQ(CKestroDecimal::CalcHashFactor(&stDouble), Hash("1234.50"));
+    EXPECT_EQ(Hash("1234.5"), 1234 + 500000000);
+    EXPECT_EQ(Hash("0.0000000000000000001"), 100000000);
+    EXPECT_EQ(Hash("1e40"), 10000);
+    EXPECT_EQ(Hash("-0.00"), 0);
+    // Four groups from the point on go into one hash, zeros included.
+    EXPECT_EQ(Hash("0.000000000000000001000000002000000003"), (1 * 131 + 2) * 131 + 3);
+    EXPECT_EQ(Hash("0.000000000000000000000000001000000002000000003"), (1 * 131 + 2) + 3);
+}
+
+TEST(KestroDecimal, GroupHelpersCarryAndBorrow) {
+    int arFirst[] = {999'999'999, 5, 999'999'999};
+    const int arSecond[] = {1, 999'999'994, 0};
+    EXPECT_EQ(CKestroDecimal::CompareIntArray(arFirst, arSecond, 3), 1);
+    EXPECT_EQ(CKestroDecimal::CompareIntArray(arFirst, arSecond, 2), -1);
+    EXPECT_EQ(CKestroDecimal::AddIntArray(arFirst, arSecond, 3), 1);
+    EXPECT_EQ(arFirst[0] | arFirst[1] | arFirst[2], 0);
+    int nValue = 3, nBorrow = 1;
+    CKestroDecimal::Sub2(nValue, 3, nBorrow);
+    EXPECT_EQ(nValue, 999'999'999);
+    EXPECT_EQ(nBorrow, 1);
+}
+
+TEST(KestroDecimal, BearsAnyBytes) {
+#if defined(__SANITIZE_ADDRESS__) || !defined(NDEBUG)
+    constexpr int nRounds = 20'000;
+#else
+    constexpr int nRounds = 200'000;
+#endif
+    std::mt19937 stRandom(1);
+    char szText[DECIMAL_TEXT_SIZE];
+    unsigned char arImage[DECIMAL_BIN_SIZE];
+    for (int i = 0; i < nRounds; ++i) {
+        st_VARDATA arValues[3];
+        for (st_VARDATA& stValue : arValues) {
+            unsigned char arBytes[sizeof(st_VARDATA)];
+            for (unsigned char& bByte : arBytes)
+                bByte = static_cast<unsigned char>(stRandom() % 3 ? stRandom() : 0);
+            std::memcpy(static_cast<void*>(&stValue), arBytes, sizeof(stValue));
+            stValue.m_vt = VT_DECIMAL;
+        }
+        const st_VARDATA stFirst = arValues[0], stSecond = arValues[1];
+        st_VARDATA stResult;
+        using OPERATION = int (*)(const st_VARDATA*, const st_VARDATA*, st_VARDATA*);
+        for (const OPERATION lpfn : {OPERATION{&CKestroDecimal::Add}, OPERATION{&CKestroDecimal::Sub},
+                                     &CKestroDecimal::Mul, &CKestroDecimal::Div, &CKestroDecimal::Mod}) {
+            lpfn(&stFirst, &stSecond, &stResult);
+            ASSERT_LT(CKestroDecimal::PrintDecimal(&stResult, szText), DECIMAL_TEXT_SIZE);
+        }
+        const auto n = static_cast<int>(stRandom() % 300) - 20;
+        int nLen = 0;
+        long long llSink = CKestroDecimal::Compare(&stFirst, &stSecond) + CKestroDecimal::CalcBinLen(&stFirst);
+        llSink += CKestroDecimal::PrintDecimal(&stFirst, szText) + CKestroDecimal::PrintDecimalHex(&stFirst, szText);
+        llSink += CKestroDecimal::Zoom(&stFirst, &stResult, static_cast<char>(n), 1);
+        llSink += CKestroDecimal::FormatBin(&stFirst, arImage, nLen);
+        llSink += CKestroDecimal::FormatBin(&stFirst, n, n % 40, arImage, nLen);
+        llSink += CKestroDecimal::LoadBin(arImage, &stResult) + CKestroDecimal::Ceil(&stFirst, &stResult);
+        llSink += CKestroDecimal::GetMax(n, arImage) + CKestroDecimal::Convert2Int(&stFirst, 1);
+        llSink ^= CKestroDecimal::CalcHashFactor(&stFirst) ^ CKestroDecimal::Convert2Int64(&stFirst, 0);
+        llSink ^= CKestroDecimal::Convert2Double(&stFirst) < 1;
+        CKestroDecimal::ZoomOut(&stFirst, &stResult, static_cast<unsigned char>(n));
+        CKestroDecimal::Clean(&arValues[1]);
+        CKestroDecimal::SafeConvert2Int64(&arValues[2]);
+        CKestroDecimal::Add(&arValues[0], static_cast<int>(llSink));
+        const int nCode = CKestroDecimal::VerificationData(&arValues[0], static_cast<unsigned char>(n), 3);
+        ASSERT_TRUE(nCode == 0 || nCode == ERR_DECIMAL_PRECISION);
+    }
 }
 
 TEST(CommonDataDefNumber, WritesAndReadsInABase) {
