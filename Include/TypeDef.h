@@ -25,5 +25,11 @@ constexpr DWORD WAIT_TIMEOUT = 0x102;
 constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
 constexpr DWORD INFINITE = 0xFFFFFFFF;
 
+/** Ticks of 100 nanoseconds since 1 January 1601 UTC, in halves. */
+struct _FILETIME {
+    DWORD dwLowDateTime;
+    DWORD dwHighDateTime;
+};
+
 /** Byte-packed record. With the attribute the compiler refuses a reference to a misaligned field. */
 #define KESTRO_PACKED __attribute__((packed))

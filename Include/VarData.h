@@ -1,5 +1,7 @@
 #pragma once
 
+// Values and columns: the records that client and server share, and their operations.
+
 #include <cstring>
 
 #include "TypeDef.h"
@@ -32,6 +34,49 @@ enum KESTROFIELDTYPE : BYTE {
     VT_DECIMAL = 240,
     VT_ENUM = 247,
     VT_SET = 248,
+};
+
+/** A day: 4 bytes. Years 1 to 65535. */
+struct KESTRO_PACKED KESTRODATE {
+    /** 1 to 31. */
+    BYTE m_bDay;
+    /** 1 to 12. */
+    BYTE m_bMonth;
+    std::uint16_t m_sYear;
+};
+
+/** A time of day or a duration: 4 bytes. */
+struct KESTRO_PACKED KESTROTIME {
+    /** 0 to 59. */
+    BYTE m_bSecond;
+    /** 0 to 59. */
+    BYTE m_bMintue;
+    /** 0 to 23. */
+    BYTE m_bHour;
+    /** Whole days, -127 to 127, with the sign of the whole; `KESTRO_MINUS_ZERO_DAYS`: a negative time below one day. */
+    signed char m_nDay;
+};
+
+constexpr signed char KESTRO_MINUS_ZERO_DAYS = -128;
+
+static_assert(sizeof(KESTRODATE) == 4 && sizeof(KESTROTIME) == 4);
+
+/** Days since 30 December 1899, the time of day as fraction; the fraction of a negative value points away from zero. */
+using DATE = double;
+
+struct st_MYSQLFIELDDEF;
+class CBaseBson;
+class CKestroBufferPool;
+
+/** The payload of an ENUM value (the member's index) or a SET value (bit i-1 for index i), and its column. */
+struct KESTRO_PACKED KESTROENUM {
+    union KESTRO_PACKED {
+        std::int32_t m_nVal;
+        std::uint32_t m_uVal;
+        std::int64_t m_llVal;
+        std::uint64_t m_ullVal;
+    };
+    st_MYSQLFIELDDEF* m_pField;
 };
 
 /**
@@ -93,6 +138,9 @@ struct KESTRO_PACKED st_VARDATA {
         double m_dblValue;
         long long m_llValue;
         unsigned long long m_ullValue;
+        KESTRODATE m_stDate;
+        KESTROTIME m_stTime;
+        KESTROENUM m_enumValue;
         /** Decimal: groups of 0 to 999,999,999, least significant first; unused groups are zero. */
         int m_arDecimalData[4];
         struct KESTRO_PACKED {
@@ -107,14 +155,203 @@ struct KESTRO_PACKED st_VARDATA {
             };
         };
     };
-    /** Rows summed so far in an aggregate; no copy of a value copies it. */
+    /** Rows summed so far in an aggregate; no copy of a value copies it, and nothing here sets it. */
     unsigned int m_nDataCount;
+
+    // --- life --------------------------------------------------------------------------------------------------------
 
     /** VT_EMPTY, nothing owned; only the first 16 bytes are touched. */
     st_VARDATA() { std::memset(static_cast<void*>(this), 0, 16); }
+    /** A heap copy, as `SetDataEx`. */
+    st_VARDATA(const st_VARDATA& stOther) : st_VARDATA() { SetDataEx(stOther); }
+    /** A heap copy, as `SetDataEx`: assigning to a NULL leaves a NULL. */
+    st_VARDATA& operator=(const st_VARDATA& stOther) {
+        SetDataEx(stOther);
+        return *this;
+    }
+    ~st_VARDATA() { ReleaseOwned(); }
+
+    /** Releases an owned buffer and becomes VT_EMPTY. */
+    void Free();
+    /** Releases an owned buffer and becomes VT_NULL. */
+    void SetNull();
+    /** Exchanges two values through pool copies. */
+    void Swap(CKestroBufferPool* lpPool, st_VARDATA& stOther);
+
+    // --- buffers -----------------------------------------------------------------------------------------------------
+
+    /**
+     * Takes over a buffer made with array new, after `Free`. A null buffer gives VT_NULL. Types other than 6 and 8
+     * don't take the pointer: the buffer stays the caller's.
+     */
+    void AttachBuffer(unsigned char bType, char* lpBuffer, int nLen);
+    /** Become a view of a text, of bytes. For a value that owns nothing: neither an old buffer nor the owner flag is
+     * touched. */
+    void AttachString(char* lpszText, int nLen, unsigned int nOffset);
+    void AttachBinaryData(unsigned char* lpData, int nLen, unsigned int nOffset);
+    /** Types 6 and 8: forgets the buffer, which is the caller's now. */
+    void DetachBuffer();
+    /** Becomes a view of bytes, after `Free`. */
+    void SetBinaryData(unsigned char* lpData, int nLen);
+    void GetBinaryData(unsigned char*& lpData) const { lpData = m_lpValue; }
+
+    // --- values; an owned buffer is released first -------------------------------------------------------------------
+
+    void SetData(char cValue) { SetData(static_cast<int>(cValue)); }
+    void SetData(short nValue) { SetData(static_cast<int>(nValue)); }
+    void SetData(int nValue);
+    void SetData(long long llValue);
+    /** BIGINT with 255 in `m_bSign`. */
+    void SetData(unsigned long long ullValue);
+    /** VT_DOUBLE or VT_DATETIME. */
+    void SetData(double dblValue, unsigned char bType);
+    void SetData(const KESTRODATE& stDate);
+    void SetData(const KESTROTIME& stTime);
+    /** Becomes a view of a text; `nLen` counts its terminator. */
+    void SetData(const char* lpszText, int nLen, unsigned char bCharset);
+
+    // --- copies ------------------------------------------------------------------------------------------------------
+
+    /**
+     * The pool copy of evaluators: text that the source owns is copied into the pool, other text is shared; the copy
+     * owns nothing. Without memory the copy stays VT_EMPTY. Types without a rule leave the value released.
+     */
+    void SetData(CKestroBufferPool* lpPool, const st_VARDATA& stSource);
+    /**
+     * The heap copy: text that the source owns is copied with array new and owned, other text is shared. A value of
+     * type VT_NULL, VT_UNKNOWN or VT_ANY keeps its state. Without memory the copy is VT_NULL.
+     */
+    void SetDataEx(const st_VARDATA& stSource);
+    /**
+     * The copy into a procedure's variable: text and bytes go into a block of at least 100 bytes that the next
+     * assignment uses again. Answers 0 or 3; the value is then as before. Only such variables may be given, or values
+     * without text.
+     */
+    [[nodiscard]] int SetDataProce(CKestroBufferPool* lpPool, const st_VARDATA& stSource);
+
+    // --- questions ---------------------------------------------------------------------------------------------------
+
+    /** 0, 1, or 2 for NULL. Every text with a length is true. */
+    int IsTrue() const;
+    bool IsNull() const { return m_vt == VT_NULL; }
+    bool IsUnknown() const { return m_vt == VT_UNKNOWN; }
+    /** Whether a pattern, its wildcards already processed, holds nothing else. */
+    bool IsAllWildcard() const;
+    /** Characters of a text of type 6, by the lead bytes of UTF-8; 0 for all else. */
+    int GetCharNum() const;
+    /** Turn the ASCII letters in the first `nLen` bytes of the buffer, whoever owns it. Always 0. */
+    int Upper(int nLen);
+    int Lower(int nLen);
+
+    /** Bytes in a record, for a field of type `bType`; of the value's own type; of its buffer. */
+    int GetDataLen(unsigned char bType) const;
+    int GetDataLen() const;
+    int GetDataBufferLen(unsigned char bPrecision) const;
+
+    /** Fold the value into a running hash, so that equal values of different types hash alike. */
+    void CalcHashFactor(long long& llHash) const;
+    /** The same at a short, fixed cost: at most 16 bytes of a text count. */
+    void CalcHashFactorEx(unsigned long long& ullHash) const;
+
+    /** Whether byte 7 is the owner flag in a value of this type. */
+    bool HasOwnerFlag() const { return m_vt == VT_VARCHAR || m_vt == VT_BLOB || m_vt == VT_HEXSTR; }
+    bool OwnsBuffer() const { return HasOwnerFlag() && m_bAutoRelease; }
+
+private:
+    void ReleaseOwned() {
+        if (!OwnsBuffer()) return;
+        delete[] m_lpszValue;
+        m_lpszValue = nullptr;
+        m_bAutoRelease = 0;
+    }
+    void BecomeNumber(unsigned char bType, long long llValue);
+    void BecomeView(unsigned char bType, char* lpBuffer, int nLen);
+    void CopyNumber(const st_VARDATA& stSource);
+    bool CopyPlain(const st_VARDATA& stSource);
 };
 
 static_assert(sizeof(st_VARDATA) == 28);
 static_assert(offsetof(st_VARDATA, m_bSign) == 4 && offsetof(st_VARDATA, m_bPrecison) == 7);
 static_assert(offsetof(st_VARDATA, m_arDecimalData) == 8 && offsetof(st_VARDATA, m_nStrLen) == 16);
 static_assert(offsetof(st_VARDATA, m_nStringDataOffset) == 20 && offsetof(st_VARDATA, m_nDataCount) == 24);
+
+/** A run of values: the arguments of a call, or the right side of a row comparison. */
+struct KESTRO_PACKED st_MULTIVARDATA {
+    BYTE m_bNum;
+    BYTE m_bReserved[3];
+    /** `m_bNum` values; the declared length is 1. */
+    st_VARDATA m_arrVarData[1];
+
+    /** Bytes for a run of `nNum` values, 1 to 255. */
+    static constexpr UINT Size(UINT nNum) { return (nNum - 1) * 28 + 32; }
+
+    /** Whether all values are NULL. */
+    bool isNull() const;
+    /** Whether some value is VT_ANY. */
+    bool isAnyType() const;
+    /** Makes the pointers of texts and bytes from their plan offsets. */
+    void GetMultiStringData(CBaseBson* lpBson);
+};
+
+static_assert(sizeof(st_MULTIVARDATA) == 32 && st_MULTIVARDATA::Size(1) == 32);
+
+/** A generated column's expression. The two buffers are made with array new and belong to the column. */
+struct KESTRO_PACKED st_VIRTUALFIELDINMEMORY {
+    BYTE m_bStored;
+    BYTE m_bReserved[3];
+    std::uint32_t m_nExpressionSize;
+    /** Root of the expression in its buffer. */
+    std::uint32_t m_nExpressionOffset;
+    std::uint32_t m_nExpressionStringLen;
+    LPBYTE m_lpExpressionBuffer;
+    char* m_lpExpressionString;
+};
+
+/** A column as the client sees it. All that its pointers name is made with array new and goes with `Free`. */
+struct KESTRO_PACKED st_MYSQLFIELDDEF {
+    /** Position in the result, in the table. */
+    BYTE m_bFieldNo;
+    BYTE m_bObjectFieldNo;
+    BYTE m_bFieldType;
+    BYTE m_bAttribute;
+    BYTE m_bPrimaryKey;
+    /** Has a default. */
+    BYTE m_bDefault;
+    BYTE m_bZerofill;
+    BYTE m_bUnsigned;
+    /** Type code as stored. */
+    BYTE m_bKestroFieldType;
+    BYTE m_bScale;
+    BYTE m_bCharacterSet;
+    BYTE m_bBinary;
+    BYTE m_bAutoIncrement;
+    BYTE m_bCollation;
+    BYTE m_bStatics;
+    /** Generated column. */
+    BYTE m_bVirtualField;
+    /** Length in characters. */
+    std::uint32_t m_bCharLen;
+    char m_lpszName[32];
+    char m_bColComment[64];
+    /** Compiled default expression, its length, its root, its text. */
+    LPBYTE m_lpDefaultExp;
+    std::uint32_t m_lpDefaultExpLen;
+    std::uint32_t m_nDefaultExpRootOffset;
+    char* m_lpDefaultExpString;
+    /** Compiled ON UPDATE expression, its length, its root, its text. */
+    LPBYTE m_lpOnUpdateExp;
+    std::uint32_t m_nOnUpdateExpLen;
+    std::uint32_t m_nOnUpdateExpRootOffset;
+    char* m_lpOnUpdateExpString;
+    /** Members of an ENUM or SET. */
+    std::uint32_t m_nEnumNum;
+    char** m_arrEnumData;
+    st_VIRTUALFIELDINMEMORY* m_lpVirtualField;
+
+    /** The place from 0 of a member, without regard to case: 0; or -1 with the index 0. */
+    [[nodiscard]] int GetEnumIndex(const char* lpszText, int& nIndex) const;
+    /** Releases all that the record owns and clears its pointers. */
+    void Free();
+};
+
+static_assert(offsetof(st_MYSQLFIELDDEF, m_lpszName) == 20 && sizeof(st_MYSQLFIELDDEF) == 184);

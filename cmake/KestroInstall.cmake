@@ -3,6 +3,9 @@
 
 include(CMakePackageConfigHelpers)
 
+if(BUILD_SHARED_LIBS)
+  set_target_properties(kestrosetup PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+endif()
 install(TARGETS kestrosetup RUNTIME DESTINATION bin)
 install(FILES ${PROJECT_SOURCE_DIR}/setup/KestroConfig.ini DESTINATION bin)
 install(DIRECTORY DESTINATION Data)
@@ -21,5 +24,6 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/KestroConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/KestroConfig.cmake ${PROJECT_BINARY_DIR}/KestroConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kestro)
 
+file(RELATIVE_PATH KESTRO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/kestro.pc.in ${PROJECT_BINARY_DIR}/kestro.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kestro.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

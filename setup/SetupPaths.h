@@ -15,3 +15,15 @@ extern char g_lpDataFilePath[MAX_PATH];
 extern char g_lpDatabasePath[MAX_PATH];
 /** The configuration file. */
 extern char g_lpConfigPath[MAX_PATH];
+
+/** The name of an instance. */
+constexpr const char* INSTANCE_NAME = "Kestro";
+
+/**
+ * Sets all paths from the path of the program file. False, with the paths in any state, if that has no directory above
+ * its own or if a path doesn't fit.
+ */
+[[nodiscard]] bool SetPaths(const char* lpszProgram);
+
+/** Sets the instance directory, below the root of all data, by the instance's name. False if it doesn't fit. */
+[[nodiscard]] bool SetDatabasePath(const char* lpszInstance);

@@ -1,4 +1,7 @@
 // The program's entry.
-int main() {
-    return 0;
+
+#include "SetupDriver.h"
+
+int main(int argc, char* argv[]) {
+    return RunSetup(argc, argv);
 }

@@ -52,9 +52,14 @@ struct MESSAGE {
     }
 };
 
-/** The text of a message in the language in use: the one place that chooses. */
+/** Whether texts are Chinese: the one place that decides. */
+inline bool IsChinese() {
+    return g_nLanguage_Chinese == 1;
+}
+
+/** The text of a message in the language in use. */
 inline const char* Text(const MESSAGE& stMessage) {
-    return g_nLanguage_Chinese == 1 ? stMessage.m_lpszChinese : stMessage.m_lpszEnglish;
+    return IsChinese() ? stMessage.m_lpszChinese : stMessage.m_lpszEnglish;
 }
 
 /** Whether an argument of type T fits a conversion of the length given: s, d or i, u or x, each with ll where wide. */
@@ -78,7 +83,7 @@ constexpr bool ArgumentFits(const char* lpszConversion, std::size_t nLen) {
 /** Whether arguments of the types A fit a format, one conversion an argument. */
 template <typename... A>
 constexpr bool ArgumentsFit(const char* lpszFormat) {
-    auto Next = [&]<typename T>() {
+    [[maybe_unused]] auto Next = [&]<typename T>() {
         const std::size_t nLen = NextConversion(lpszFormat);
         const bool bFits = nLen != 0 && ArgumentFits<T>(lpszFormat, nLen);
         lpszFormat += nLen;

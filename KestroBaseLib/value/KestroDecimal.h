@@ -1,5 +1,6 @@
 #pragma once
 
+#include "KestroErrorCode.h"
 #include "VarData.h"
 
 /** Powers of ten that fit a group. */
@@ -21,13 +22,6 @@ inline constexpr BYTE DECIMAL_PRECISION_QUOTIENT = 255;
 inline constexpr int DECIMAL_SCALE_KEEP = 127;
 /** Answer of `Compare` when a value has no digits. */
 inline constexpr int DECIMAL_NOT_COMPARABLE = 255;
-
-/** "Precision of decimal data is incorrect". */
-inline constexpr int ERR_DECIMAL_PRECISION = 91;
-/** "Failed to load decimal data". */
-inline constexpr int ERR_DECIMAL_LOAD = 363;
-/** "Invalid data". */
-inline constexpr int ERR_DECIMAL_INVALID = 1500;
 
 /**
  * Exact decimal arithmetic on values of type `VT_DECIMAL`: sign and magnitude, N * 10^-scale, with N below 10^36 held
@@ -104,7 +98,7 @@ public:
     static int Div(const st_VARDATA* lpFirst, const st_VARDATA* lpSecond, st_VARDATA* lpResult);
     /**
      * Exact remainder, with the sign of the first and the larger scale. A zero divisor gives NULL and 0; a dividend
-     * without digits NULL and ERR_DECIMAL_INVALID.
+     * without digits NULL and ERR_DATA.
      */
     [[nodiscard]] static int Mod(const st_VARDATA* lpFirst, const st_VARDATA* lpSecond, st_VARDATA* lpResult);
     static int Add(st_VARDATA* lpValue, const st_VARDATA* lpOther);

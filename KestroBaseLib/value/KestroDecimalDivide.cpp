@@ -154,7 +154,7 @@ int CKestroDecimal::Div(const st_VARDATA* lpFirst, const st_VARDATA* lpSecond, s
 int CKestroDecimal::Mod(const st_VARDATA* lpFirst, const st_VARDATA* lpSecond, st_VARDATA* lpResult) {
     if (lpFirst->m_bValid == 0) {
         StoreNull(lpResult);
-        return ERR_DECIMAL_INVALID;
+        return ERR_DATA;
     }
     const UINT128 nFirst = LoadMagnitude(lpFirst), nSecond = LoadMagnitude(lpSecond);
     if (nSecond == 0) {

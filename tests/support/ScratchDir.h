@@ -5,9 +5,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 /** A fresh directory that goes with the object, contents and all. Its path ends without a slash. */
 class ScratchDir {
@@ -39,6 +40,7 @@ inline void WriteFile(const std::string& strPath, const std::string& strBytes) {
 
 /** Reads a whole file; an absent one reads as empty. */
 inline std::string ReadFile(const std::string& strPath) {
-    std::ifstream stFile(strPath, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stFile), {}};
+    std::ostringstream stBytes;
+    stBytes << std::ifstream(strPath, std::ios::binary).rdbuf();
+    return std::move(stBytes).str();
 }

@@ -1,0 +1,3 @@
+#include "TraceHook.h"
+
+TRACEHOOK g_lpfnTraceHook = nullptr;

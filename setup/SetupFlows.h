@@ -1,0 +1,25 @@
+#pragma once
+
+#include "SetupParam.h"
+
+// What follows once an installation's parameters are known: the border between the driver and the flows behind it. The
+// flows aren't built yet. Until they are, each ends the run as a failure, without a message of its own.
+
+/** How a join ended; `AskMasterAgain`: this master took no login, or is none, and the dialogue may ask for another. */
+enum class JOINEND {
+    Done,
+    AskMasterAgain,
+    Failed
+};
+
+/**
+ * Brings a master instance up whose system file stands: starts the two services and has the server create the data
+ * files. Answers whether it runs; what failed has been said.
+ */
+[[nodiscard]] bool StartInstance(const SETUPPARAM& stParam);
+
+/**
+ * Logs in at the master and joins its cluster as a node of the type given. What failed has been said. With `bDialogue`
+ * there is somebody to ask for another master.
+ */
+[[nodiscard]] JOINEND JoinCluster(int nMode, bool bDialogue, SETUPPARAM& stParam);

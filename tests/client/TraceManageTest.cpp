@@ -1,0 +1,304 @@
+#include "TraceManage.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <climits>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "Language.h"
+#include "LinuxCommonAPI.h"
+#include "Platform.h"
+#include "ScratchDir.h"
+#include "TraceHook.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int64_t SECOND = 1'000'000;
+const std::string FILE_HEAD =
+    "\xEF\xBB\xBFTimestamp               Thread\tLevel    Code     FuncationName\t\tDescription";
+
+/**
+ * The clock stands still, at a time that no other process has, so the log file's name is known and nobody else's. In
+ * the future the writer sleeps until it is stopped; in the past it never sleeps.
+ */
+class TraceManageTest : public testing::Test {
+protected:
+    void SetUp() override {
+        CTraceManage::DestoryInstance();
+        g_stPlatform.m_lpfnMicroseconds = [] { return m_nNow.load(); };
+        SetYear(2200);
+    }
+    void TearDown() override {
+        CTraceManage::DestoryInstance();
+        g_stPlatform = m_stPlatform;
+        std::error_code stIgnored;
+        for (const std::string& strFile : m_arFile)
+            fs::remove(strFile, stIgnored);
+    }
+
+    void SetYear(int nYear) { SetNow((std::int64_t{nYear} - 1970) * 31'556'952 * SECOND + getpid() * 100 * SECOND); }
+    void SetNow(std::int64_t nNow) {
+        m_nNow = nNow;
+        m_arFile.push_back(LogFile());
+    }
+
+    static std::string TimeText(const char* lpszFormat) {
+        const time_t nSeconds = m_nNow / SECOND;
+        tm stLocal{};
+        char szText[80];
+        strftime(szText, sizeof szText, lpszFormat, localtime_r(&nSeconds, &stLocal));
+        return szText;
+    }
+    static std::string LogFile() {
+        return (fs::read_symlink("/proc/self/exe").parent_path() / "Log" / "KestroInterface").string() +
+               TimeText("%Y%m%d%H%M%S.log");
+    }
+    static std::string Head(const char* lpszFunction, int nLevel, int nCode) {
+        char szHead[256];
+        snprintf(szHead, sizeof szHead, "\r\n%s.%03d %d\t% 2d   % 10d %s ", TimeText("%Y-%m-%d %H:%M:%S").c_str(),
+                 static_cast<int>(m_nNow / 1000 % 1000), static_cast<int>(syscall(SYS_gettid)), nLevel, nCode,
+                 lpszFunction);
+        return szHead;
+    }
+    static std::string Flush() {
+        CTraceManage::DestoryInstance();
+        return ReadFile(LogFile());
+    }
+    template <typename CONDITION>
+    static bool Await(CONDITION Condition) {
+        const auto tmEnd = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (!Condition() && std::chrono::steady_clock::now() < tmEnd)
+            sched_yield();
+        return Condition();
+    }
+
+    static inline std::atomic<std::int64_t> m_nNow;
+    const PLATFORM m_stPlatform = g_stPlatform;
+    std::vector<std::string> m_arFile;
+};
+
+TEST_F(TraceManageTest, LineIsHeadAndTextAndLiesInOrder) {
+    const std::int64_t nStart = m_nNow;
+    const std::string strLongName(300, 'F');
+    std::mt19937 stRandom(7);
+    std::string strExpected = FILE_HEAD + Head("InitTraceSystem", 0, 999999999) + "客户端组件初始化！";
+    InitTraceSystem();
+    for (int i = 0; i < 500; ++i) {
+        m_nNow = nStart + static_cast<std::int64_t>(stRandom() % 100'000'000) * 1000;
+        const char* lpszFunction = i % 50 == 0 ? strLongName.c_str() : "UserLogin";
+        const int nShift = static_cast<int>(stRandom() % 32);
+        const int nLevel = static_cast<int>(stRandom()) >> nShift,
+                  nCode = static_cast<int>(stRandom()) >> (31 - nShift);
+        Trace(lpszFunction, nLevel, nCode, "第%d行 100%%", i);
+        strExpected += Head(lpszFunction, nLevel, nCode) + "第" + std::to_string(i) + "行 100%";
+    }
+    m_nNow = nStart;
+    Trace0(nullptr, INT_MIN, INT_MAX, nullptr);
+    TraceLine("ParseRecordset", 0, 888000000, "%s by the base library");
+    strExpected += Head("", INT_MIN, INT_MAX) + Head("ParseRecordset", 0, 888000000) + "%s by the base library";
+    // Only a formatted text is cut.
+    const std::string strText(30'000, 'x');
+    Trace("F", 0, 0, "%s", strText.c_str());
+    Trace0("F", 0, 0, strText.c_str());
+    strExpected += Head("F", 0, 0) + strText.substr(0, 20471) + Head("F", 0, 0) + strText;
+    ExitTraceSystem();
+    EXPECT_EQ(ReadFile(LogFile()), strExpected + Head("InitTraceSystem", 0, 999999999) + "客户端组件析构！");
+}
+
+TEST_F(TraceManageTest, LinesPastTheBoundAreDroppedAndANewInstanceFollows) {
+    std::string strExpected = FILE_HEAD;
+    for (int i = 0; i < 1001; ++i) {
+        Trace("F", 0, 0, "%d", i);
+        if (i < 1000) strExpected += Head("F", 0, 0) + std::to_string(i);
+    }
+    EXPECT_EQ(Flush(), strExpected);
+    // The file of the same second is emptied.
+    Trace0("F", 0, 0, "again");
+    EXPECT_EQ(Flush(), FILE_HEAD + Head("F", 0, 0) + "again");
+}
+
+// Lines with a checksum, from four threads that also race for the first line.
+TEST_F(TraceManageTest, ThreadsTearNoLine) {
+    constexpr unsigned LINES = 100'000;
+    const auto Checksum = [](unsigned nThread, unsigned nLine) { return (nThread * LINES + nLine) * 2654435761u; };
+    for (const int nYear : {1980, 2200}) {
+        SetYear(nYear);
+        std::vector<std::thread> arThread;
+        for (unsigned nThread = 0; nThread < 4; ++nThread)
+            arThread.emplace_back([=] {
+                for (unsigned i = 0; i < LINES; ++i)
+                    Trace("F", 0, 0, "%u %u %u%*s", nThread, i, Checksum(nThread, i), static_cast<int>(i % 30) + 1,
+                          "$");
+            });
+        for (std::thread& stThread : arThread)
+            stThread.join();
+        const std::string strFile = Flush(), strTime = TimeText("\r\n%Y-%m-%d %H:%M:%S.000 ");
+        ASSERT_EQ(strFile.substr(0, FILE_HEAD.size()), FILE_HEAD);
+        std::int64_t arLast[4] = {-1, -1, -1, -1};
+        int nLines = 0;
+        for (std::size_t nPos = FILE_HEAD.size(), nNext; nPos < strFile.size(); nPos = nNext, ++nLines) {
+            nNext = std::min(strFile.find("\r\n", nPos + 2), strFile.size());
+            const std::string strLine = strFile.substr(nPos, nNext - nPos);
+            int nID, nLevel, nCode, nStart = 0;
+            unsigned nThread, nLine, nSum;
+            ASSERT_EQ(strLine.substr(0, strTime.size()), strTime);
+            ASSERT_EQ(sscanf(strLine.c_str() + strTime.size(), "%d\t%d %d F %u %u %u%n", &nID, &nLevel, &nCode,
+                             &nThread, &nLine, &nSum, &nStart),
+                      6)
+                << strLine;
+            ASSERT_TRUE(nThread < 4 && nLine < LINES && nSum == Checksum(nThread, nLine)) << strLine;
+            ASSERT_EQ(strLine.substr(strTime.size() + nStart), std::string(nLine % 30, ' ') + "$");
+            ASSERT_GT(nLine, arLast[nThread]);
+            arLast[nThread] = nLine;
+        }
+        // All that the queue takes while the writer sleeps, and more while it doesn't.
+        EXPECT_TRUE(nLines == 1000 || (nYear == 1980 && nLines > 1000)) << nLines;
+    }
+}
+
+TEST_F(TraceManageTest, FileAboveFiftyMebibytesIsFollowedByANewOne) {
+    SetYear(1980);
+    const std::string strFirst = LogFile();
+    Trace0("F", 0, 0, "first");
+    ASSERT_TRUE(Await([&] { return ReadFile(strFirst).ends_with("first"); }));
+    SetNow(m_nNow + SECOND);
+    ASSERT_EQ(truncate(strFirst.c_str(), 52'428'801), 0);
+    ASSERT_TRUE(Await([&] { return fs::exists(LogFile()); }));
+    Trace0("F", 0, 0, "second");
+    EXPECT_EQ(Flush(), FILE_HEAD + Head("F", 0, 0) + "second");
+    EXPECT_EQ(fs::file_size(strFirst), 52'428'801u);
+}
+
+TEST_F(TraceManageTest, WithoutAWriterLinesWaitAndAreDropped) {
+    const int nStackSize = std::exchange(g_nThreadStackSize, 1);
+    for (const int nChinese : {1, 0}) {
+        g_nLanguage_Chinese = nChinese;
+        CTraceManage* pTrace = CTraceManage::instance();
+        for (int i = 0; i < 2000; ++i)
+            Trace0("F", 0, 0, "x");
+        EXPECT_EQ(*pTrace->GetTrace(nullptr),
+                  Head("CTraceManage", 1, 999999999) +
+                      (nChinese ? "创建日志写入线程失败，日志无法写入文件！"
+                                : "Failed to create the log writer thread, the log can't be written to a file!"));
+        int nLines = 0;
+        for (; pTrace->GetTrace(nullptr); ++nLines) {
+        }
+        EXPECT_EQ(nLines, 999);
+        EXPECT_EQ(Flush(), "");
+    }
+    g_nThreadStackSize = nStackSize;
+}
+
+// The writer hangs in opening a pipe that nobody reads.
+TEST_F(TraceManageTest, HangingWriterKeepsItsObject) {
+    Trace0("F", 0, 0, "late");
+    const std::unique_ptr<CTraceManage> pTrace(CTraceManage::instance());
+    ASSERT_EQ(mkfifo(LogFile().c_str(), 0600), 0);
+    g_stPlatform.m_lpfnSleep = [](std::int64_t) {};
+    CTraceManage::DestoryInstance();
+    g_stPlatform.m_lpfnSleep = m_stPlatform.m_lpfnSleep;
+    EXPECT_EQ(ReadFile(LogFile()), FILE_HEAD + Head("F", 0, 0) + "late");
+}
+
+class CDirectTrace : public CTraceManage {
+public:
+    explicit CDirectTrace(const std::string& strPath) : CTraceManage(1) { SetPath(strPath); }
+    void SetPath(const std::string& strPath) {
+        free(m_pLogPath);
+        m_pLogPath = strdup((strPath + "/").c_str());
+    }
+    int Write(const char* lpszText) { return WriteLog(nullptr, "F", 0, 4, 0, lpszText); }
+    using CTraceManage::m_pFile;
+};
+
+TEST_F(TraceManageTest, DirectWritingNeedsNoQueue) {
+    const ScratchDir stDir;
+    CDirectTrace stTrace(stDir.Path());
+    const std::string strFile = stDir.Path(fs::path(LogFile()).filename()), strHead = Head("F", 4, 0);
+    EXPECT_EQ(stTrace.Write("one"), 1);
+    EXPECT_EQ(stTrace.GetTrace(nullptr), nullptr);
+    const std::string strText = ReadFile(strFile);
+    EXPECT_TRUE(strText.starts_with("\xEF\xBB\xBFNodename: ")) << strText;
+    EXPECT_TRUE(strText.ends_with("\r\n\r\n" + FILE_HEAD.substr(3) + strHead + "one")) << strText;
+    // At the limit the file stays; above it the next line opens a new one, here of the same second.
+    const struct {
+        off_t m_nSize;
+        const char* m_lpszText;
+        bool m_bStays;
+    } arRow[]{{52'480'000, "two", true}, {52'480'001, "three", false}};
+    for (const auto& [nSize, lpszText, bStays] : arRow) {
+        ASSERT_EQ(truncate(strFile.c_str(), nSize), 0);
+        EXPECT_EQ(stTrace.Write(lpszText), 1);
+        EXPECT_EQ(stTrace.m_pFile != nullptr, bStays);
+    }
+    EXPECT_EQ(stTrace.Write("four"), 1);
+    EXPECT_EQ(ReadFile(strFile).find("one"), std::string::npos);
+    // A full disk, then a directory that is gone.
+    fclose(std::exchange(stTrace.m_pFile, fopen("/dev/full", "wb")));
+    setvbuf(stTrace.m_pFile, nullptr, _IONBF, 0);
+    EXPECT_EQ(stTrace.Write("five"), 0);
+    EXPECT_EQ(stTrace.m_pFile, nullptr);
+    stTrace.SetPath(stDir.Path("none"));
+    EXPECT_EQ(stTrace.Write("six"), 0);
+}
+
+TEST_F(TraceManageTest, CleaningRemovesElevenFilesAtMost) {
+    const struct {
+        int m_nFiles;
+        std::uintmax_t m_nSize;
+        int m_nLeft;
+    } arRow[]{{62, 0, 51}, {55, 0, 49}, {49, 0, 49}, {3, 300 << 20, 2}, {2, 300 << 20, 2}};
+    const fs::path stBefore = fs::current_path();
+    for (const auto& [nFiles, nSize, nLeft] : arRow) {
+        const ScratchDir stDir;
+        CDirectTrace stTrace(stDir.Path());
+        fs::create_directory(stDir.Path("logs"));
+        fs::current_path(stDir.Path("logs"));
+        fs::create_directory("not a file");
+        for (int i = 0; i < nFiles; ++i) {
+            WriteFile(std::to_string(i), "");
+            fs::resize_file(std::to_string(i), nSize);
+        }
+        EXPECT_EQ(stTrace.LogFileManage("logs"), 1);
+        EXPECT_EQ(std::distance(fs::directory_iterator("."), {}), nLeft + 1);
+        EXPECT_EQ(stTrace.LogFileManage("KestroInterface*.log"), 0);
+        fs::current_path(stBefore);
+    }
+}
+
+// Run in a copy of this program: one line reaches the file; then the writer runs through a fork and both ends.
+TEST(TraceManageProgramTest, DISABLED_Child) {
+    Trace0("F", 0, 0, "kept");
+    CTraceManage::DestoryInstance();
+    Trace0("F", 0, 0, "lost");
+    const pid_t nChild = fork();
+    Trace0("F", 0, 0, "lost too");
+    if (nChild == 0) exit(0);
+    int nStatus = -1;
+    ASSERT_EQ(waitpid(nChild, &nStatus, 0), nChild);
+    EXPECT_EQ(nStatus, 0);
+}
+
+TEST(TraceManageProgramTest, LogLiesBesideTheProgramAndTheWriterOutlivesMain) {
+    const ScratchDir stDir;
+    fs::copy_file(fs::read_symlink("/proc/self/exe"), stDir.Path("program"));
+    const std::string strCommand = "cd / && " + stDir.Path("program") +
+                                   " --gtest_filter=*.DISABLED_Child --gtest_also_run_disabled_tests >/dev/null";
+    ASSERT_EQ(system(strCommand.c_str()), 0);
+    const fs::directory_iterator itFile(stDir.Path("Log"));
+    EXPECT_TRUE(ReadFile(itFile->path()).ends_with(" F kept"));
+    EXPECT_EQ(std::distance(itFile, {}), 1);
+}
+
+} // namespace

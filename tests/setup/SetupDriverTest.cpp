@@ -1,0 +1,304 @@
+// Runs the built setup program in a scratch installation: by arguments, by a pipe and on a terminal, in both languages,
+// and compares everything that it prints. The transcripts show what stands on a terminal; answers typed stand in {{ }}.
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <ifaddrs.h>
+
+#include <random>
+#include <sstream>
+
+#include "Program.h"
+#include "ScratchDir.h"
+
+namespace {
+
+const std::string FAILED[] = {"Failed to create database service! Setup Exit...\n",
+                              "创建数据库服务失败！安装程序退出...\n"};
+const std::string CREATED[] = {
+    "Create database service system files...\nCreate database service system file successfully!\n",
+    "正在创建数据库服务系统文件...\n创建数据库服务系统文件成功！\n"};
+
+std::string Replace(std::string strText, const std::string& strFrom, const std::string& strTo) {
+    for (std::size_t n = 0; (n = strText.find(strFrom, n)) != strText.npos; n += strTo.size())
+        strText.replace(n, strFrom.size(), strTo);
+    return strText;
+}
+
+/** An address of this machine other than the loopback; empty if it has none. */
+std::string MachineAddress() {
+    ifaddrs* lpList = nullptr;
+    std::string strFound;
+    if (getifaddrs(&lpList) != 0) return "";
+    for (const ifaddrs* lpEntry = lpList; lpEntry && strFound.empty(); lpEntry = lpEntry->ifa_next) {
+        if (!lpEntry->ifa_addr || lpEntry->ifa_addr->sa_family != AF_INET) continue;
+        const char* lpszText = inet_ntoa(reinterpret_cast<const sockaddr_in*>(lpEntry->ifa_addr)->sin_addr);
+        if (strcmp(lpszText, "127.0.0.1") != 0) strFound = lpszText;
+    }
+    freeifaddrs(lpList);
+    return strFound;
+}
+
+/** Kilobytes of memory of this machine. */
+long long MachineMemory() {
+    std::istringstream stInfo(ReadFile("/proc/meminfo"));
+    std::string strWord;
+    long long nKilobytes = 0;
+    stInfo >> strWord >> nKilobytes;
+    return nKilobytes;
+}
+
+/** Enough for a system file of some 4 GB to pass the memory check. */
+bool HasMuchMemory() {
+    return MachineMemory() > 8'000'000;
+}
+
+/** A fresh tree as an operator has it before the first run. */
+class Installation {
+public:
+    explicit Installation(int nLanguage, const std::string& strBase = "base") : m_strBase(m_stDir.Path(strBase)) {
+        std::filesystem::create_directories(m_strBase + "/bin");
+        std::filesystem::create_directories(m_strBase + "/Data");
+        std::filesystem::copy_file(KESTROSETUP_PATH, Program());
+        WriteFile(Config(), "[System]\nLanguage=" + std::to_string(nLanguage) + "\n[Config]\n");
+    }
+
+    std::string Program() const { return m_strBase + "/bin/kestrosetup"; }
+    std::string Config() const { return m_strBase + "/bin/KestroConfig.ini"; }
+    std::string SystemFile() const { return m_strBase + "/Data/Kestro/System.dbf"; }
+
+    /** Fills $BASE and $IP in. */
+    std::string Fill(const std::string& strText) const {
+        return Replace(Replace(strText, "$BASE", m_strBase), "$IP", MachineAddress());
+    }
+
+    /** A command line's words, '' for an empty one, behind the program's path. */
+    std::vector<std::string> Arguments(const std::string& strLine) const {
+        std::vector<std::string> strArguments{Program()};
+        std::istringstream stWords(Fill(strLine));
+        for (std::string strWord; stWords >> strWord;)
+            strArguments.push_back(strWord == "''" ? "" : strWord);
+        return strArguments;
+    }
+
+    /** Runs with a command line; whatever happens, the exit status is 0. */
+    std::string Run(const std::string& strLine, const std::string& strInput = "") const {
+        const PROGRAMRUN stRun = RunProgram(Arguments(strLine), strInput);
+        EXPECT_EQ(stRun.m_nStatus, 0) << strLine;
+        return stRun.m_strOutput;
+    }
+
+private:
+    ScratchDir m_stDir;
+    std::string m_strBase;
+};
+
+std::string Transcript(const std::string& strName) {
+    const std::string strText = ReadFile(std::string(KESTRO_TRANSCRIPTS) + "/" + strName + ".txt");
+    EXPECT_NE(strText, "") << strName;
+    return strText;
+}
+
+// Plays a transcript on a terminal, or through a pipe, in an installation of its own.
+void Play(const std::string& strName, int nLanguage, bool bTerminal) {
+    const Installation stInstallation(nLanguage);
+    std::string strText = stInstallation.Fill(Transcript(strName + "." + std::to_string(nLanguage)));
+    std::string strShown, strPiped, strInput;
+    std::vector<std::pair<std::string, std::string>> stAnswers;
+    for (std::size_t nOpen; (nOpen = strText.find("{{")) != strText.npos;) {
+        const std::size_t nClose = strText.find("}}\n", nOpen);
+        const std::string strAnswer = strText.substr(nOpen + 2, nClose - nOpen - 2) + "\n";
+        strShown += strText.substr(0, nOpen);
+        strPiped += strText.substr(0, nOpen);
+        strInput += strAnswer;
+        stAnswers.emplace_back(strShown, strAnswer);
+        strShown += strAnswer;
+        strText.erase(0, nClose + 3);
+    }
+    // A pipe has no echo, but the last line stands alone there too.
+    if (strText == FAILED[nLanguage]) strPiped += "\n";
+    const std::vector<std::string> strProgram{stInstallation.Program()};
+    const PROGRAMRUN stRun = bTerminal ? RunOnTerminal(strProgram, stAnswers) : RunProgram(strProgram, strInput);
+    EXPECT_EQ(stRun.m_strOutput, (bTerminal ? strShown : strPiped) + strText) << strName;
+    EXPECT_EQ(stRun.m_nStatus, 0);
+}
+
+TEST(SetupDriver, HoldsItsDialogues) {
+    for (const char* lpszName : {"master-refused", "master", "slave", "standby"})
+        for (const int nRun : {0, 1, 2, 3})
+            if (std::string(lpszName) == "master-refused" || !MachineAddress().empty())
+                Play(lpszName, nRun / 2, nRun % 2 == 1);
+}
+
+TEST(SetupDriver, LeavesWhereTheTextOffersIt) {
+    const Installation stInstallation(0);
+    std::vector<std::string> strInputs{"0\n", "1\n\\q\n", "2\n\\q\n", "4\n\\q\n"};
+    std::string strMaster = "1\n";
+    for (const char* lpszAnswer : {"0\n", "0\n", "4\n", "\n", "\n", "\n", "\n", "\n", "\n"})
+        strInputs.push_back((strMaster += lpszAnswer) + "\\Quit\n");
+    strInputs.push_back(strMaster + "4\nn \n");
+    for (const char* lpszJoin : {"2\n$IP\n", "4\n$IP\n"})
+        for (const char* lpszRest : {"\\q\n", "10.1.2.3\nn\n", "10.1.2.3\ny\n\\q\n"})
+            if (!MachineAddress().empty()) strInputs.push_back(stInstallation.Fill(lpszJoin) + lpszRest);
+    for (const std::string& strInput : strInputs) {
+        const std::string strOutput = stInstallation.Run("", strInput);
+        EXPECT_TRUE(strOutput.ends_with(" \n" + FAILED[0])) << strInput << strOutput;
+    }
+    EXPECT_EQ(ReadFile(stInstallation.Config()), "[System]\nLanguage=0\n[Config]\n") << "nothing is written";
+}
+
+constexpr const char* GOOD_MASTER = "-type 1 -ip 0 -systemfile 4 -logs 4 ";
+
+// Each command line stands behind "$ ", what it is told in English and in Chinese in the lines below, if anything.
+TEST(SetupDriver, RefusesArguments) {
+    const Installation stInstallations[] = {Installation(0), Installation(1)};
+    std::istringstream stRows(Transcript("refused-arguments"));
+    for (std::string strLine; std::getline(stRows, strLine);) {
+        if (strLine[0] == '#' || (strLine.find("$IP") != strLine.npos && MachineAddress().empty())) continue;
+        if (!strLine.starts_with("$ ")) continue;
+        for (const int nLanguage : {0, 1}) {
+            std::string strTold;
+            if (stRows.peek() != '$' && stRows.peek() != '#' && std::getline(stRows, strTold)) strTold += "\n";
+            const Installation& stInstallation = stInstallations[nLanguage];
+            EXPECT_EQ(stInstallation.Run(strLine.substr(2)), stInstallation.Fill(strTold) + FAILED[nLanguage])
+                << strLine;
+            EXPECT_FALSE(std::filesystem::exists(stInstallation.SystemFile()));
+        }
+    }
+}
+
+struct CREATIONROW {
+    const char* m_lpszArguments;
+    std::size_t m_nFileSize;
+    const char* m_lpszListenIP;
+    const char* m_lpszVirtualIP;
+    /** Host from which root may log in. */
+    const char* m_lpszHost;
+};
+
+const CREATIONROW g_stCreations[] = {
+    {"-type 1 -ip 0 -systemfile 5 -logs 3", 5, "0.0.0.0", "", "localhost"},
+    {"-ip 0.0.0.0 -TYPE 1 -systemfile 4x -logs 64 -vip junk -cachesize", 4, "0.0.0.0", "junk", "localhost"},
+    {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict 0 -datafile 7 -vip 10.1.2.3", 4, "0.0.0.0", "10.1.2.3", "%"},
+    {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict no", 4, "0.0.0.0", "", "localhost"},
+    {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict 4294967296", 4, "0.0.0.0", "", "localhost"},
+    {"-type 1 -ip $IP -systemfile 4 -logs 4 -ip", 4, "$IP", "", "localhost"},
+    // The size is shifted in 32 bits.
+    {"-type 1 -ip 0 -systemfile 4101 -logs 4", 5, "0.0.0.0", "", "localhost"},
+};
+
+TEST(SetupDriver, CreatesTheSystemFile) {
+    int nLanguage = 0;
+    for (const CREATIONROW& stRow : g_stCreations) {
+        if (stRow.m_lpszListenIP[0] == '$' && MachineAddress().empty()) continue;
+        if (std::string_view(stRow.m_lpszArguments).find("4101") != std::string_view::npos && !HasMuchMemory())
+            continue;
+        nLanguage = 1 - nLanguage;
+        const Installation stInstallation(nLanguage);
+        const std::string strOutput = stInstallation.Run(stRow.m_lpszArguments);
+        EXPECT_EQ(strOutput, CREATED[nLanguage] + FAILED[nLanguage]) << stRow.m_lpszArguments;
+        const std::string strFile = ReadFile(stInstallation.SystemFile());
+        EXPECT_EQ(strFile.size(), stRow.m_nFileSize << 20);
+        // The record of the user root: the only 8-byte name in front of the host, which stands 68 bytes behind it.
+        const std::size_t nRoot = strFile.find(std::string("root\0\0\0\0", 8));
+        ASSERT_NE(nRoot, strFile.npos);
+        EXPECT_STREQ(strFile.c_str() + nRoot + 68, stRow.m_lpszHost) << stRow.m_lpszArguments;
+
+        std::string strConfig = ReadFile(stInstallation.Config());
+        strConfig.erase(strConfig.find_last_not_of('\n') + 1);
+        const std::string strListen = stInstallation.Fill(stRow.m_lpszListenIP);
+        const std::string strCluster = strListen == "0.0.0.0" ? "0" : "1";
+        EXPECT_NE(strConfig.find("\nlistenip=" + strListen + "\n"), strConfig.npos) << strConfig;
+        EXPECT_TRUE(strConfig.ends_with(
+            "[Config]\ncluster=" + strCluster + "\nclusterlocalip=" + strListen + "\nclusterhostip=" + strListen +
+            "\nclusternode=0\nclustervip=" + stRow.m_lpszVirtualIP + "\nclusteriplist=\nclusterconnectpools=32"))
+            << strConfig;
+    }
+}
+
+TEST(SetupDriver, StopsAtWhatIsThereAndSaysWhatItCannotWrite) {
+    const Installation stInstallation(0);
+    // A size that turns negative in 32 bits leaves the directory and an empty file behind.
+    if (HasMuchMemory()) {
+        EXPECT_TRUE(stInstallation.Run("-type 1 -ip 0 -systemfile 2048 -logs 4")
+                        .ends_with("Failed to create database service system file, error code: 11\n" + FAILED[0]));
+        EXPECT_EQ(ReadFile(stInstallation.SystemFile()), "");
+    } else {
+        std::filesystem::create_directory(stInstallation.Fill("$BASE/Data/Kestro"));
+    }
+    // The second run still writes the configuration first.
+    WriteFile(stInstallation.Config(), "[System]\nLanguage=0\nlistenip=1.2.3.4\n");
+    EXPECT_EQ(stInstallation.Run(GOOD_MASTER),
+              stInstallation.Fill("Failed to create database, database already exists, database path: "
+                                  "$BASE/Data/Kestro/\n") +
+                  FAILED[0]);
+    EXPECT_NE(ReadFile(stInstallation.Config()).find("listenip=0.0.0.0"), std::string::npos);
+
+    // Without a configuration that can be read or written the run says so once and goes on. The time zone of UTC+8
+    // makes it Chinese.
+    std::filesystem::remove_all(stInstallation.Fill("$BASE/Data/Kestro"));
+    std::filesystem::remove(stInstallation.Config());
+    std::filesystem::create_directory(stInstallation.Config());
+    setenv("TZ", "CST-8", 1);
+    EXPECT_EQ(stInstallation.Run(GOOD_MASTER),
+              "无法写入配置文件，文件路径：" + stInstallation.Config() + "\n" + CREATED[1] + FAILED[1]);
+    // Without Data/ the instance directory can't be made, nor the file in it.
+    std::filesystem::remove_all(stInstallation.Fill("$BASE/Data"));
+    EXPECT_TRUE(stInstallation.Run(GOOD_MASTER).ends_with("创建数据库服务系统文件失败，错误代码：2\n" + FAILED[1]));
+    unsetenv("TZ");
+}
+
+TEST(SetupDriver, LooksAtTheMachinesMemory) {
+    const Installation stInstallation(0);
+    // The most megabytes that pass beside the system file, the undo area of 256 MB and the fixed needs.
+    const auto dLimit = static_cast<double>(MachineMemory() - 1048576) * 0.95;
+    const auto nMost = static_cast<long long>(dLimit - 34049) / 1024 - 100 - 4 - 256;
+    const std::string strWarning =
+        "The system has less available memory, which may cause unknown problems in operation!\n";
+    const std::string strRefusal = "Installation failed due to insufficient available memory!\n" + FAILED[0];
+    const auto With = [&](long long nSize) {
+        return stInstallation.Run(GOOD_MASTER +
+                                  ("-datafile 8 -tablefile 99999999 -kvfile " + std::to_string(nSize - 8)));
+    };
+    EXPECT_EQ(With(nMost + 1), strRefusal);
+    EXPECT_EQ(With(nMost), strWarning + CREATED[0] + FAILED[0]);
+    WriteFile(stInstallation.Config(), "[System]\nLanguage=0\nundoareasize=257\n");
+    EXPECT_EQ(With(nMost), strRefusal);
+}
+
+TEST(SetupDriver, FailsCleanlyWhereItsPathIsTooLong) {
+    const std::string strDeep = std::string(200, 'd') + "/" + std::string(100, 'd');
+    const Installation stInstallation(0, strDeep);
+    const std::string strOutput = stInstallation.Run(GOOD_MASTER);
+    EXPECT_TRUE(strOutput.starts_with("The installation directory cannot be determined, ")) << strOutput;
+    EXPECT_TRUE(strOutput.ends_with("\n" + FAILED[0])) << strOutput;
+}
+
+TEST(SetupDriver, SurvivesHostileArgumentsAndInput) {
+    const Installation stInstallation(0);
+    const std::string strLong(120'000, 'x');
+    std::vector<std::string> strArguments = stInstallation.Arguments("-type 1");
+    for (int i = 0; i < 8; ++i) {
+        strArguments.push_back("-vip");
+        strArguments.push_back(strLong);
+    }
+    EXPECT_EQ(RunProgram(strArguments).m_strOutput,
+              "Parameter value is too long, at most 31 bytes, parameter: -vip\n" + FAILED[0]);
+    EXPECT_EQ(stInstallation.Run("-type 1 " + strLong), "Unknown parameter：" + strLong + "\n" + FAILED[0]);
+
+    std::mt19937 stRandom(20170320);
+    const std::string strPieces[] = {
+        "1\n",    "2\n", "4\n",  "re\n", "0\n0\n4\n", "\n\n\n\n\n\n4\n",      "no", " yes ",
+        "%n%s\n", "\\",  "-1\n", "5\n",  "\xEF",      std::string("\0\n", 2), "\n", strLong};
+    for (int nRound = 0; nRound < 40; ++nRound) {
+        std::string strInput;
+        for (int i = 0; i < 60; ++i)
+            strInput += stRandom() % 3 ? strPieces[stRandom() % std::size(strPieces)] : std::string(1, stRandom());
+        // From any prompt one of these leaves.
+        for (int i = 0; i < 3; ++i)
+            strInput += "\n\\q\n0\nno\n";
+        EXPECT_TRUE(stInstallation.Run("", strInput).ends_with("\n" + FAILED[0])) << nRound;
+    }
+}
+
+} // namespace

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ExactBytes.h"
+
+/** The fields of a table's row that is written as one text, with "|" between them. */
+inline std::vector<std::string> Fields(std::string_view szRow) {
+    std::vector<std::string> arField(1);
+    for (const char c : szRow)
+        c == '|' ? arField.emplace_back() : arField.back() += c;
+    return arField;
+}
+
+/** Rows of fields, "=>" and what `Run` answers for them. A field's text ends where its heap block ends. */
+template <typename F>
+void CheckRows(std::initializer_list<std::string_view> lstRow, F Run) {
+    for (const std::string_view szRow : lstRow) {
+        const std::size_t nArrow = szRow.find("=>");
+        std::vector<ExactText> arText;
+        for (const std::string& strField : Fields(szRow.substr(0, nArrow)))
+            arText.emplace_back(strField);
+        EXPECT_EQ(Run(arText), szRow.substr(nArrow + 2)) << szRow;
+    }
+}

@@ -1,0 +1,295 @@
+// The value record: faces, ownership and copies, widths, truth, hashes.
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <memory>
+#include <string>
+
+#include "CommonDataDef.h"
+#include "KestroBufferPool.h"
+#include "KestroDecimal.h"
+#include "KestroErrorCode.h"
+#include "VarData.h"
+
+namespace {
+
+char* NewText(const std::string& strText) {
+    char* lpszText = new char[strText.size() + 1];
+    memcpy(lpszText, strText.c_str(), strText.size() + 1);
+    return lpszText;
+}
+
+void OwnText(st_VARDATA& stValue, const std::string& strText, BYTE bType = VT_VARCHAR) {
+    stValue.AttachBuffer(bType, NewText(strText), static_cast<int>(strText.size() + 1));
+}
+
+void Decimal(st_VARDATA& stValue, const char* lpszText) {
+    ASSERT_EQ(ERR_OK, CKestroDecimal::Convert2Decimal(lpszText, &stValue));
+}
+
+struct Pool : CKestroBufferPool {
+    Pool() { SetPoolPageSize(4096); }
+};
+
+TEST(VarData, ByteSevenIsAnOwnerFlagOfTextsOnly) {
+    st_VARDATA stValue;
+    Decimal(stValue, "12.5");
+    stValue.m_bPrecison = 18;
+    stValue.Free();
+    EXPECT_EQ(VT_EMPTY, stValue.m_vt);
+    Decimal(stValue, "12.5");
+    stValue.m_bPrecison = 18;
+    char szPlan[] = "text in a plan";
+    stValue.AttachString(szPlan, sizeof szPlan, 100);
+    EXPECT_EQ(0, stValue.m_bAutoRelease);
+    stValue.SetData(7);
+    EXPECT_EQ(0, stValue.m_bEnumType);
+    // The destructor of a decimal with a precision has nothing to delete.
+    Decimal(stValue, "1");
+    stValue.m_bPrecison = 255;
+}
+
+TEST(VarData, BuffersAreTakenOverAndGivenBack) {
+    st_VARDATA stValue;
+    OwnText(stValue, "first");
+    OwnText(stValue, "second");
+    EXPECT_STREQ("second", stValue.m_lpszValue);
+    std::unique_ptr<char[]> lpKept(stValue.m_lpszValue);
+    stValue.DetachBuffer();
+    EXPECT_EQ(nullptr, stValue.m_lpszValue);
+    stValue.AttachBuffer(VT_VARCHAR, nullptr, 5);
+    EXPECT_TRUE(stValue.IsNull());
+    EXPECT_EQ(1, stValue.m_bAutoRelease);
+    std::unique_ptr<char[]> lpRefused(NewText("0x41"));
+    stValue.AttachBuffer(VT_HEXSTR, lpRefused.get(), 5);
+    stValue.DetachBuffer();
+    EXPECT_EQ(VT_HEXSTR, stValue.m_vt);
+    OwnText(stValue, "third");
+    stValue.SetNull();
+    stValue.SetNull();
+    EXPECT_TRUE(stValue.IsNull());
+    stValue.SetBinaryData(reinterpret_cast<unsigned char*>(lpKept.get()), 3);
+    unsigned char* lpData;
+    stValue.GetBinaryData(lpData);
+    EXPECT_EQ(0, memcmp(lpData, "sec", 3));
+}
+
+TEST(VarData, PoolCopiesOwnNothingAndReplaceNull) {
+    Pool stPool;
+    st_VARDATA stCopy;
+    stCopy.SetNull();
+    {
+        st_VARDATA stOwned;
+        OwnText(stOwned, "owned");
+        stOwned.m_bCharset = 33;
+        stCopy.SetData(&stPool, stOwned);
+    }
+    EXPECT_STREQ("owned", stCopy.m_lpszValue);
+    EXPECT_EQ(33, stCopy.m_bCharset);
+    EXPECT_FALSE(stCopy.OwnsBuffer());
+
+    // An owned text goes when a view of the same type takes its place.
+    OwnText(stCopy, "goes");
+    st_VARDATA stView;
+    stView.SetData("view", 5, 0);
+    stCopy.m_nDataCount = 9;
+    stCopy.SetData(&stPool, stView);
+    EXPECT_EQ(stView.m_lpszValue, stCopy.m_lpszValue);
+    EXPECT_EQ(9u, stCopy.m_nDataCount);
+    stCopy.SetData(&stPool, stCopy);
+    EXPECT_STREQ("view", stCopy.m_lpszValue);
+
+    st_VARDATA stEnum;
+    stEnum.SetData(3);
+    stEnum.m_bEnumType = 1;
+    st_MYSQLFIELDDEF stField{};
+    stEnum.m_enumValue.m_pField = &stField;
+    stCopy.SetData(&stPool, stEnum);
+    EXPECT_TRUE(stCopy.m_bEnumType == 1 && stCopy.m_nValue == 3 && stCopy.m_enumValue.m_pField == &stField);
+
+    // Without a pool there is no memory for an owned text.
+    st_VARDATA stOwned;
+    OwnText(stOwned, "owned");
+    stCopy.SetData(nullptr, stOwned);
+    EXPECT_EQ(VT_EMPTY, stCopy.m_vt);
+    st_VARDATA stEmpty;
+    OwnText(stCopy, "goes");
+    stCopy.SetData(&stPool, stEmpty);
+    EXPECT_EQ(VT_EMPTY, stCopy.m_vt);
+}
+
+TEST(VarData, HeapCopiesOwnWhatTheSourceOwnedAndLeaveNull) {
+    st_VARDATA stNull;
+    stNull.SetNull();
+    st_VARDATA stOwned;
+    OwnText(stOwned, "owned");
+    stNull = stOwned;
+    EXPECT_TRUE(stNull.IsNull());
+    st_VARDATA stCopy(stOwned);
+    EXPECT_TRUE(stCopy.OwnsBuffer());
+    EXPECT_NE(stOwned.m_lpszValue, stCopy.m_lpszValue);
+    EXPECT_STREQ("owned", stCopy.m_lpszValue);
+    st_VARDATA stDecimal;
+    Decimal(stDecimal, "-1.25");
+    stCopy = stDecimal;
+    EXPECT_EQ(0, memcmp(&stCopy, &stDecimal, 24));
+    // Lengths that lie don't make a copy read outside of the buffer.
+    for (int nLen : {INT_MIN, -1, 0, 3}) {
+        stOwned.m_nStrLen = nLen;
+        st_VARDATA stCut;
+        stCut = stOwned;
+        EXPECT_EQ(std::string("owned").substr(0, nLen > 0 ? nLen : 0), stCut.m_lpszValue);
+    }
+}
+
+TEST(VarData, VariablesKeepTheirBlockAndGrow) {
+    Pool stPool;
+    st_VARDATA stVariable, stText;
+    const std::string strLong(300, 'x');
+    stText.SetData("short", 6, 0);
+    ASSERT_EQ(ERR_OK, stVariable.SetDataProce(&stPool, stText));
+    char* const lpBlock = stVariable.m_lpszValue;
+    EXPECT_EQ(100, stVariable.m_nCacheBufferSize);
+    stText.SetData("other", 6, 0);
+    ASSERT_EQ(ERR_OK, stVariable.SetDataProce(&stPool, stText));
+    EXPECT_EQ(lpBlock, stVariable.m_lpszValue);
+    EXPECT_STREQ("other", lpBlock);
+    stText.SetData(strLong.c_str(), 301, 0);
+    ASSERT_EQ(ERR_OK, stVariable.SetDataProce(&stPool, stText));
+    EXPECT_EQ(strLong, stVariable.m_lpszValue);
+    st_VARDATA stNull;
+    stNull.SetNull();
+    ASSERT_EQ(ERR_OK, stVariable.SetDataProce(&stPool, stNull));
+    EXPECT_EQ(0, stVariable.m_nCacheBufferSize);
+    EXPECT_EQ(ERR_MEMORY, stVariable.SetDataProce(nullptr, stText));
+}
+
+TEST(VarData, TruthIsThreeValued) {
+    st_VARDATA st;
+    EXPECT_EQ(0, st.IsTrue());
+    st.SetData("", 1, 0);
+    EXPECT_EQ(1, st.IsTrue());
+    for (auto [dblValue, nTrue] : {std::pair{1e-9, 0}, {-1e-7, 1}, {static_cast<double>(NAN), 0}}) {
+        st.SetData(dblValue, VT_DOUBLE);
+        EXPECT_EQ(nTrue, st.IsTrue()) << dblValue;
+    }
+    Decimal(st, "0.00");
+    EXPECT_EQ(0, st.IsTrue());
+    st.m_bValid = 200;
+    EXPECT_EQ(0, st.IsTrue());
+    st.SetNull();
+    EXPECT_EQ(2, st.IsTrue());
+    for (auto [bType, nTrue] : {std::pair{VT_UNKNOWN, 0}, {VT_ANY, 1}, {VT_STOP, 0}}) {
+        st.m_vt = bType;
+        EXPECT_EQ(nTrue, st.IsTrue());
+    }
+    st.m_vt = VT_EMPTY;
+}
+
+TEST(VarData, CharactersAndWildcardsStayInsideTheLength) {
+    const struct {
+        const char* m_lpszText;
+        int m_nLen, m_nChars;
+        bool m_bWild;
+    } arRows[] = {{"abc", 4, 3, false}, {"\xF0\x9F\x98\x80\xE4\xB8\xAD", 8, 2, false},
+                  {"\1\2", 3, 2, true}, {"", 1, 0, true},
+                  {"abc", -5, 0, true}, {"ab\0cd", 6, 2, false}};
+    for (const auto& stRow : arRows) {
+        st_VARDATA st;
+        st.SetData(stRow.m_lpszText, stRow.m_nLen, 0);
+        EXPECT_EQ(stRow.m_nChars, st.GetCharNum()) << stRow.m_lpszText;
+        EXPECT_EQ(stRow.m_bWild, st.IsAllWildcard()) << stRow.m_lpszText;
+    }
+    char szText[] = "aZ\xC3\xA9z";
+    st_VARDATA st;
+    st.SetData(szText, 3, 0);
+    st.Upper(100);
+    EXPECT_STREQ("AZ\xC3\xA9z", szText);
+    st.Lower(1);
+    EXPECT_STREQ("aZ\xC3\xA9z", szText);
+}
+
+TEST(VarData, WidthsOfTypes) {
+    const struct {
+        BYTE m_bType;
+        int m_nLen, m_nFieldValue, m_nOwn, m_nBuffer, m_nField;
+    } arRows[] = {{VT_VARCHAR, 250, 251, 250, 250, 256},
+                  {VT_VARCHAR, 251, 256, 251, 251, 257},
+                  {VT_CHAR, 249, 250, 249, 0, 251},
+                  {VT_BLOB, 9, 0, 9, 9, 11},
+                  {VT_JSON, 9, 10, 9, 9, 10},
+                  {VT_SMALLINT, 0, 1, 0, 0, 3},
+                  {VT_INT, 0, 4, 4, 4, 5},
+                  {VT_ENUM, 0, 0, 0, 0, 3},
+                  {VT_CLOB, INT_MAX - 9, INT_MAX - 4, INT_MAX - 9, 0, INT_MAX - 3}};
+    for (const auto& stRow : arRows) {
+        st_VARDATA st;
+        st.m_vt = stRow.m_bType;
+        st.m_nStrLen = stRow.m_nLen;
+        int nField = 0;
+        EXPECT_EQ(stRow.m_nFieldValue, st.GetDataLen(stRow.m_bType)) << int{stRow.m_bType};
+        EXPECT_EQ(stRow.m_nOwn, st.GetDataLen());
+        EXPECT_EQ(stRow.m_nBuffer, st.GetDataBufferLen(0));
+        EXPECT_EQ(ERR_OK, GetFieldBufferLen(stRow.m_bType, 0, stRow.m_nLen, nField));
+        EXPECT_EQ(stRow.m_nField, nField);
+        st.m_vt = VT_EMPTY;
+        EXPECT_EQ(0, st.GetDataLen(stRow.m_bType));
+    }
+    for (auto [bPrecision, nExpected] :
+         {std::pair{255, 19}, {2, 4}, {4, 5}, {7, 6}, {9, 7}, {10, 11}, {36, 19}, {99, 19}}) {
+        int nField;
+        ASSERT_EQ(ERR_OK, GetFieldBufferLen(VT_DECIMAL, static_cast<BYTE>(bPrecision), 0, nField));
+        EXPECT_EQ(nExpected, nField) << bPrecision;
+    }
+    int nField;
+    for (int nType : {VT_EMPTY, VT_RAW64, VT_MARK, VT_SET, VT_HEXSTR, VT_JSON2, VT_STOP})
+        EXPECT_EQ(ERR_DATA_TYPE, GetFieldBufferLen(static_cast<BYTE>(nType), 0, 0, nField)) << nType;
+}
+
+TEST(VarData, EqualValuesHashAlike) {
+    auto Hash = [](const st_VARDATA& st) {
+        long long llHash = 5;
+        unsigned long long ullShort = 5;
+        st.CalcHashFactor(llHash);
+        st.CalcHashFactorEx(ullShort);
+        return std::pair{llHash, ullShort};
+    };
+    st_VARDATA stInt, stDouble, stDecimal, stHex;
+    stInt.SetData(1234567890);
+    stDouble.SetData(1234567890.0, VT_DOUBLE);
+    Decimal(stDecimal, "1234567890.000");
+    stHex.SetData("1234567890", 11, 0);
+    stHex.m_vt = VT_HEXSTR;
+    for (const st_VARDATA* lpOther : {&stDouble, &stDecimal, &stHex})
+        EXPECT_EQ(Hash(stInt), Hash(*lpOther));
+
+    st_VARDATA stUpper, stLower, stBytes;
+    stUpper.SetData("AZ09-", 6, 0);
+    stLower.SetData("az09-", 6, 0);
+    EXPECT_EQ(Hash(stUpper), Hash(stLower));
+    EXPECT_EQ(((((5LL * 37 + 10) * 37 + 35) * 10 + 0) * 10 + 9) * 131 + '-', Hash(stUpper).first);
+    // Bytes count to their length, texts to their end.
+    stBytes.SetBinaryData(stUpper.m_lpValue, 6);
+    EXPECT_EQ(Hash(stUpper).first * 131, Hash(stBytes).first);
+    stUpper.m_nStrLen = -1;
+    EXPECT_EQ(5, Hash(stUpper).first);
+}
+
+TEST(VarData, MembersAreFoundWithoutRegardToCase) {
+    st_MYSQLFIELDDEF stField{};
+    stField.m_nEnumNum = 2;
+    stField.m_arrEnumData = new char* [2] { NewText("red"), NewText("green") };
+    stField.m_lpVirtualField = new st_VIRTUALFIELDINMEMORY{};
+    stField.m_lpVirtualField->m_lpExpressionString = NewText("a+b");
+    int nIndex = 9;
+    EXPECT_EQ(ERR_OK, stField.GetEnumIndex("GREEN", nIndex));
+    EXPECT_EQ(1, nIndex);
+    EXPECT_EQ(-1, stField.GetEnumIndex("blue", nIndex));
+    EXPECT_EQ(0, nIndex);
+    stField.Free();
+    EXPECT_EQ(-1, stField.GetEnumIndex("red", nIndex));
+}
+
+} // namespace
