@@ -1,6 +1,7 @@
 // Conversions in place: the operations, and the kernels that only they have, for integers without loss, for the bytes
 // of a text or BLOB, and for the members of ENUM and SET.
 
+#include <climits>
 #include <cmath>
 
 #include "IntegerCut.h"
@@ -79,6 +80,7 @@ int BlobToTxt(const CONVERSION& st, st_VARDATA& stResult) {
     if (!st.m_stSource.m_lpszValue) return Nothing(st, stResult);
     // The byte behind a BLOB needn't be there, so the terminator is put behind a copy.
     const int nLen = st.m_stSource.m_nStrLen > 0 ? int{st.m_stSource.m_nStrLen} : 0;
+    if (nLen == INT_MAX) return ERR_MEMORY;
     char* const lpszText = CopyToPool(st.m_lpPool, st.m_stSource.m_lpszValue, nLen);
     if (!lpszText) return ERR_MEMORY;
     stResult.SetData(lpszText, nLen + 1, 0);

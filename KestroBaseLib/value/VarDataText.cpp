@@ -172,9 +172,8 @@ void st_VARDATA::CovertString2Data(unsigned char bType, const char* lpszText, in
 int st_VARDATA::CovertStringToNumber(CKestroBufferPool* lpPool) {
     if (m_vt != VT_VARCHAR) return ERR_DATA_TYPE;
     // The bytes of a hexadecimal literal are a number as they stand.
-    if (!m_lpszValue || m_bCharset == KESTRO_CHARSET_HEX) {
+    if (!m_lpszValue || m_bCharset == KESTRO_CHARSET_HEX)
         return GetCompatableFieldValue(lpPool, VT_DOUBLE, *this, false);
-    }
     const char* const lpszOther = std::find_if(m_lpszValue, m_lpszValue + TextLen(*this), IsNoDigit);
     // Cut off in a copy, as a view may lie where nothing can be written. The missing terminator sees to it.
     st_VARDATA stNumber;
