@@ -48,7 +48,7 @@ int ShortestPayload(UINT128 nMagnitude) {
     if (nMagnitude == 0) return 0;
     for (const SMALLCOLUMN& stColumn : SMALL_COLUMNS)
         if (nMagnitude <= stColumn.m_uMax && nMagnitude < DECIMAL_GROUP) return stColumn.m_nPayload;
-    return CountGroups(nMagnitude) * 4;
+    return CountGroups(SplitMagnitude(nMagnitude)) * 4;
 }
 
 /** Writes an image; where the groups don't fit the payload, the number goes there as a plain integer. */
@@ -61,9 +61,8 @@ int WriteImage(const st_VARDATA* lpValue, UINT128 nMagnitude, int nPayload, unsi
     if (bInteger) {
         std::memcpy(lpImage + BIN_HEAD, &nMagnitude, static_cast<std::size_t>(nPayload));
     } else {
-        st_VARDATA stGroups;
-        StoreMagnitude(&stGroups, nMagnitude);
-        std::memcpy(lpImage + BIN_HEAD, DecimalGroups(&stGroups), static_cast<std::size_t>(nPayload));
+        const PACKEDGROUPS stGroups = SplitMagnitude(nMagnitude);
+        std::memcpy(lpImage + BIN_HEAD, &stGroups, static_cast<std::size_t>(nPayload));
     }
     return BIN_HEAD + nPayload;
 }
