@@ -340,9 +340,9 @@ int CKestroDecimal::Ceil(const st_VARDATA* lpValue, st_VARDATA* lpResult) {
 int CKestroDecimal::AddIntArray(int* lpGroups, const int* lpOther, int n) {
     int nCarry = 0;
     for (int i = 0; i < n; ++i) {
-        lpGroups[i] += lpOther[i] + nCarry;
-        nCarry = lpGroups[i] >= KestroPowers10[9];
-        if (nCarry) lpGroups[i] -= KestroPowers10[9];
+        const long long llSum = static_cast<long long>(lpGroups[i]) + lpOther[i] + nCarry;
+        nCarry = llSum >= KestroPowers10[9];
+        lpGroups[i] = static_cast<int>(nCarry ? llSum - KestroPowers10[9] : llSum);
     }
     return nCarry;
 }
@@ -354,7 +354,7 @@ int CKestroDecimal::CompareIntArray(const int* lpFirst, const int* lpSecond, int
 }
 
 void CKestroDecimal::Sub2(int& nValue, int nSubtrahend, int& nBorrow) {
-    nValue -= nSubtrahend + nBorrow;
-    nBorrow = nValue < 0;
-    if (nBorrow) nValue += KestroPowers10[9];
+    const long long llRest = static_cast<long long>(nValue) - nSubtrahend - nBorrow;
+    nBorrow = llRest < 0;
+    nValue = static_cast<int>(nBorrow ? llRest + KestroPowers10[9] : llRest);
 }

@@ -280,6 +280,8 @@ TEST(KestroDecimal, WritesColumns) {
     const st_VARDATA stFull = Parse(std::string(36, '9'));
     EXPECT_EQ(CKestroDecimal::FormatBin(&stFull, 36, 1, arMax, nLen), ERR_DECIMAL_PRECISION);
     EXPECT_EQ(nLen, 0);
+    const st_VARDATA stGreat = Parse("9999999999e92");
+    EXPECT_EQ(CKestroDecimal::FormatBin(&stGreat, 8, 0, arMax, nLen), ERR_DECIMAL_PRECISION);
 }
 
 TEST(KestroDecimal, FitsColumnsOrFails) {
@@ -342,6 +344,11 @@ TEST(KestroDecimal, GroupsCarryAndBorrow) {
     EXPECT_EQ(arGroups[0] | arGroups[1] | arGroups[2], 0);
     CKestroDecimal::Sub2(nValue, 3, nBorrow);
     EXPECT_EQ(nValue * nBorrow, 999'999'999);
+    // Groups that are none stay without effect on others.
+    int arOdd[] = {INT_MAX, 5}, nOdd = INT_MIN;
+    EXPECT_EQ(CKestroDecimal::AddIntArray(arOdd, arOdd, 1), 1);
+    CKestroDecimal::Sub2(nOdd, INT_MAX, nBorrow);
+    EXPECT_EQ(arOdd[1] + nBorrow, 6);
 }
 
 TEST(KestroDecimal, BearsAnyBytes) {
