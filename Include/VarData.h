@@ -392,7 +392,10 @@ struct KESTRO_PACKED st_VIRTUALFIELDINMEMORY {
     char* m_lpExpressionString;
 };
 
-/** A column as the client sees it. All that its pointers name is made with array new and goes with `Free`. */
+/**
+ * A column as the client sees it. What its pointers name goes with `Free`; all is made with array new, but the record of
+ * a generated column with plain new.
+ */
 struct KESTRO_PACKED st_MYSQLFIELDDEF {
     /** Position in the result, in the table. */
     BYTE m_bFieldNo;
@@ -442,7 +445,7 @@ struct KESTRO_PACKED st_MYSQLFIELDDEF {
      * share a bit. 0; or -1 if one isn't a member, with the bits of those that are. The empty text lists none.
      */
     [[nodiscard]] int GetSetMask(const char* lpszText, int nLen, unsigned long long& ullMask) const;
-    /** Releases all that the record owns and clears its pointers. */
+    /** Releases all that the record owns and clears its pointers and their lengths. */
     void Free();
 };
 

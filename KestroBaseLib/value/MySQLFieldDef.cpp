@@ -55,6 +55,7 @@ void st_MYSQLFIELDDEF::Free() {
         delete m_lpVirtualField;
     }
     m_lpDefaultExp = m_lpOnUpdateExp = nullptr;
+    m_lpDefaultExpLen = m_nOnUpdateExpLen = 0;
     m_lpDefaultExpString = m_lpOnUpdateExpString = nullptr;
     m_arrEnumData = nullptr;
     m_nEnumNum = 0;
