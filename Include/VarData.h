@@ -393,8 +393,8 @@ struct KESTRO_PACKED st_VIRTUALFIELDINMEMORY {
 };
 
 /**
- * A column as the client sees it. What its pointers name goes with `Free`; all is made with array new, but the record of
- * a generated column with plain new.
+ * A column as the client sees it. What its pointers name goes with `Free`; all is made with array new, but the record
+ * of a generated column with plain new.
  */
 struct KESTRO_PACKED st_MYSQLFIELDDEF {
     /** Position in the result, in the table. */
