@@ -3,22 +3,13 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "DigitPairs.h"
 #include "KestroDecimalMagnitude.h"
 
 namespace {
 
-/** "00" to "99". */
-constexpr auto DIGIT_PAIRS = [] {
-    std::array<char, 200> arPairs{};
-    for (int i = 0; i < 100; ++i) {
-        arPairs[2 * i] = static_cast<char>('0' + i / 10);
-        arPairs[2 * i + 1] = static_cast<char>('0' + i % 10);
-    }
-    return arPairs;
-}();
-
 void WritePair(char* lpszText, std::uint32_t uPair) {
-    std::memcpy(lpszText, DIGIT_PAIRS.data() + 2 * uPair, 2);
+    std::memcpy(lpszText, kestro_int_c[uPair].data(), 2);
 }
 
 /** Writes the 18 digits of two groups. */
