@@ -259,11 +259,16 @@ TEST_F(TraceManageTest, CleaningRemovesElevenFilesAtMost) {
         fs::current_path(stDir.Path("logs"));
         fs::create_directory("not a file");
         for (int i = 0; i < nFiles; ++i) {
-            WriteFile(std::to_string(i), "");
-            fs::resize_file(std::to_string(i), nSize);
+            const std::string strFile = std::to_string(i);
+            WriteFile(strFile, "");
+            fs::resize_file(strFile, nSize);
+            // The clock of the file system goes in coarse steps.
+            while (i == 1 && fs::last_write_time(strFile) <= fs::last_write_time("0"))
+                fs::resize_file(strFile, nSize);
         }
         EXPECT_EQ(stTrace.LogFileManage("logs"), 1);
         EXPECT_EQ(std::distance(fs::directory_iterator("."), {}), nLeft + 1);
+        EXPECT_EQ(fs::exists("0"), nLeft == nFiles);
         EXPECT_EQ(stTrace.LogFileManage("KestroInterface*.log"), 0);
         fs::current_path(stBefore);
     }

@@ -71,6 +71,7 @@ TEST(Profile, Reads) {
         {std::string("[S]\n\0k=5\n", 9), "S", "k", "d", "d"},
         {std::string("[S]\nk=5\0006\nj=1", 12), "S", "k", "d", "5"},
         {"", "S", "k", "d  ", "d"},
+        {"", nullptr, "k", "d", "d"},
         {"[S]\n", "S", "k", "   ", " "},
         {"[S]\n", "S", "k", "a\t ", "a\t"},
         {"[S]\n", "S", "k", nullptr, ""},
@@ -162,7 +163,7 @@ TEST(Profile, Writes) {
         {"[S]", "S", "k", "v", "[S]\nk=v\n"},
         {"[S]\nj=1\n", "S", "k", "", "[S]\nj=1\nk=\n\n"},
         {"[S]\r\nj=1\r\n", "S", "k", "v", "[S]\r\nj=1\nk=v\r\n"},
-        {"a=1\n [S]\nk=1\n\n [T]\nk=5\n", "S", nullptr, "v", "a=1\n [T]\nk=5\n"},
+        {"a=1\n [S]\n=1\n\n [T]\nk=5\n", "S", nullptr, "v", "a=1\n [T]\nk=5\n"},
     };
     constexpr std::filesystem::file_time_type OLD{};
     for (const auto& stRow : arRows) {
