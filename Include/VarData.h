@@ -64,6 +64,12 @@ static_assert(sizeof(KESTRODATE) == 4 && sizeof(KESTROTIME) == 4);
 /** Days since 30 December 1899, the time of day as fraction; the fraction of a negative value points away from zero. */
 using DATE = double;
 
+/** Bytes for the text of any number, date or time, the terminator included. */
+constexpr int KESTRO_VALUE_TEXT_SIZE = 416;
+
+/** As character set of a text: it holds the bytes of a hexadecimal literal. */
+constexpr BYTE KESTRO_CHARSET_HEX = 255;
+
 struct st_MYSQLFIELDDEF;
 class CBaseBson;
 class CKestroBufferPool;
@@ -229,6 +235,85 @@ struct KESTRO_PACKED st_VARDATA {
      */
     [[nodiscard]] int SetDataProce(CKestroBufferPool* lpPool, const st_VARDATA& stSource);
 
+    // --- conversion --------------------------------------------------------------------------------------------------
+    //
+    // Text without a number gives 0 or NULL and a text that is no date NULL; what a narrower type doesn't hold wraps,
+    // or becomes the lowest integer if it was a double. A fraction is cut, with `bRound` rounded half away from zero;
+    // text is always cut. All answer 0; 3 without memory; 516 for a pair of types without a conversion. The result, or
+    // the value changed in place, keeps its state after 3 and 516. New text lies in the pool and isn't owned; its
+    // length counts the terminator, that of a BLOB doesn't. Of a text no byte beyond its length is read. The result may
+    // be the value itself. Types 0 and 10, and a text without a buffer, are NULL for every type.
+
+    /** For all uses. A target of no conversion gets a plain copy. */
+    [[nodiscard]] int GetCompatibleValue(CKestroBufferPool* lpPool, unsigned char bType, st_VARDATA& stOut,
+                                         bool bRound) const;
+    /**
+     * For a column: knows its types 5, 7, 80 and 81 as well, leaves VT_ANY as it is, and reads the text of a
+     * hexadecimal literal (`m_bCharset` 255) as the number that its bytes are.
+     */
+    [[nodiscard]] int GetCompatableFieldValue(CKestroBufferPool* lpPool, unsigned char bType, st_VARDATA& stOut,
+                                              bool bRound) const;
+    /** For an operand: numbers and times only, any other target is 516. A decimal becomes a BIGINT rounded. */
+    [[nodiscard]] int GetCompatibleNumberValue(unsigned char bType, st_VARDATA& stOut, bool bRound) const;
+    /**
+     * For a bit column of 32 bits (types 1, 80, 81) or of 64 (all others), from numbers and from the big-endian bytes
+     * of a text or BLOB. Values of other types leave `stOut` as it is. Always 0.
+     */
+    [[nodiscard]] int GetCompatableBitValue(unsigned char bType, st_VARDATA& stOut) const;
+
+    /**
+     * In place, for an expression. To 1 and 2 with `bForce` a decimal out of range becomes NULL; without it a number
+     * that would lose something stays as it is. A target of no conversion leaves the value alone.
+     */
+    [[nodiscard]] int ChangeTypeCore(CKestroBufferPool* lpPool, unsigned char bType, bool bRound, bool bForce);
+    /**
+     * In place, for storing into a column. `lpField` is needed for ENUM and SET: 4 without it, and 1041 with a NULL
+     * value for a text that isn't among its members. A BLOB takes the bytes or the text of all types.
+     */
+    [[nodiscard]] int ChangeFieldTypeCore(CKestroBufferPool* lpPool, unsigned char bType, st_MYSQLFIELDDEF* lpField,
+                                          bool bRound);
+    /** In place, as `GetCompatableBitValue`, but an INT becomes a BIGINT for target 2 only. Always 0. */
+    [[nodiscard]] int ChangeBitFieldTypeCore(unsigned char bType);
+
+    [[nodiscard]] int ChangeType(CKestroBufferPool* lpPool, unsigned char bType, bool bRound, bool bForce) {
+        return ChangeTypeCore(lpPool, bType, bRound, bForce);
+    }
+    [[nodiscard]] int ChangeFieldType(CKestroBufferPool* lpPool, unsigned char bType, st_MYSQLFIELDDEF* lpField,
+                                      bool bRound) {
+        return ChangeFieldTypeCore(lpPool, bType, lpField, bRound);
+    }
+    [[nodiscard]] int ChangeBitFieldType(unsigned char bType) { return ChangeBitFieldTypeCore(bType); }
+
+    /** The number in a value of a numeric type; decimals are rounded, other values give the bytes of their payload. */
+    int GetCompatibleInt() const;
+    long long GetCompatibleBigInt() const;
+    double GetCompatibleDouble() const;
+
+    // --- text forms --------------------------------------------------------------------------------------------------
+
+    /**
+     * Writes the text of a number, a time or a numeric literal's bytes, with a terminator, and answers its length with
+     * it; any other value gives an empty text and 0. Needs `KESTRO_VALUE_TEXT_SIZE` bytes, for VT_HEXSTR the half of
+     * its length and 1.
+     */
+    int GetCompatibleStringValue(char* lpszText) const;
+    /**
+     * A number or a time becomes a view of its text, written into `KESTRO_VALUE_TEXT_SIZE` bytes. Unlike elsewhere a
+     * double keeps its six places and the length doesn't count the terminator. Other values stay.
+     */
+    void Covert2String(char* lpszBuffer);
+    /** A text becomes the value of a column's type that it writes: NULL where it writes none. Other targets: nothing */
+    void CovertString2Data(unsigned char bType);
+    /** The same with a given text, of which types 5 to 7 become a view; other targets leave the value released. */
+    void CovertString2Data(unsigned char bType, const char* lpszText, int nLen);
+    /** A text becomes the VT_DOUBLE that its leading digits and points write. 0; 1501 for any other type. */
+    [[nodiscard]] int CovertStringToNumber(CKestroBufferPool* lpPool);
+    /**
+     * Deletes blanks, "-" and ":" from a text: in an owned buffer, or in a pool copy, as a view may lie in a literal.
+     * 0; 3; 1501 for any other type.
+     */
+    [[nodiscard]] int CovertDateStrToNumberStr(CKestroBufferPool* lpPool);
+
     // --- questions ---------------------------------------------------------------------------------------------------
 
     /** 0, 1, or 2 for NULL. Every text with a length is true. */
@@ -307,7 +392,10 @@ struct KESTRO_PACKED st_VIRTUALFIELDINMEMORY {
     char* m_lpExpressionString;
 };
 
-/** A column as the client sees it. All that its pointers name is made with array new and goes with `Free`. */
+/**
+ * A column as the client sees it. What its pointers name goes with `Free`; all is made with array new, but the record
+ * of a generated column with plain new.
+ */
 struct KESTRO_PACKED st_MYSQLFIELDDEF {
     /** Position in the result, in the table. */
     BYTE m_bFieldNo;
@@ -350,7 +438,14 @@ struct KESTRO_PACKED st_MYSQLFIELDDEF {
 
     /** The place from 0 of a member, without regard to case: 0; or -1 with the index 0. */
     [[nodiscard]] int GetEnumIndex(const char* lpszText, int& nIndex) const;
-    /** Releases all that the record owns and clears its pointers. */
+    /** The same for a text of `nLen` bytes, terminator or not. */
+    [[nodiscard]] int GetEnumIndex(const char* lpszText, int nLen, int& nIndex) const;
+    /**
+     * The bits of the members that a text of `nLen` bytes lists between commas, bit 0 for the first; members 64 apart
+     * share a bit. 0; or -1 if one isn't a member, with the bits of those that are. The empty text lists none.
+     */
+    [[nodiscard]] int GetSetMask(const char* lpszText, int nLen, unsigned long long& ullMask) const;
+    /** Releases all that the record owns and clears its pointers and their lengths. */
     void Free();
 };
 

@@ -15,7 +15,7 @@
 #include "CommonDataDefChar.h"
 #include "KestroKeywordParse.h"
 
-#ifdef KESTRO_HAS_GPERF
+#ifdef KESTRO_BENCH_GPERF
 struct GPERFWORD {
     const char* name;
     int code;
@@ -80,7 +80,7 @@ void BM_Kestro(benchmark::State& stState) {
 }
 BENCHMARK(BM_Kestro)->DenseRange(LIST_KEYWORDS, LIST_MIXED);
 
-#ifdef KESTRO_HAS_GPERF
+#ifdef KESTRO_BENCH_GPERF
 /** Called like the others, and not as a part of the loop. */
 template <typename PEER>
 [[gnu::noinline]] int FindGperf(const char* lpszWord, std::size_t nLen) {

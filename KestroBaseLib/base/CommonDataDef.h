@@ -80,6 +80,7 @@ inline void HexConvertWC(const BYTE* lpBytes, int nLen, wchar_t* lpszText) {
  * any other byte. `nLen` is the number of bytes written in either case.
  */
 [[nodiscard]] int CharConvertHex(const char* lpszText, BYTE* lpBytes, int nMax, int& nLen);
+[[nodiscard]] int CharConvertHex(const char* lpszText, int nTextLen, BYTE* lpBytes, int nMax, int& nLen);
 [[nodiscard]] int WCharConvertHex(const wchar_t* lpszText, BYTE* lpBytes, int nMax, int& nLen);
 
 /** The number in a text like "0x1F", up to the first byte that is no digit; of more than 16 digits the last 16. */

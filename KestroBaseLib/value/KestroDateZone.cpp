@@ -72,6 +72,16 @@ int CKestroDate::TZToValue(const char* lpszText, double& dblDays) {
     return ERR_OK;
 }
 
+int CKestroDate::ConvertTZ(CKestroBufferPool*, DATE dblDate, const char* lpszFrom, const char* lpszTo,
+                           st_VARDATA& stResult) {
+    double dblFrom, dblTo;
+    if (TZToValue(lpszFrom, dblFrom) == ERR_OK && TZToValue(lpszTo, dblTo) == ERR_OK)
+        stResult.SetData(dblDate + dblTo - dblFrom, VT_DATETIME);
+    else
+        stResult.SetNull();
+    return ERR_OK;
+}
+
 void CKestroDate::ReviseYear(int& nYear) {
     if (nYear >= 0 && nYear <= 99) nYear += nYear < 70 ? 2000 : 1900;
 }

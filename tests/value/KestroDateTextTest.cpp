@@ -1,0 +1,446 @@
+// Date text without a format: what the free readers make of it, in narrow and wide form, and the fixed forms written.
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "KestroDate.h"
+#include "KestroErrorCode.h"
+
+namespace {
+
+template <typename... ARGS>
+std::string Print(const char* lpszFormat, ARGS... args) {
+    char szText[200];
+    snprintf(szText, sizeof(szText), lpszFormat, args...);
+    return szText;
+}
+
+std::wstring Widen(const std::string& szText) {
+    return {reinterpret_cast<const unsigned char*>(szText.data()),
+            reinterpret_cast<const unsigned char*>(szText.data()) + szText.size()};
+}
+
+/** A text of its own size on the heap and without a terminator, so that a reader that goes too far is caught. */
+template <typename T>
+struct EXACT {
+    explicit EXACT(const std::basic_string<T>& szText)
+        : m_nLen(static_cast<int>(szText.size())), m_lpText(new T[szText.size()]) {
+        std::copy(szText.begin(), szText.end(), m_lpText.get());
+    }
+    int m_nLen;
+    std::unique_ptr<T[]> m_lpText;
+};
+
+/** What a reader makes of a text in both forms, as text; an error is its code. */
+template <typename READ>
+std::string ReadBoth(const std::string& szText, READ Read) {
+    const EXACT<char> stNarrow(szText);
+    const EXACT<wchar_t> stWide(Widen(szText));
+    const std::string szResult = Read(stNarrow.m_lpText.get(), stNarrow.m_nLen);
+    EXPECT_EQ(szResult, Read(stWide.m_lpText.get(), stWide.m_nLen)) << "wide: " << szText;
+    return szResult;
+}
+
+std::string ReadParts(const std::string& szText) {
+    return ReadBoth(szText, [](const auto* lpText, int nLen) {
+        int y, m, d, h, mi, s, us;
+        const int nResult = CKestroDate().ParseDate(y, m, d, h, mi, s, us, lpText, nLen);
+        return nResult ? std::to_string(nResult) : Print("%d-%d-%d %d:%d:%d.%d", y, m, d, h, mi, s, us);
+    });
+}
+
+std::string ReadDate(const std::string& szText) {
+    return ReadBoth(szText, [](const auto* lpText, int nLen) {
+        DATE dblDate = 0;
+        const int nResult = CKestroDate().ParseDate(dblDate, lpText, nLen);
+        char szDate[KESTRO_DATETIME_TEXT_SIZE];
+        CKestroDate::FormatDateTime(dblDate, szDate, 6);
+        return nResult ? std::to_string(nResult) : szDate;
+    });
+}
+
+std::string ReadValue(const std::string& szText) {
+    return ReadBoth(szText, [](const auto* lpText, int nLen) {
+        st_VARDATA stValue;
+        stValue.AttachBuffer(VT_VARCHAR, new char[4], 4);
+        const int nResult = CKestroDate().ParseDate(&stValue, lpText, nLen);
+        char szDate[KESTRO_DATETIME_TEXT_SIZE] = "null";
+        if (stValue.m_vt == VT_DATE) CKestroDate::FormatDate(KESTRODATE(stValue.m_stDate), szDate);
+        if (stValue.m_vt == VT_TIME) CKestroDate::FormatTime(KESTROTIME(stValue.m_stTime), szDate);
+        if (stValue.m_vt == VT_DATETIME) CKestroDate::FormatDateTime(stValue.m_dblValue, szDate, -1);
+        EXPECT_EQ(nResult != ERR_OK, stValue.m_vt == VT_NULL);
+        return nResult ? Print("%d %s", nResult, szDate) : szDate;
+    });
+}
+
+std::string ReadTime(const std::string& szText) {
+    return ReadBoth(szText, [](const auto* lpText, int nLen) {
+        KESTROTIME st{};
+        const int nResult = CKestroDate().ParseTime(st, lpText, nLen);
+        return nResult ? std::to_string(nResult)
+                       : Print("%d %d:%d:%d", int(st.m_nDay), int(st.m_bHour), int(st.m_bMintue), int(st.m_bSecond));
+    });
+}
+
+std::string ReadDay(const std::string& szText) {
+    return ReadBoth(szText, [](const auto* lpText, int nLen) {
+        KESTRODATE st{9, 9, 9};
+        const int nResult = CKestroDate().ParseDate(st, lpText, nLen);
+        EXPECT_TRUE(!nResult || st.m_sYear == 9);
+        return nResult ? std::to_string(nResult) : Print("%d-%d-%d", int(st.m_sYear), int(st.m_bMonth), int(st.m_bDay));
+    });
+}
+
+struct ROW {
+    const char* m_szText;
+    const char* m_szExpected;
+};
+
+template <std::size_t COUNT>
+void Check(const ROW (&arRows)[COUNT], std::string (*Read)(const std::string&)) {
+    for (const ROW& st : arRows)
+        EXPECT_EQ(st.m_szExpected, Read(st.m_szText)) << '"' << st.m_szText << '"';
+}
+
+void Refuse(const char* lpszExpected, std::initializer_list<const char*> arTexts,
+            std::string (*Read)(const std::string&)) {
+    for (const char* const lpszText : arTexts)
+        EXPECT_EQ(lpszExpected, Read(lpszText)) << '"' << lpszText << '"';
+}
+
+TEST(KestroDateText, PartsOfAText) {
+    static constexpr ROW ROWS[] = {
+        {"2017-03-20", "2017-3-20 -1:-1:-1.-1"},
+        {"2017/3/2", "2017-3-2 -1:-1:-1.-1"},
+        {"17.03,20", "2017-3-20 -1:-1:-1.-1"},
+        {"70-03-20", "2070-3-20 -1:-1:-1.-1"},
+        {"71-03-20", "1971-3-20 -1:-1:-1.-1"},
+        {"070-03-20", "70-3-20 -1:-1:-1.-1"},
+        {"'2017-03-20'", "2017-3-20 -1:-1:-1.-1"},
+        {"\"2017-03-20 10:11\"", "2017-3-20 10:11:0.0"},
+        {"2017-03-20 10:11:12", "2017-3-20 10:11:12.0"},
+        {"2017-03-20T10:11:12Z+8", "2017-3-20 10:11:12.0"},
+        {"2017-03-20t10", "2017-3-20 10:0:0.0"},
+        {" \t2017-03-20\r\n10:11:12 ", "2017-3-20 10:11:12.0"},
+        {"2017-03-20 10:11:12.5", "2017-3-20 10:11:12.500000"},
+        {"2017-03-20 10:11:12.000123", "2017-3-20 10:11:12.123"},
+        {"2017-03-20 10:11:12.0001234", "2017-3-20 10:11:12.1234"},
+        {"10:11:12", "0-0-0 10:11:12.0"},
+        {"-100:71:12.25", "0-0-0 100:71:12.250000"},
+        {"20170320101112", "2017-3-20 10:11:12.0"},
+        {" 170320101112x", "2017-3-20 10:11:12.0"},
+        {"1703201011129", "2017-3-20 10:11:12.0"},
+        {"2000-02-29", "2000-2-29 -1:-1:-1.-1"},
+        {"0000-01-01", "0-1-1 -1:-1:-1.-1"},
+    };
+    Check(ROWS, ReadParts);
+    Refuse("49",
+           {"2017-02-29", "2017-13-01", "2017-00-01", "2017-01-00", "2017-03-20 24:00:00", "2017-03-20 10:60:00",
+            "2017-03-20 10:11:60", "2017-03-20 10:11:12.1234567", "20171320101112"},
+           ReadParts);
+    Refuse("1504",
+           {"-2017-03-20", "-2017-03-20 10:11:12", "2017-03-20T", "2017-03", "20170320", "10:11", "17032010111",
+            "'170320101112'", "2017-03-20 10:11:12.1 2", "2017-03-20 10:11:12+8", "20 March 2017", "'2017-03-20\"",
+            "2017'-03-20", "'2017-03-20''", ""},
+           ReadParts);
+}
+
+TEST(KestroDateText, NumbersAndValues) {
+    static constexpr ROW DATES[] = {
+        {"2017-03-20 10:11:12.25", "2017-03-20 10:11:12.250000"},
+        {"2017-03-20", "2017-03-20 00:00:00.000000"},
+        {"10:11:12", "2017-03-20 10:11:12.000000"},
+        {"10:11:60", "2017-03-20 10:12:00.000000"},
+    };
+    Check(DATES, ReadDate);
+    Refuse("49", {"24:11:12", "0000-01-01"}, ReadDate);
+    Refuse("1504", {"20170320101112"}, ReadDate);
+    static constexpr ROW VALUES[] = {
+        {"2017-03-20", "2017-03-20"},
+        {"2017-03-20 10:11:12", "2017-03-20 10:11:12"},
+        {"20170320101112", "2017-03-20 10:11:12"},
+        {"10:11:12", "10:11:12"},
+        {"100:11:12", "100:11:12"},
+        {"99999999:00:00", "838:59:59"},
+    };
+    Check(VALUES, ReadValue);
+    Refuse("49 null", {"10:60:12", "70000-01-01", "2017-03-20 10:61"}, ReadValue);
+    Refuse("1504 null", {"tomorrow"}, ReadValue);
+}
+
+TEST(KestroDateText, PackedTimes) {
+    static constexpr ROW ROWS[] = {
+        {"10:11:12", "0 10:11:12"},
+        {"10:11", "0 10:11:0"},
+        {"-00:10:00", "-128 0:10:0"},
+        {"-51:10:09.5", "-2 3:10:9"},
+        {"838:59:58", "34 22:59:58"},
+        {"839:00:00", "34 22:59:59"},
+        {"-9999:00:00", "-34 22:59:59"},
+        {"101112", "0 10:11:12"},
+        {"-5", "-128 0:0:5"},
+        {"  1112", "0 0:11:12"},
+        {"8390000", "34 22:59:59"},
+        {"99999999", "34 22:59:59"},
+        {"2017-03-20", "0 0:20:17"},
+        {"3 10:11:12", "3 10:11:12"},
+        {"-3 10:11:12", "-3 10:11:12"},
+        {"127 10:", "127 10:0:0"},
+        {"2017-03-20 10:11:12.5", "0 10:11:12"},
+        {"2017-03-20T10", "0 10:0:0"},
+    };
+    Check(ROWS, ReadTime);
+    Refuse("49", {"10:60:00", "106100", "128 10:11:12", "3 24:11:12", "2017-13-20 10:11:12", "2017-03-20 24:11:12"},
+           ReadTime);
+    Refuse("1504", {"2017-03-20T", "1 2 10:11:12", "999999999", ":", "-", ""}, ReadTime);
+}
+
+TEST(KestroDateText, PackedDates) {
+    static constexpr ROW ROWS[] = {
+        {"20170320", "2017-3-20"},    {"170320", "2017-3-20"},        {"710320", "1971-3-20"},
+        {"2017-03-20", "2017-3-20"},  {"70-3-20 10:11", "2070-3-20"}, {"2017-03-20T", "2017-3-20"},
+        {"2017-99-31", "2017-99-31"}, {"0000-1-1", "0-1-1"},          {"65535-1-1", "65535-1-1"},
+    };
+    Check(ROWS, ReadDay);
+    Refuse("1504",
+           {"65536-1-1", "2017-256-1", "2017-01-32", "00000320", "0170320", "-20170320", "-17-03-20", "2017-03",
+            "10:11:12"},
+           ReadDay);
+}
+
+TEST(KestroDateText, LengthsAndPointersThatLie) {
+    CKestroDate stDate;
+    DATE dblDate = 0;
+    int n = 7;
+    EXPECT_EQ(ERR_DATE_FORMAT, stDate.ParseDate(dblDate, "2017-03-20", -1));
+    EXPECT_EQ(ERR_DATE_FORMAT, stDate.ParseDate(dblDate, static_cast<const char*>(nullptr), 10));
+    EXPECT_EQ(ERR_DATE_FORMAT, stDate.Parse(static_cast<const wchar_t*>(nullptr)));
+    EXPECT_EQ(ERR_DATE_FORMAT, stDate.GetDateTimeType("x", n));
+    EXPECT_EQ(7, n);
+    EXPECT_EQ("2017-3-20 -1:-1:-1.-1", ReadParts("2017-03-20" + std::string(53, ' ')));
+    EXPECT_EQ("1504", ReadParts("2017-03-20" + std::string(54, ' ')));
+    // The terminator ends the text, whatever the length says.
+    const std::unique_ptr<char[]> lpText(new char[11]{"2017-03-20"});
+    EXPECT_EQ(ERR_OK, stDate.ParseDate(dblDate, lpText.get(), 63));
+    EXPECT_EQ(42814, dblDate);
+    EXPECT_EQ(ERR_OK, stDate.ParseDate(dblDate, L"2017-03-20 10:11:12", 10));
+    EXPECT_EQ(42814, dblDate);
+    EXPECT_EQ(ERR_DATE_FORMAT, stDate.Parse(L"２017-03-20"));
+    EXPECT_EQ(ERR_DATE_FORMAT, stDate.Parse(L"2017-03-2\x0130"));
+}
+
+TEST(KestroDateText, ThePartsTakeSevenGroupsOfEightDigits) {
+    CKestroDate stDate;
+    EXPECT_EQ(ERR_DATE_FORMAT, stDate.Push("123456789", 9));
+    EXPECT_EQ(ERR_DATE_FORMAT, stDate.Push("12", -1));
+    EXPECT_EQ(ERR_DATE_FORMAT, stDate.Push("1x", 2));
+    for (int i = 0; i < 7; ++i)
+        EXPECT_EQ(ERR_OK, stDate.Push(L"12345678", 8));
+    EXPECT_EQ(ERR_DATE_FORMAT, stDate.Push("1", 1));
+    stDate.m_nDataIndex = -1;
+    EXPECT_EQ(ERR_DATE_FORMAT, stDate.Push("1", 1));
+    stDate.m_nDataIndex = 7;
+    EXPECT_EQ(0, std::memcmp(stDate.m_arData[6], "12345678\0\0\0\0\0\0\0", 16));
+    EXPECT_EQ(ERR_DATE_DATA, stDate.CheckValidTime(false));
+    // Only parts that are there count: an hour of 25 is none when hours aren't asked for.
+    EXPECT_EQ(ERR_OK, stDate.Parse("25:59"));
+    EXPECT_EQ(ERR_OK, stDate.CheckValidTime(false));
+    EXPECT_EQ(ERR_DATE_DATA, stDate.CheckValidTime(true));
+    EXPECT_EQ(ERR_DATE_DATA, stDate.CheckValidDateTime(true));
+    EXPECT_EQ(ERR_OK, CKestroDate().CheckValidDateTime(true));
+}
+
+/** The splitting told byte by byte. */
+std::string SplitSlowly(const std::string& szText) {
+    std::string szGroup, szParts;
+    int nParts = 0, nTimeIndex = -1;
+    bool bOpen = false;
+    const auto End = [&] {
+        if (szGroup.empty()) return true;
+        if (szGroup.size() > 8 || nParts == 7) return false;
+        szParts.append(" ").append(szGroup);
+        szGroup.clear();
+        return ++nParts, true;
+    };
+    for (std::size_t i = 0; i < szText.size() && szText[i]; ++i) {
+        const char c = szText[i];
+        if (c >= '0' && c <= '9') {
+            szGroup += c;
+            continue;
+        }
+        if (std::string("\t \r\n/-.,:tTzZ\"'").find(c) == std::string::npos) return "bad";
+        if (c == '"' || c == '\'') {
+            if (i != 0 && (!bOpen || c != szText[0])) return "bad";
+            bOpen = i == 0;
+        }
+        if (c == ':' && nTimeIndex < 0) nTimeIndex = nParts;
+        if (!End()) return "bad";
+        if ((c == 't' || c == 'T') && nTimeIndex < 0) nTimeIndex = nParts;
+        if (c == 'z' || c == 'Z') return std::to_string(nTimeIndex) + szParts;
+    }
+    return End() ? std::to_string(nTimeIndex) + szParts : "bad";
+}
+
+template <typename T>
+std::string Split(const std::basic_string<T>& szText) {
+    CKestroDate stDate;
+    // A copy of the exact size, terminator included.
+    const EXACT<T> stExact(szText + T{});
+    if (stDate.Parse(stExact.m_lpText.get())) return "bad";
+    std::string szResult = std::to_string(stDate.m_nTimeIndex);
+    for (int i = 0; i < stDate.m_nDataIndex; ++i)
+        szResult.append(" ").append(stDate.m_arData[i], strnlen(stDate.m_arData[i], 8));
+    return szResult;
+}
+
+TEST(KestroDateText, AnyBytesAreSplitAsOneByOne) {
+    std::mt19937 stRandom(5);
+    static constexpr char ALPHABET[] = "0123456789012345678901234567890123456789 -:/.,tTzZ'\"\t\nx\xFF";
+    for (int i = 0; i < 60'000; ++i) {
+        std::string szText = i % 3 ? "2017-03-20 10:11:12.123456" : "";
+        szText.resize(stRandom() % 40, '7');
+        for (unsigned n = i % 3 ? stRandom() % 3 : 40; n > 0 && !szText.empty(); --n)
+            szText[stRandom() % szText.size()] =
+                n % 7 ? ALPHABET[stRandom() % (sizeof(ALPHABET) - 1)] : char(stRandom());
+        const std::string szExpected = SplitSlowly(szText);
+        ASSERT_EQ(szExpected, Split(szText)) << szText;
+        ASSERT_EQ(szExpected, Split(Widen(szText))) << szText;
+        // With a length in place of a terminator; the answers are compared with each other.
+        ReadParts(szText), ReadDate(szText), ReadValue(szText), ReadTime(szText), ReadDay(szText);
+    }
+}
+
+TEST(KestroDateText, WrittenMomentsAreReadBack) {
+    std::mt19937 stRandom(6);
+    for (int i = 0; i < 100'000; ++i) {
+        double dblDate;
+        const int nDay = static_cast<int>(stRandom() % 3'652'059) - 693'593,
+                  nTime = static_cast<int>(stRandom() % 86400);
+        int y, m, d;
+        ASSERT_EQ(ERR_OK, CKestroDate::ConvertDate(nDay, y, m, d));
+        ASSERT_EQ(ERR_OK,
+                  CKestroDate::ConvertVariantTime(dblDate, y, m, d, nTime / 3600, nTime / 60 % 60, nTime % 60, 0));
+        char szText[KESTRO_DATETIME_TEXT_SIZE];
+        ASSERT_EQ(19, CKestroDate::FormatDateTime(dblDate, szText, 0));
+        ASSERT_EQ(Print("%04d-%02d-%02d %02d:%02d:%02d", y, m, d, nTime / 3600, nTime / 60 % 60, nTime % 60), szText);
+        DATE dblRead = 0;
+        ASSERT_EQ(ERR_OK, CKestroDate().ParseDate(dblRead, szText, 20));
+        ASSERT_EQ(dblDate, dblRead) << szText;
+    }
+}
+
+TEST(KestroDateText, FixedForms) {
+    const auto Write = [](DATE dblDate, int nDigits) {
+        char szText[KESTRO_DATETIME_TEXT_SIZE];
+        wchar_t szWide[KESTRO_DATETIME_TEXT_SIZE];
+        const int nLen = CKestroDate::FormatDateTime(dblDate, szText, nDigits);
+        EXPECT_EQ(nLen, static_cast<int>(strlen(szText)));
+        EXPECT_EQ(nLen, CKestroDate::FormatDateTime(dblDate, szWide, nDigits));
+        EXPECT_EQ(Widen(szText), szWide);
+        return std::string(szText);
+    };
+    const auto At = [](int nMicrosecond) { return 42814 + 36672 / 86400.0 + nMicrosecond / 86400e6; };
+    static constexpr struct {
+        int m_nMicrosecond, m_nDigits;
+        const char* m_szExpected;
+    } FRACTIONS[] = {
+        {0, -1, ""},
+        {0, 0, ""},
+        {0, 3, ".000"},
+        {123456, 1, ".1"},
+        {150000, 1, ".2"},
+        {123456, 4, ".1235"},
+        {123456, 5, ".12346"},
+        {123456, -1, ".123"},
+        {600, -1, ".001"},
+        {123456, 6, ".123456"},
+        {123456, 9, ".123456"},
+        {123456, -2, ""},
+        {999890, 3, ".:00"},
+        {999890, 1, ".:"},
+        {999890, -1, ".:00"},
+    };
+    for (const auto& st : FRACTIONS)
+        EXPECT_EQ(std::string("2017-03-20 10:11:12") + st.m_szExpected, Write(At(st.m_nMicrosecond), st.m_nDigits));
+    EXPECT_EQ("0000-12-31 00:00:00", Write(-693594, 0));
+    EXPECT_EQ("9999-01-01 00:00:00", Write(2958466, 0));
+    EXPECT_EQ("9999-12-31 23:59:59.001", Write(1e300, -1));
+    EXPECT_EQ("0000-00-00 00:00:00", Write(-1e300, 0));
+    EXPECT_EQ("0000-00-00 00:00:00", Write(std::numeric_limits<double>::quiet_NaN(), 0));
+    // Just under the next day no carry is made.
+    EXPECT_EQ("1899-12-30 24:00:00", Write(0.99999999999, 0));
+
+    char szText[KESTRO_TIME_TEXT_SIZE];
+    const auto Time = [&](int nDay, int nHour, int nMinute, int nSecond) {
+        const KESTROTIME stTime{BYTE(nSecond), BYTE(nMinute), BYTE(nHour), static_cast<signed char>(nDay)};
+        const int nLen = CKestroDate::FormatTime(stTime, szText);
+        EXPECT_EQ(nLen, static_cast<int>(strlen(szText)));
+        return std::string(szText);
+    };
+    EXPECT_EQ("01:02:03", Time(0, 1, 2, 3));
+    EXPECT_EQ("838:59:59", Time(34, 22, 59, 59));
+    EXPECT_EQ("-51:02:03", Time(-2, 3, 2, 3));
+    EXPECT_EQ("-0:10:00", Time(-128, 0, 10, 0));
+    EXPECT_EQ("-3303:55:55", Time(-127, 255, 255, 255));
+    EXPECT_EQ(8, CKestroDate::FormatTime(-1.75, szText));
+    EXPECT_STREQ("18:00:00", szText);
+    EXPECT_EQ(10, CKestroDate::FormatDate(KESTRODATE{255, 255, 65535}, szText));
+    EXPECT_STREQ("9999-55-55", szText);
+    EXPECT_EQ(10, CKestroDate::FormatDate(-1.25, szText));
+    EXPECT_STREQ("1899-12-29", szText);
+    EXPECT_EQ(10, CKestroDate::FormatDate(1e300, szText));
+    EXPECT_STREQ("9999-12-31", szText);
+}
+
+TEST(KestroDateText, NumbersAsDatesAndTimes) {
+    static constexpr struct {
+        long long m_llNumber;
+        const char *m_szDate, *m_szTime;
+    } ROWS[] = {
+        {20170320, "2017-3-20", "no"},
+        {10000101, "1000-1-1", "no"},
+        {9991231, "no", "no"},
+        {20160229, "2016-2-29", "no"},
+        {20170229, "no", "no"},
+        {20171301, "no", "no"},
+        {20170100, "no", "no"},
+        {20170320101112, "2017-3-20", "10:11:12"},
+        {20170320000000, "2017-3-20", "0:0:0"},
+        {20170320246000, "no", "no"},
+        {20170229101112, "no", "no"},
+        {101112, "no", "10:11:12"},
+        {235960, "no", "no"},
+        {236000, "no", "no"},
+        {7, "no", "0:0:7"},
+        {0, "no", "0:0:0"},
+        {-1, "no", "no"},
+        {99991231235959, "9999-12-31", "23:59:59"},
+        {99991231236000, "no", "no"},
+        {std::numeric_limits<long long>::max(), "no", "no"},
+    };
+    for (const auto& st : ROWS) {
+        int a, b, c;
+        const std::string szTime = st.m_szTime;
+        EXPECT_EQ(st.m_szDate, CKestroDate::ValidDate(st.m_llNumber, a, b, c) ? Print("%d-%d-%d", a, b, c) : "no")
+            << st.m_llNumber;
+        EXPECT_EQ(szTime, CKestroDate::ValidTime(st.m_llNumber, a, b, c) ? Print("%d:%d:%d", a, b, c) : "no")
+            << st.m_llNumber;
+    }
+}
+
+TEST(KestroDateText, ZonesAreConvertedIntoEachOther) {
+    st_VARDATA stResult;
+    EXPECT_EQ(ERR_OK, CKestroDate::ConvertTZ(nullptr, 42814.5, "+08:00", "-01:30", stResult));
+    EXPECT_EQ(VT_DATETIME, stResult.m_vt);
+    EXPECT_DOUBLE_EQ(42814.5 - 9.5 / 24, stResult.m_dblValue);
+    for (const char* const lpszZone : {"+14:00", "8", "", static_cast<const char*>(nullptr)}) {
+        EXPECT_EQ(ERR_OK, CKestroDate::ConvertTZ(nullptr, 42814.5, "+08:00", lpszZone, stResult));
+        EXPECT_EQ(VT_NULL, stResult.m_vt);
+    }
+}
+
+} // namespace
