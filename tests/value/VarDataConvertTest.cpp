@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <clocale>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -393,6 +394,16 @@ TEST(VarDataConvert, TextBecomesTheValueItWrites) {
                                                     bText ? stGiven.m_stValue.m_nStrLen : 0);
                 EXPECT_EQ(st.m_nFlavour == 0 ? strResult : "empty", ShowValue(stGiven.m_stValue)) << strRow;
             }
+}
+
+TEST(VarDataConvert, ADecimalCommaOfTheProcessPlaysNoPart) {
+    const locale_t hComma = newlocale(LC_ALL_MASK, "de_DE.UTF-8", nullptr);
+    if (!hComma) GTEST_SKIP() << "no such locale here";
+    const locale_t hBefore = uselocale(hComma);
+    EXPECT_EQ("dbl 1.5", Converted(FIELD, "txt 1.5", VT_DOUBLE).replace(5, 1, "."));
+    EXPECT_EQ("txt 1.5", Converted(FIELD, "dbl 1,5", VT_VARCHAR));
+    uselocale(hBefore);
+    freelocale(hComma);
 }
 
 TEST(VarDataConvert, TextIsCleanedUpIntoANumber) {
