@@ -282,6 +282,13 @@ TEST(VarDataConvert, BitsAreBigEndianBytes) {
                 EXPECT_EQ(st.m_nFlavour == 0 ? strResult : strSource, ShowValue(stSource.m_stValue)) << strRow;
                 EXPECT_TRUE(!bHalf || stSource.m_stValue.m_bSign == 0);
             }
+    for (const BYTE bType : {VT_VARCHAR, VT_BLOB, VT_HEXSTR}) {
+        st_VARDATA stNoText;
+        stNoText.SetData(nullptr, 5, 0);
+        stNoText.m_vt = bType;
+        EXPECT_EQ(ERR_OK, stNoText.ChangeBitFieldType(VT_BIGINT));
+        EXPECT_TRUE(stNoText.IsNull()) << int{bType};
+    }
 }
 
 TEST(VarDataConvert, LengthsAreBelievedAndTerminatorsNotNeeded) {
