@@ -16,7 +16,6 @@ void DecimalToBits(const st_VARDATA& stDecimal, BYTE bType, st_VARDATA& stResult
 }
 
 void BytesToBits(const st_VARDATA& stBytes, BYTE bType, st_VARDATA& stResult) {
-    if (!stBytes.m_lpszValue) return stResult.SetNull();
     // The last byte counts as a terminator, of a BLOB as well. Intended. Bytes behind the eighth play no part.
     const int nLen = stBytes.m_nStrLen > 1 ? stBytes.m_nStrLen - 1 : 0;
     const long long llBits = GetHexEncodedData(stBytes.m_lpszValue, nLen);
@@ -34,6 +33,10 @@ void BytesToBits(const st_VARDATA& stBytes, BYTE bType, st_VARDATA& stResult) {
 
 /** False for a value that stays as it is. Integers are left to the caller. */
 bool ToBits(const st_VARDATA& stValue, BYTE bType, st_VARDATA& stResult) {
+    if (stValue.HasOwnerFlag() && !stValue.m_lpszValue) {
+        stResult.SetNull();
+        return true;
+    }
     switch (stValue.m_vt) {
         case VT_DECIMAL:
             DecimalToBits(stValue, bType, stResult);

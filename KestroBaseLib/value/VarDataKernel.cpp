@@ -3,8 +3,6 @@
 
 #include "VarDataKernel.h"
 
-#include <cstdlib>
-
 #include "CommonDataDefNumber.h"
 #include "IntegerCut.h"
 
@@ -134,7 +132,7 @@ int TxtToBig(const CONVERSION& st, st_VARDATA& stResult) {
 }
 
 int TxtToDbl(const CONVERSION& st, st_VARDATA& stResult) {
-    stResult.SetData(std::strtod(CBoundedText(st.m_stSource).Text(), nullptr), VT_DOUBLE);
+    stResult.SetData(ReadDouble(CBoundedText(st.m_stSource).Text()), VT_DOUBLE);
     return ERR_OK;
 }
 

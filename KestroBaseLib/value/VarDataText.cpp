@@ -1,10 +1,11 @@
 // Values as text and text as values: the printed forms, the bytes of numeric literals, and the clean-ups that make a
-// number of a text. Numbers print in the C locale, whatever the process has set.
+// number of a text. Numbers are read and printed in the C locale, whatever the process has set.
 
 #include "VarDataText.h"
 
 #include <algorithm>
 #include <charconv>
+#include <clocale>
 #include <cstdlib>
 
 #include "KestroBufferPool.h"
@@ -71,6 +72,12 @@ CBoundedText::CBoundedText(const char* lpszText, int nLen) : m_lpszText(lpszText
 int TextLen(const st_VARDATA& stText) {
     if (!stText.m_lpszValue || stText.m_nStrLen <= 0) return 0;
     return static_cast<int>(strnlen(stText.m_lpszValue, static_cast<std::size_t>(stText.m_nStrLen)));
+}
+
+double ReadDouble(const char* lpszText) {
+    // The C locale is part of the C library: nothing is allocated, and nothing to be freed.
+    static const locale_t hLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+    return strtod_l(lpszText, nullptr, hLocale);
 }
 
 char* CopyToPool(CKestroBufferPool* lpPool, const char* lpBytes, int nLen) {

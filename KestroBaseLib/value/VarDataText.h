@@ -25,6 +25,9 @@ private:
 /** Bytes of a text in front of its terminator or its end. */
 int TextLen(const st_VARDATA& stText);
 
+/** As `strtod` reads it in the C locale, so that a process with a decimal comma reads what is printed here. */
+double ReadDouble(const char* lpszText);
+
 /** `nLen` bytes and a terminator in the pool; null without memory. */
 char* CopyToPool(CKestroBufferPool* lpPool, const char* lpBytes, int nLen);
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <clocale>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -281,6 +282,13 @@ TEST(VarDataConvert, BitsAreBigEndianBytes) {
                 EXPECT_EQ(st.m_nFlavour == 0 ? strResult : strSource, ShowValue(stSource.m_stValue)) << strRow;
                 EXPECT_TRUE(!bHalf || stSource.m_stValue.m_bSign == 0);
             }
+    for (const BYTE bType : {VT_VARCHAR, VT_BLOB, VT_HEXSTR}) {
+        st_VARDATA stNoText;
+        stNoText.SetData(nullptr, 5, 0);
+        stNoText.m_vt = bType;
+        EXPECT_EQ(ERR_OK, stNoText.ChangeBitFieldType(VT_BIGINT));
+        EXPECT_TRUE(stNoText.IsNull()) << int{bType};
+    }
 }
 
 TEST(VarDataConvert, LengthsAreBelievedAndTerminatorsNotNeeded) {
@@ -393,6 +401,17 @@ TEST(VarDataConvert, TextBecomesTheValueItWrites) {
                                                     bText ? stGiven.m_stValue.m_nStrLen : 0);
                 EXPECT_EQ(st.m_nFlavour == 0 ? strResult : "empty", ShowValue(stGiven.m_stValue)) << strRow;
             }
+}
+
+TEST(VarDataConvert, ADecimalCommaOfTheProcessPlaysNoPart) {
+    const locale_t hComma = newlocale(LC_ALL_MASK, "de_DE.UTF-8", nullptr);
+    if (!hComma) GTEST_SKIP() << "no such locale here";
+    const locale_t hBefore = uselocale(hComma);
+    // The values here are shown and written by functions that do follow it.
+    EXPECT_EQ("dbl 1,5", Converted(FIELD, "txt 1.5", VT_DOUBLE));
+    EXPECT_EQ("txt 1.5", Converted(FIELD, "dbl 1,5", VT_VARCHAR));
+    uselocale(hBefore);
+    freelocale(hComma);
 }
 
 TEST(VarDataConvert, TextIsCleanedUpIntoANumber) {
