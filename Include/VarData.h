@@ -205,14 +205,26 @@ struct KESTRO_PACKED st_VARDATA {
 
     void SetData(char cValue) { SetData(static_cast<int>(cValue)); }
     void SetData(short nValue) { SetData(static_cast<int>(nValue)); }
-    void SetData(int nValue);
-    void SetData(long long llValue);
+    void SetData(int nValue) { BecomeNumber(VT_INT, nValue); }
+    void SetData(long long llValue) { BecomeNumber(VT_BIGINT, llValue); }
     /** BIGINT with 255 in `m_bSign`. */
-    void SetData(unsigned long long ullValue);
+    void SetData(unsigned long long ullValue) {
+        BecomeNumber(VT_BIGINT, static_cast<long long>(ullValue));
+        m_bSign = 255;
+    }
     /** VT_DOUBLE or VT_DATETIME. */
-    void SetData(double dblValue, unsigned char bType);
-    void SetData(const KESTRODATE& stDate);
-    void SetData(const KESTROTIME& stTime);
+    void SetData(double dblValue, unsigned char bType) {
+        BecomeNumber(bType, 0);
+        m_dblValue = dblValue;
+    }
+    void SetData(const KESTRODATE& stDate) {
+        BecomeNumber(VT_DATE, 0);
+        m_stDate = stDate;
+    }
+    void SetData(const KESTROTIME& stTime) {
+        BecomeNumber(VT_TIME, 0);
+        m_stTime = stTime;
+    }
     /** Becomes a view of a text; `nLen` counts its terminator. */
     void SetData(const char* lpszText, int nLen, unsigned char bCharset);
 
@@ -342,6 +354,89 @@ struct KESTRO_PACKED st_VARDATA {
     bool HasOwnerFlag() const { return m_vt == VT_VARCHAR || m_vt == VT_BLOB || m_vt == VT_HEXSTR; }
     bool OwnsBuffer() const { return HasOwnerFlag() && m_bAutoRelease; }
 
+    // --- operators ---------------------------------------------------------------------------------------------------
+    //
+    // Each is a matrix over the types of both operands, and no operator reports: a pair without a rule gives NULL, and
+    // so does a division by zero. A text operand counts as the number, date or time that it holds. An operand may be
+    // the result as well. Of a text no byte beyond its length is read, whatever it is, and none beyond its end mark but
+    // by the comparison of two texts.
+
+    /**
+     * Become the sum, the difference of two values; side flags and counter stay. Always 0. NULL comes before the
+     * pseudo-values, whatever the side.
+     */
+    int Add(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b);
+    int Sub(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b);
+    /** Become the result of the operators `*`, `/`, `%` as a pool copy. Always 0. */
+    int Mul(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b);
+    int Div(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b);
+    int Mod(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b);
+
+    /** New values that own nothing. A left operand that is NULL or a pseudo-value comes out as it is. */
+    st_VARDATA operator+(const st_VARDATA& stOther) const;
+    st_VARDATA operator-(const st_VARDATA& stOther) const;
+    /** Integers whose product might not fit 64 bits give an exact DECIMAL. */
+    st_VARDATA operator*(const st_VARDATA& stOther) const;
+    /** A DOUBLE, or beside a decimal a DECIMAL of 36 digits; never an integer. */
+    st_VARDATA operator/(const st_VARDATA& stOther) const;
+    /** With the sign of the dividend. */
+    st_VARDATA operator%(const st_VARDATA& stOther) const;
+
+    /** A BIGINT with 255 in `m_bSign`. Operands are rounded to 64 bits; shifting by 64 or more gives 0. */
+    st_VARDATA operator&(const st_VARDATA& stOther) const;
+    st_VARDATA operator|(const st_VARDATA& stOther) const;
+    st_VARDATA operator^(const st_VARDATA& stOther) const;
+    st_VARDATA operator<<(const st_VARDATA& stOther) const;
+    st_VARDATA operator>>(const st_VARDATA& stOther) const;
+    st_VARDATA operator~() const;
+
+    /** 0, 1, or 2 if an operand is NULL. Unlike in `IsTrue` a text is as true as the number it begins with. */
+    BYTE operator&&(const st_VARDATA& stOther) const;
+    BYTE operator||(const st_VARDATA& stOther) const;
+    BYTE operator!() const;
+
+    /**
+     * Comparison: 0 or 1, and all six 0 for what can't be compared, such as NULL with a value; two NULLs are equal.
+     * Doubles and dates that lie within 1e-8 are equal. Texts compare without case.
+     */
+    BOOL operator==(const st_VARDATA& stOther) const;
+    BOOL operator!=(const st_VARDATA& stOther) const;
+    BOOL operator<(const st_VARDATA& stOther) const;
+    BOOL operator<=(const st_VARDATA& stOther) const;
+    BOOL operator>(const st_VARDATA& stOther) const;
+    BOOL operator>=(const st_VARDATA& stOther) const;
+    /**
+     * For grouping: as `==`, but doubles without a tolerance and texts with regard to case if `nCaseSensitive` is not
+     * 0. Also 2 for two NULL or two EMPTY, 3 for two UNKNOWN.
+     */
+    BYTE IsEqual(const st_VARDATA& stOther, int nCaseSensitive) const;
+
+    /**
+     * Both values as text, one behind the other, into the pool; NULL adds nothing. What has no text makes the result
+     * NULL. Answers 0, or 3 and leaves the result as it was, or VT_EMPTY if it was to be a copy of one operand.
+     */
+    [[nodiscard]] int Link(CKestroBufferPool* lpPool, const st_VARDATA& b, st_VARDATA& stResult) const;
+
+    /**
+     * Cuts the places behind the given one without rounding; a place below 0 makes digits in front of the point zero.
+     * Answers the width of the number, 0 for a type that it leaves alone, 1501 if the place is no integer.
+     */
+    [[nodiscard]] int Trunc(const st_VARDATA& stPlaces);
+    /**
+     * In place. Answer the width of the result, or -1 for a value that is no number. A date or time counts as the
+     * number that its digits write, which takes the pool; a text as the number of its leading digits.
+     */
+    [[nodiscard]] int Abs(CKestroBufferPool* lpPool);
+    /** INT and BIGINT stay; a DOUBLE becomes a BIGINT. */
+    [[nodiscard]] int Floor(CKestroBufferPool* lpPool);
+    [[nodiscard]] int Ceil(CKestroBufferPool* lpPool);
+    /** A DOUBLE; -1 for a negative value. */
+    [[nodiscard]] int Sqrt(CKestroBufferPool* lpPool);
+    /** A DOUBLE if one of the two is, otherwise a BIGINT; NULL for other types. */
+    static st_VARDATA Power(const st_VARDATA& a, const st_VARDATA& b);
+    /** Divides a running sum, marked by 255 in `m_bAvg`, by the rows in `m_nDataCount` and clears the mark. */
+    void Avg(CKestroBufferPool* lpPool);
+
 private:
     void ReleaseOwned() {
         if (!OwnsBuffer()) return;
@@ -349,7 +444,13 @@ private:
         m_lpszValue = nullptr;
         m_bAutoRelease = 0;
     }
-    void BecomeNumber(unsigned char bType, long long llValue);
+    /** Sign, scale and precision of what the value held before go, so that no integer passes for an ENUM. */
+    void BecomeNumber(unsigned char bType, long long llValue) {
+        ReleaseOwned();
+        std::memset(&m_bPercentSym, 0, 4);
+        m_vt = bType;
+        m_llValue = llValue;
+    }
     void BecomeView(unsigned char bType, char* lpBuffer, int nLen);
     void CopyNumber(const st_VARDATA& stSource);
     bool CopyPlain(const st_VARDATA& stSource);
@@ -359,6 +460,12 @@ static_assert(sizeof(st_VARDATA) == 28);
 static_assert(offsetof(st_VARDATA, m_bSign) == 4 && offsetof(st_VARDATA, m_bPrecison) == 7);
 static_assert(offsetof(st_VARDATA, m_arDecimalData) == 8 && offsetof(st_VARDATA, m_nStrLen) == 16);
 static_assert(offsetof(st_VARDATA, m_nStringDataOffset) == 20 && offsetof(st_VARDATA, m_nDataCount) == 24);
+
+/**
+ * A comparison by its operator's code in plans: 19 `==` that also finds two NULLs equal and one NULL unequal, 20 `==`,
+ * 21 `!=`, 22 `>`, 23 `>=`, 24 `<`, 25 `<=`. Answers 0, or 1503 for another code and leaves the result.
+ */
+[[nodiscard]] int CompareData(const st_VARDATA& a, const st_VARDATA& b, unsigned char bOperator, int& nResult);
 
 /** A run of values: the arguments of a call, or the right side of a row comparison. */
 struct KESTRO_PACKED st_MULTIVARDATA {

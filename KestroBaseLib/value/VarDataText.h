@@ -1,6 +1,7 @@
 #pragma once
 
-// Reading the text of a value within its bounds, and writing the text of a value. For the sources of the conversions.
+// Reading the text of a value within its bounds, and writing the text of a value. For the sources of the
+// conversions and operators.
 
 #include "VarData.h"
 
