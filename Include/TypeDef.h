@@ -9,6 +9,7 @@
 using BYTE = unsigned char;
 using LPBYTE = BYTE*;
 using WORD = std::uint16_t;
+using USHORT = std::uint16_t;
 using UINT = unsigned int;
 using LPUINT = UINT*;
 using DWORD = std::uint32_t;

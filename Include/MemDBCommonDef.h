@@ -1,0 +1,8 @@
+#pragma once
+
+// All records that client and server share.
+
+#include "PlanRecords.h"
+#include "PlanRecordsDdl.h"
+#include "PlanRecordsQuery.h"
+#include "VarData.h"
