@@ -106,31 +106,31 @@ struct KESTRO_PACKED STEPSECTIONHEAD {
 
 /** The plan's head, at plan offset 0; the statement's text follows it. */
 struct KESTRO_PACKED EXECUTEPLANBSON {
-    UINT m_nTotalDataSize;           // all bytes of the plan, sections included
-    int m_nDataFlag;                 // 0
-    BYTE m_nType;                    // statement, PLANSTATEMENT
-    BYTE m_bVersion;                 // PLAN_VERSION
-    BYTE m_bWriteLog;                // 1: the statement is logged, which is all but a plain SELECT
-    BYTE m_bDatabaseNo;              // database, set by the sender when known
-    USHORT m_usTransactionNo; // set by the server
-    BYTE m_bObjectMapNum;            // rows of the statement's object table, low byte
-    BYTE m_bImplementClass;          // 0
-    std::int64_t m_nTimestamp;       // AS OF TIMESTAMP: the stamp to read at
-    UINT m_nBsonDataSize;            // bytes of the main buffer; of the whole plan in a write-back
-    UINT m_nObjectMapOffset;         // 0
-    UINT m_nFreeSectionAddrID;       // id of the first free byte behind the last section's data
-    UINT m_nSectionStartOffset;      // plan offset at which the first section lies
-    UINT m_nClientSectionNum;        // sections sent behind the main buffer
-    UINT m_nClientBsonDataSize;      // bytes of the main buffer; before compiling, a reused block's capacity
-    UINT m_dwClientIP;               // set by the sender
-    UINT m_dwHashID;                 // hash of the statement's text
-    UINT m_nExetendedParamOffset;    // extended parameters
-    BYTE m_nSqlOffset;               // the statement's text, always PLAN_TEXT_OFFSET
-    BYTE m_bExecuteParam;            // FOR UPDATE, PLANLOCK
-    BYTE m_bProtocolType;            // 0
-    BYTE m_bSessionDatabaseNo;       // set by the sender
-    UINT m_nUserID;                  // set by the sender
-    int m_nReserved2;                // 0
+    UINT m_nTotalDataSize;        // all bytes of the plan, sections included
+    int m_nDataFlag;              // 0
+    BYTE m_nType;                 // statement, PLANSTATEMENT
+    BYTE m_bVersion;              // PLAN_VERSION
+    BYTE m_bWriteLog;             // 1: the statement is logged, which is all but a plain SELECT
+    BYTE m_bDatabaseNo;           // database, set by the sender when known
+    USHORT m_usTransactionNo;     // set by the server
+    BYTE m_bObjectMapNum;         // rows of the statement's object table, low byte
+    BYTE m_bImplementClass;       // 0
+    std::int64_t m_nTimestamp;    // AS OF TIMESTAMP: the stamp to read at
+    UINT m_nBsonDataSize;         // bytes of the main buffer; of the whole plan in a write-back
+    UINT m_nObjectMapOffset;      // 0
+    UINT m_nFreeSectionAddrID;    // id of the first free byte behind the last section's data
+    UINT m_nSectionStartOffset;   // plan offset at which the first section lies
+    UINT m_nClientSectionNum;     // sections sent behind the main buffer
+    UINT m_nClientBsonDataSize;   // bytes of the main buffer; before compiling, a reused block's capacity
+    UINT m_dwClientIP;            // set by the sender
+    UINT m_dwHashID;              // hash of the statement's text
+    UINT m_nExetendedParamOffset; // extended parameters
+    BYTE m_nSqlOffset;            // the statement's text, always PLAN_TEXT_OFFSET
+    BYTE m_bExecuteParam;         // FOR UPDATE, PLANLOCK
+    BYTE m_bProtocolType;         // 0
+    BYTE m_bSessionDatabaseNo;    // set by the sender
+    UINT m_nUserID;               // set by the sender
+    int m_nReserved2;             // 0
     union KESTRO_PACKED {
         UINT m_nInsertRecordNum; // rows of a multi-row INSERT
         UINT m_nParamKeyword;    // keyword of a parameter
@@ -236,7 +236,7 @@ struct KESTRO_PACKED EXECUTEBLOCKINFO {
 
 /** The target of an INSERT, UPDATE, DELETE or write-back. */
 struct KESTRO_PACKED EXECUTEOBJECTINFO {
-    USHORT m_nTransactionSlot;      // the server's
+    USHORT m_nTransactionSlot;             // the server's
     BYTE m_bReserved[2];                   // 0
     UINT m_nObjectOffset;                  // target
     UINT m_nExecuteIndexOffset;            // the server's

@@ -161,7 +161,7 @@ struct KESTRO_PACKED INDEXDEFBSON {
     BYTE m_bIndexType;         // PLANINDEX
     BYTE m_bFileNo;            // file, the server's
     BYTE m_bFieldNo[8];        // column numbers; FIELDNO_JSON for a JSON path
-    USHORT m_strLen[8]; // lengths of the columns
+    USHORT m_strLen[8];        // lengths of the columns
     UINT m_nJsonIndexOffset;   // JSON path
     BYTE m_bConstraintType;    // PLANCONSTRAINT
     int m_nNextOffset;         // next index
@@ -190,7 +190,7 @@ struct KESTRO_PACKED TABLEINDEXDEFBSON {
     BYTE m_bFileNo;            // file, the server's
     BYTE m_bUseType;           // what the file is used for
     BYTE m_bFieldNo[8];        // column numbers
-    USHORT m_strLen[8]; // lengths of the columns
+    USHORT m_strLen[8];        // lengths of the columns
     int m_nBlockSize;          // bytes of a block
     UINT m_nJsonIndexOffset;   // JSON path
     UINT m_nNextOffset;        // next index
@@ -221,29 +221,29 @@ struct KESTRO_PACKED DATABASEBSON {
 
 /** A user or a role. */
 struct KESTRO_PACKED USERINFOBSON {
-    char m_pUserName[36];        // name
-    BYTE m_pPassword[24];        // first bytes of the password
-    UINT m_nNextUserOffset;      // next user of the statement
-    USHORT m_usExpireDay; // days until the password expires
-    BYTE m_bPasswordType;        // 2: a password is given
-    BYTE m_bAuthorityOption;     // authority option
-    UINT m_nAuthorityData;       // rights
-    BYTE m_bPasswordLen;         // length of `m_pPassword2`
-    BYTE m_bExpireOption;        // expiry option; 10 for a role
-    BYTE m_bExists;              // 1: IF NOT EXISTS
-    BYTE m_bConnectSSL;          // 1: connects by SSL only
-    char m_pHost[64];            // host, "%" for any
-    UINT m_nPasswordOffset;      // password, as typed
-    BYTE m_pPassword2[20];       // password, hashed
-    BYTE m_bPasswordPlugin;      // 0
-    BYTE m_bType;                // 1 for a role
-    int m_nMaxConnects;          // connections at a time
-    int m_nMaxConnectsPerHour;   // connections an hour
-    int m_nMaxUpdatesPerHour;    // changes an hour
-    int m_nMaxQueriesPerHour;    // queries an hour
-    USHORT m_usBlockNo;   // the server's
-    USHORT m_usInnerNo;   // the server's
-    BYTE m_bReserved[24];        // 0
+    char m_pUserName[36];      // name
+    BYTE m_pPassword[24];      // first bytes of the password
+    UINT m_nNextUserOffset;    // next user of the statement
+    USHORT m_usExpireDay;      // days until the password expires
+    BYTE m_bPasswordType;      // 2: a password is given
+    BYTE m_bAuthorityOption;   // authority option
+    UINT m_nAuthorityData;     // rights
+    BYTE m_bPasswordLen;       // length of `m_pPassword2`
+    BYTE m_bExpireOption;      // expiry option; 10 for a role
+    BYTE m_bExists;            // 1: IF NOT EXISTS
+    BYTE m_bConnectSSL;        // 1: connects by SSL only
+    char m_pHost[64];          // host, "%" for any
+    UINT m_nPasswordOffset;    // password, as typed
+    BYTE m_pPassword2[20];     // password, hashed
+    BYTE m_bPasswordPlugin;    // 0
+    BYTE m_bType;              // 1 for a role
+    int m_nMaxConnects;        // connections at a time
+    int m_nMaxConnectsPerHour; // connections an hour
+    int m_nMaxUpdatesPerHour;  // changes an hour
+    int m_nMaxQueriesPerHour;  // queries an hour
+    USHORT m_usBlockNo;        // the server's
+    USHORT m_usInnerNo;        // the server's
+    BYTE m_bReserved[24];      // 0
 };
 
 /** A view. */

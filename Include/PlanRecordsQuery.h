@@ -154,8 +154,8 @@ struct KESTRO_PACKED QUERYEXECUTEPLANBSON {
         int m_nPageStartNo; // first row
         int m_nPageNo;      // page number
     };
-    USHORT m_nObjectNum;   // FROM objects
-    USHORT m_nWaitTime;    // seconds of FOR UPDATE WAIT, 65,535 at most
+    USHORT m_nObjectNum;          // FROM objects
+    USHORT m_nWaitTime;           // seconds of FOR UPDATE WAIT, 65,535 at most
     UINT m_nExecuteFieldNum;      // select fields
     UINT m_nConditionFieldNum;    // fields that the condition refers to
     UINT m_nObjectOffset;         // first object
@@ -242,10 +242,10 @@ struct KESTRO_PACKED ORDERBY {
 
 /** A column of GROUP BY or ORDER BY. */
 struct KESTRO_PACKED COLUMNDEF {
-    BYTE m_bHideFieldIndex;      // index into the hidden fields
-    BYTE m_bSortType;            // PLANSORT
-    USHORT m_nFieldIndex; // position of the select field
-    UINT m_nHideFieldOffset;     // hidden field added for it
+    BYTE m_bHideFieldIndex;  // index into the hidden fields
+    BYTE m_bSortType;        // PLANSORT
+    USHORT m_nFieldIndex;    // position of the select field
+    UINT m_nHideFieldOffset; // hidden field added for it
 };
 
 /** How the next query of a set operation is joined. */
@@ -444,10 +444,10 @@ struct KESTRO_PACKED SHORTESTPATH {
 
 /** A step of a JSON path. */
 struct KESTRO_PACKED JSONCOLUMINFO {
-    BYTE m_bKeyLen;         // length of the key
-    BYTE m_bJsonArray;      // 1: an array index
-    USHORT m_sIndex; // array index
-    UINT m_nKeyOffset;      // key
+    BYTE m_bKeyLen;    // length of the key
+    BYTE m_bJsonArray; // 1: an array index
+    USHORT m_sIndex;   // array index
+    UINT m_nKeyOffset; // key
 };
 
 /** A JSON path. */

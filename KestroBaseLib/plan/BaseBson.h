@@ -89,8 +89,8 @@ public:
     /** Appends at a multiple of 4, no sections. Bytes that were in use before aren't zeroed again. */
     [[nodiscard]] int AllocFromBsonBufferEx(UINT nSize, UINT& nOffset, LPBYTE& lpPointer);
     /**
-     * Adopts a block, which stays the caller's. A main buffer of its own is out of use then, and its memory comes back
-     * with `Free` at the latest.
+     * Adopts a block, which stays the caller's; negative sizes count as 0. A main buffer of its own is out of use then,
+     * and its memory comes back with `Free` of the object that supplied it.
      */
     void SetBuffer(LPBYTE lpBuffer, int nSize, int nDataSize);
     /** Gives the main buffer out of hand; its block lives until `Free` or the next main buffer. */
