@@ -22,9 +22,10 @@
  * Never sent: bson sections (overflow of the main buffer, for those who allow it), scratch memory (a fixed block, then
  * a pool) and the tables of sections.
  *
- * What allocates answers 0, ERR_MEMORY or ERR_PARAMETER; after any of these nothing has changed. Nothing moves or grows
- * the main buffer but `ReAllocBsonBuffer`, because parsers hold pointers into it: who runs out of room starts again in
- * a larger one. Offsets count from `m_lpBuffer`, less `m_nBsonStartOffset`; 0 and 0xFFFFFFFF are none.
+ * What allocates answers 0, ERR_MEMORY or ERR_PARAMETER, and after an error all is as it was, but for
+ * `AllocBsonBuffer`. Nothing moves or grows the main buffer but `ReAllocBsonBuffer`, because parsers hold pointers into
+ * it: who runs out of room starts again in a larger one. Offsets count from `m_lpBuffer`, less `m_nBsonStartOffset`; 0
+ * and 0xFFFFFFFF are none.
  *
  * Every byte that a plan contains was handed out zeroed, written by an append, or cleared: a sent plan holds no stale
  * memory. A fresh block is not cleared as a whole, which would cost more than compiling a short statement, but up to a
@@ -89,8 +90,8 @@ public:
     /** Appends at a multiple of 4, no sections. Bytes that were in use before aren't zeroed again. */
     [[nodiscard]] int AllocFromBsonBufferEx(UINT nSize, UINT& nOffset, LPBYTE& lpPointer);
     /**
-     * Adopts a block, which stays the caller's. A main buffer of its own is out of use then, and its memory comes back
-     * with `Free` at the latest.
+     * Adopts a block, which stays the caller's; negative sizes count as 0. A main buffer of its own is out of use then,
+     * and its memory comes back with `Free` of the object that supplied it.
      */
     void SetBuffer(LPBYTE lpBuffer, int nSize, int nDataSize);
     /** Gives the main buffer out of hand; its block lives until `Free` or the next main buffer. */
