@@ -64,6 +64,12 @@ static_assert(sizeof(KESTRODATE) == 4 && sizeof(KESTROTIME) == 4);
 /** Days since 30 December 1899, the time of day as fraction; the fraction of a negative value points away from zero. */
 using DATE = double;
 
+/** Bytes for the text of any number, date or time, the terminator included. */
+constexpr int KESTRO_VALUE_TEXT_SIZE = 416;
+
+/** As character set of a text: it holds the bytes of a hexadecimal literal. */
+constexpr BYTE KESTRO_CHARSET_HEX = 255;
+
 struct st_MYSQLFIELDDEF;
 class CBaseBson;
 class CKestroBufferPool;
@@ -199,14 +205,26 @@ struct KESTRO_PACKED st_VARDATA {
 
     void SetData(char cValue) { SetData(static_cast<int>(cValue)); }
     void SetData(short nValue) { SetData(static_cast<int>(nValue)); }
-    void SetData(int nValue);
-    void SetData(long long llValue);
+    void SetData(int nValue) { BecomeNumber(VT_INT, nValue); }
+    void SetData(long long llValue) { BecomeNumber(VT_BIGINT, llValue); }
     /** BIGINT with 255 in `m_bSign`. */
-    void SetData(unsigned long long ullValue);
+    void SetData(unsigned long long ullValue) {
+        BecomeNumber(VT_BIGINT, static_cast<long long>(ullValue));
+        m_bSign = 255;
+    }
     /** VT_DOUBLE or VT_DATETIME. */
-    void SetData(double dblValue, unsigned char bType);
-    void SetData(const KESTRODATE& stDate);
-    void SetData(const KESTROTIME& stTime);
+    void SetData(double dblValue, unsigned char bType) {
+        BecomeNumber(bType, 0);
+        m_dblValue = dblValue;
+    }
+    void SetData(const KESTRODATE& stDate) {
+        BecomeNumber(VT_DATE, 0);
+        m_stDate = stDate;
+    }
+    void SetData(const KESTROTIME& stTime) {
+        BecomeNumber(VT_TIME, 0);
+        m_stTime = stTime;
+    }
     /** Becomes a view of a text; `nLen` counts its terminator. */
     void SetData(const char* lpszText, int nLen, unsigned char bCharset);
 
@@ -228,6 +246,85 @@ struct KESTRO_PACKED st_VARDATA {
      * without text.
      */
     [[nodiscard]] int SetDataProce(CKestroBufferPool* lpPool, const st_VARDATA& stSource);
+
+    // --- conversion --------------------------------------------------------------------------------------------------
+    //
+    // Text without a number gives 0 or NULL and a text that is no date NULL; what a narrower type doesn't hold wraps,
+    // or becomes the lowest integer if it was a double. A fraction is cut, with `bRound` rounded half away from zero;
+    // text is always cut. All answer 0; 3 without memory; 516 for a pair of types without a conversion. The result, or
+    // the value changed in place, keeps its state after 3 and 516. New text lies in the pool and isn't owned; its
+    // length counts the terminator, that of a BLOB doesn't. Of a text no byte beyond its length is read. The result may
+    // be the value itself. Types 0 and 10, and a text without a buffer, are NULL for every type.
+
+    /** For all uses. A target of no conversion gets a plain copy. */
+    [[nodiscard]] int GetCompatibleValue(CKestroBufferPool* lpPool, unsigned char bType, st_VARDATA& stOut,
+                                         bool bRound) const;
+    /**
+     * For a column: knows its types 5, 7, 80 and 81 as well, leaves VT_ANY as it is, and reads the text of a
+     * hexadecimal literal (`m_bCharset` 255) as the number that its bytes are.
+     */
+    [[nodiscard]] int GetCompatableFieldValue(CKestroBufferPool* lpPool, unsigned char bType, st_VARDATA& stOut,
+                                              bool bRound) const;
+    /** For an operand: numbers and times only, any other target is 516. A decimal becomes a BIGINT rounded. */
+    [[nodiscard]] int GetCompatibleNumberValue(unsigned char bType, st_VARDATA& stOut, bool bRound) const;
+    /**
+     * For a bit column of 32 bits (types 1, 80, 81) or of 64 (all others), from numbers and from the big-endian bytes
+     * of a text or BLOB. Values of other types leave `stOut` as it is. Always 0.
+     */
+    [[nodiscard]] int GetCompatableBitValue(unsigned char bType, st_VARDATA& stOut) const;
+
+    /**
+     * In place, for an expression. To 1 and 2 with `bForce` a decimal out of range becomes NULL; without it a number
+     * that would lose something stays as it is. A target of no conversion leaves the value alone.
+     */
+    [[nodiscard]] int ChangeTypeCore(CKestroBufferPool* lpPool, unsigned char bType, bool bRound, bool bForce);
+    /**
+     * In place, for storing into a column. `lpField` is needed for ENUM and SET: 4 without it, and 1041 with a NULL
+     * value for a text that isn't among its members. A BLOB takes the bytes or the text of all types.
+     */
+    [[nodiscard]] int ChangeFieldTypeCore(CKestroBufferPool* lpPool, unsigned char bType, st_MYSQLFIELDDEF* lpField,
+                                          bool bRound);
+    /** In place, as `GetCompatableBitValue`, but an INT becomes a BIGINT for target 2 only. Always 0. */
+    [[nodiscard]] int ChangeBitFieldTypeCore(unsigned char bType);
+
+    [[nodiscard]] int ChangeType(CKestroBufferPool* lpPool, unsigned char bType, bool bRound, bool bForce) {
+        return ChangeTypeCore(lpPool, bType, bRound, bForce);
+    }
+    [[nodiscard]] int ChangeFieldType(CKestroBufferPool* lpPool, unsigned char bType, st_MYSQLFIELDDEF* lpField,
+                                      bool bRound) {
+        return ChangeFieldTypeCore(lpPool, bType, lpField, bRound);
+    }
+    [[nodiscard]] int ChangeBitFieldType(unsigned char bType) { return ChangeBitFieldTypeCore(bType); }
+
+    /** The number in a value of a numeric type; decimals are rounded, other values give the bytes of their payload. */
+    int GetCompatibleInt() const;
+    long long GetCompatibleBigInt() const;
+    double GetCompatibleDouble() const;
+
+    // --- text forms --------------------------------------------------------------------------------------------------
+
+    /**
+     * Writes the text of a number, a time or a numeric literal's bytes, with a terminator, and answers its length with
+     * it; any other value gives an empty text and 0. Needs `KESTRO_VALUE_TEXT_SIZE` bytes, for VT_HEXSTR the half of
+     * its length and 1.
+     */
+    int GetCompatibleStringValue(char* lpszText) const;
+    /**
+     * A number or a time becomes a view of its text, written into `KESTRO_VALUE_TEXT_SIZE` bytes. Unlike elsewhere a
+     * double keeps its six places and the length doesn't count the terminator. Other values stay.
+     */
+    void Covert2String(char* lpszBuffer);
+    /** A text becomes the value of a column's type that it writes: NULL where it writes none. Other targets: nothing */
+    void CovertString2Data(unsigned char bType);
+    /** The same with a given text, of which types 5 to 7 become a view; other targets leave the value released. */
+    void CovertString2Data(unsigned char bType, const char* lpszText, int nLen);
+    /** A text becomes the VT_DOUBLE that its leading digits and points write. 0; 1501 for any other type. */
+    [[nodiscard]] int CovertStringToNumber(CKestroBufferPool* lpPool);
+    /**
+     * Deletes blanks, "-" and ":" from a text: in an owned buffer, or in a pool copy, as a view may lie in a literal.
+     * 0; 3; 1501 for any other type.
+     */
+    [[nodiscard]] int CovertDateStrToNumberStr(CKestroBufferPool* lpPool);
 
     // --- questions ---------------------------------------------------------------------------------------------------
 
@@ -257,6 +354,89 @@ struct KESTRO_PACKED st_VARDATA {
     bool HasOwnerFlag() const { return m_vt == VT_VARCHAR || m_vt == VT_BLOB || m_vt == VT_HEXSTR; }
     bool OwnsBuffer() const { return HasOwnerFlag() && m_bAutoRelease; }
 
+    // --- operators ---------------------------------------------------------------------------------------------------
+    //
+    // Each is a matrix over the types of both operands, and no operator reports: a pair without a rule gives NULL, and
+    // so does a division by zero. A text operand counts as the number, date or time that it holds. An operand may be
+    // the result as well. Of a text no byte beyond its length is read, whatever it is, and none beyond its end mark but
+    // by the comparison of two texts.
+
+    /**
+     * Become the sum, the difference of two values; side flags and counter stay. Always 0. NULL comes before the
+     * pseudo-values, whatever the side.
+     */
+    int Add(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b);
+    int Sub(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b);
+    /** Become the result of the operators `*`, `/`, `%` as a pool copy. Always 0. */
+    int Mul(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b);
+    int Div(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b);
+    int Mod(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b);
+
+    /** New values that own nothing. A left operand that is NULL or a pseudo-value comes out as it is. */
+    st_VARDATA operator+(const st_VARDATA& stOther) const;
+    st_VARDATA operator-(const st_VARDATA& stOther) const;
+    /** Integers whose product might not fit 64 bits give an exact DECIMAL. */
+    st_VARDATA operator*(const st_VARDATA& stOther) const;
+    /** A DOUBLE, or beside a decimal a DECIMAL of 36 digits; never an integer. */
+    st_VARDATA operator/(const st_VARDATA& stOther) const;
+    /** With the sign of the dividend. */
+    st_VARDATA operator%(const st_VARDATA& stOther) const;
+
+    /** A BIGINT with 255 in `m_bSign`. Operands are rounded to 64 bits; shifting by 64 or more gives 0. */
+    st_VARDATA operator&(const st_VARDATA& stOther) const;
+    st_VARDATA operator|(const st_VARDATA& stOther) const;
+    st_VARDATA operator^(const st_VARDATA& stOther) const;
+    st_VARDATA operator<<(const st_VARDATA& stOther) const;
+    st_VARDATA operator>>(const st_VARDATA& stOther) const;
+    st_VARDATA operator~() const;
+
+    /** 0, 1, or 2 if an operand is NULL. Unlike in `IsTrue` a text is as true as the number it begins with. */
+    BYTE operator&&(const st_VARDATA& stOther) const;
+    BYTE operator||(const st_VARDATA& stOther) const;
+    BYTE operator!() const;
+
+    /**
+     * Comparison: 0 or 1, and all six 0 for what can't be compared, such as NULL with a value; two NULLs are equal.
+     * Doubles and dates that lie within 1e-8 are equal. Texts compare without case.
+     */
+    BOOL operator==(const st_VARDATA& stOther) const;
+    BOOL operator!=(const st_VARDATA& stOther) const;
+    BOOL operator<(const st_VARDATA& stOther) const;
+    BOOL operator<=(const st_VARDATA& stOther) const;
+    BOOL operator>(const st_VARDATA& stOther) const;
+    BOOL operator>=(const st_VARDATA& stOther) const;
+    /**
+     * For grouping: as `==`, but doubles without a tolerance and texts with regard to case if `nCaseSensitive` is not
+     * 0. Also 2 for two NULL or two EMPTY, 3 for two UNKNOWN.
+     */
+    BYTE IsEqual(const st_VARDATA& stOther, int nCaseSensitive) const;
+
+    /**
+     * Both values as text, one behind the other, into the pool; NULL adds nothing. What has no text makes the result
+     * NULL. Answers 0, or 3 and leaves the result as it was, or VT_EMPTY if it was to be a copy of one operand.
+     */
+    [[nodiscard]] int Link(CKestroBufferPool* lpPool, const st_VARDATA& b, st_VARDATA& stResult) const;
+
+    /**
+     * Cuts the places behind the given one without rounding; a place below 0 makes digits in front of the point zero.
+     * Answers the width of the number, 0 for a type that it leaves alone, 1501 if the place is no integer.
+     */
+    [[nodiscard]] int Trunc(const st_VARDATA& stPlaces);
+    /**
+     * In place. Answer the width of the result, or -1 for a value that is no number. A date or time counts as the
+     * number that its digits write, which takes the pool; a text as the number of its leading digits.
+     */
+    [[nodiscard]] int Abs(CKestroBufferPool* lpPool);
+    /** INT and BIGINT stay; a DOUBLE becomes a BIGINT. */
+    [[nodiscard]] int Floor(CKestroBufferPool* lpPool);
+    [[nodiscard]] int Ceil(CKestroBufferPool* lpPool);
+    /** A DOUBLE; -1 for a negative value. */
+    [[nodiscard]] int Sqrt(CKestroBufferPool* lpPool);
+    /** A DOUBLE if one of the two is, otherwise a BIGINT; NULL for other types. */
+    static st_VARDATA Power(const st_VARDATA& a, const st_VARDATA& b);
+    /** Divides a running sum, marked by 255 in `m_bAvg`, by the rows in `m_nDataCount` and clears the mark. */
+    void Avg(CKestroBufferPool* lpPool);
+
 private:
     void ReleaseOwned() {
         if (!OwnsBuffer()) return;
@@ -264,7 +444,13 @@ private:
         m_lpszValue = nullptr;
         m_bAutoRelease = 0;
     }
-    void BecomeNumber(unsigned char bType, long long llValue);
+    /** Sign, scale and precision of what the value held before go, so that no integer passes for an ENUM. */
+    void BecomeNumber(unsigned char bType, long long llValue) {
+        ReleaseOwned();
+        std::memset(&m_bPercentSym, 0, 4);
+        m_vt = bType;
+        m_llValue = llValue;
+    }
     void BecomeView(unsigned char bType, char* lpBuffer, int nLen);
     void CopyNumber(const st_VARDATA& stSource);
     bool CopyPlain(const st_VARDATA& stSource);
@@ -274,6 +460,12 @@ static_assert(sizeof(st_VARDATA) == 28);
 static_assert(offsetof(st_VARDATA, m_bSign) == 4 && offsetof(st_VARDATA, m_bPrecison) == 7);
 static_assert(offsetof(st_VARDATA, m_arDecimalData) == 8 && offsetof(st_VARDATA, m_nStrLen) == 16);
 static_assert(offsetof(st_VARDATA, m_nStringDataOffset) == 20 && offsetof(st_VARDATA, m_nDataCount) == 24);
+
+/**
+ * A comparison by its operator's code in plans: 19 `==` that also finds two NULLs equal and one NULL unequal, 20 `==`,
+ * 21 `!=`, 22 `>`, 23 `>=`, 24 `<`, 25 `<=`. Answers 0, or 1503 for another code and leaves the result.
+ */
+[[nodiscard]] int CompareData(const st_VARDATA& a, const st_VARDATA& b, unsigned char bOperator, int& nResult);
 
 /** A run of values: the arguments of a call, or the right side of a row comparison. */
 struct KESTRO_PACKED st_MULTIVARDATA {
@@ -307,7 +499,10 @@ struct KESTRO_PACKED st_VIRTUALFIELDINMEMORY {
     char* m_lpExpressionString;
 };
 
-/** A column as the client sees it. All that its pointers name is made with array new and goes with `Free`. */
+/**
+ * A column as the client sees it. What its pointers name goes with `Free`; all is made with array new, but the record
+ * of a generated column with plain new.
+ */
 struct KESTRO_PACKED st_MYSQLFIELDDEF {
     /** Position in the result, in the table. */
     BYTE m_bFieldNo;
@@ -350,7 +545,14 @@ struct KESTRO_PACKED st_MYSQLFIELDDEF {
 
     /** The place from 0 of a member, without regard to case: 0; or -1 with the index 0. */
     [[nodiscard]] int GetEnumIndex(const char* lpszText, int& nIndex) const;
-    /** Releases all that the record owns and clears its pointers. */
+    /** The same for a text of `nLen` bytes, terminator or not. */
+    [[nodiscard]] int GetEnumIndex(const char* lpszText, int nLen, int& nIndex) const;
+    /**
+     * The bits of the members that a text of `nLen` bytes lists between commas, bit 0 for the first; members 64 apart
+     * share a bit. 0; or -1 if one isn't a member, with the bits of those that are. The empty text lists none.
+     */
+    [[nodiscard]] int GetSetMask(const char* lpszText, int nLen, unsigned long long& ullMask) const;
+    /** Releases all that the record owns and clears its pointers and their lengths. */
     void Free();
 };
 

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdarg>
 #include <cstdlib>
@@ -34,6 +35,12 @@ constinit pthread_mutex_t g_csInstance = PTHREAD_MUTEX_INITIALIZER;
 
 // Set while the program is loaded, so that no line of the base library comes too early.
 [[maybe_unused]] const bool g_bHooked = (g_lpfnTraceHook = Trace0, true);
+
+/** Puts errno back at its end: a caller logs between a failure and the look at its cause. */
+struct ERRNOKEEPER {
+    const int m_nError = errno;
+    ~ERRNOKEEPER() { errno = m_nError; }
+};
 
 int CurrentThreadID() {
     return static_cast<int>(syscall(SYS_gettid));
@@ -120,6 +127,7 @@ char* CreateLogPath() {
 constinit std::atomic<CTraceManage*> CTraceManage::m_pSinstance = nullptr;
 
 void Trace(const char* lpszFunction, int nLevel, int nCode, const char* lpszFormat, ...) {
+    const ERRNOKEEPER stKeeper;
     char szText[TRACE_TEXT_MAX + 1];
     va_list lpArguments;
     va_start(lpArguments, lpszFormat);
@@ -130,6 +138,7 @@ void Trace(const char* lpszFunction, int nLevel, int nCode, const char* lpszForm
 }
 
 void Trace0(const char* lpszFunction, int nLevel, int nCode, const char* lpszText) {
+    const ERRNOKEEPER stKeeper;
     LogLine(lpszFunction, nLevel, nCode, lpszText ? lpszText : "");
 }
 

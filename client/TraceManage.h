@@ -23,8 +23,8 @@ constexpr int TRACE_CODE_OWN = 999999999;
 
 /**
  * Logs one line: 0 the level of normal work, 1 of failures of the trace log itself, 4 of the setup tool's progress; the
- * code tells the place in the source. Callable from any thread, does no file access, and never fails or throws: a line
- * for which there is no room or no memory is dropped. The first line starts the trace log.
+ * code tells the place in the source. Callable from any thread, does no file access, keeps errno, and never fails or
+ * throws: a line for which there is no room or no memory is dropped. The first line starts the trace log.
  */
 void Trace(const char* lpszFunction, int nLevel, int nCode, const char* lpszFormat, ...)
     __attribute__((format(printf, 4, 5)));
@@ -32,8 +32,7 @@ void Trace(const char* lpszFunction, int nLevel, int nCode, const char* lpszForm
 /** The same with a text as it stands, of any length. */
 void Trace0(const char* lpszFunction, int nLevel, int nCode, const char* lpszText);
 
-/** Chooses the language and logs the start; a client calls it before it uses the library, with no other thread about.
- */
+/** Chooses the language and logs the start; a client calls it once, before it uses the library or starts a thread. */
 void InitTraceSystem();
 
 /** Logs the end and stops the trace log; all lines queued so far reach the disk. No other thread may log meanwhile. */

@@ -15,7 +15,7 @@ install(TARGETS KestroBaseLib KestroClient EXPORT KestroTargets
 install(EXPORT KestroTargets NAMESPACE Kestro:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kestro)
 foreach(FOLDER Include KestroBaseLib/base KestroBaseLib/value KestroBaseLib/config KestroBaseLib/plan client)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${FOLDER}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestro
-    FILES_MATCHING PATTERN "*.h" PATTERN "PlanFieldRows*.inc")
+    FILES_MATCHING PATTERN "*.h" PATTERN "KestroKeywordTable.inc" PATTERN "PlanFieldRows*.inc")
 endforeach()
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/KestroConfig.cmake.in

@@ -22,8 +22,10 @@ UINT CalcSQLHash(const char* lpszText, int nLen);
 /** Polynomial hash of base 131 over signed bytes, 31 bits. */
 UINT BKDRHash(const char* lpszText, int nLen);
 
-/** Bucket of a key among `nBuckets`; 0 when there are none. Digits and letters weigh by their value in base 36, other
- * bytes as unsigned. */
+/**
+ * Bucket of a key among `nBuckets`; 0 when there are none. Digits and letters weigh by their value in base 36, other
+ * bytes as unsigned.
+ */
 UINT CalcKeyHash(const char* lpszKey, UINT nBuckets);
 
 /** Bucket of a 64-bit hash among `nBuckets`, which is not 0. */
@@ -36,7 +38,8 @@ WORD CreateDataToken();
 
 /**
  * 0 when two texts are equal but for the case of letters, otherwise the second text's byte less the first's at the
- * first difference, letters as capitals, bytes as signed. A null counts as the empty text.
+ * first difference, letters as capitals, bytes as signed. A null counts as the empty text, and the byte beside it as it
+ * stands.
  */
 [[nodiscard]] int CompareNoCase(const char* lpszFirst, const char* lpszSecond);
 
@@ -80,6 +83,7 @@ inline void HexConvertWC(const BYTE* lpBytes, int nLen, wchar_t* lpszText) {
  * any other byte. `nLen` is the number of bytes written in either case.
  */
 [[nodiscard]] int CharConvertHex(const char* lpszText, BYTE* lpBytes, int nMax, int& nLen);
+[[nodiscard]] int CharConvertHex(const char* lpszText, int nTextLen, BYTE* lpBytes, int nMax, int& nLen);
 [[nodiscard]] int WCharConvertHex(const wchar_t* lpszText, BYTE* lpBytes, int nMax, int& nLen);
 
 /** The number in a text like "0x1F", up to the first byte that is no digit; of more than 16 digits the last 16. */

@@ -180,8 +180,9 @@ int UnsignedByte(char c) {
 } // namespace
 
 int CompareNoCase(const char* lpszFirst, const char* lpszSecond) {
-    if (!lpszFirst) lpszFirst = "";
-    if (!lpszSecond) lpszSecond = "";
+    if (!lpszFirst || !lpszSecond)
+        return static_cast<signed char>(lpszSecond ? *lpszSecond : 0) -
+               static_cast<signed char>(lpszFirst ? *lpszFirst : 0);
     // Up to the terminator of the shorter, which is a difference like any other.
     std::ptrdiff_t nPos = 0;
     if (FoldToUpper(*lpszFirst) == FoldToUpper(*lpszSecond)) {

@@ -43,12 +43,13 @@ void BytesToHex(const BYTE* lpBytes, int nLen, T* lpszText) {
     *lpszText = 0;
 }
 
+/** `lpszEnd` is null for a text with a terminator. */
 template <typename T>
-int HexToBytes(const T* lpszText, BYTE* lpBytes, int nMax, int& nLen) {
+int HexToBytes(const T* lpszText, const T* lpszEnd, BYTE* lpBytes, int nMax, int& nLen) {
     nLen = 0;
     if (!lpszText) return ERR_PARAMETER;
     bool bHalf = false;
-    for (BYTE nHigh = 0; nLen < nMax; ++lpszText) {
+    for (BYTE nHigh = 0; nLen < nMax && lpszText != lpszEnd; ++lpszText) {
         const BYTE nValue = HexValue(*lpszText);
         if (nValue == HEX_BLANK) continue;
         if (nValue == HEX_END) return 0;
@@ -71,11 +72,15 @@ void HexConvertWChar(const BYTE* lpBytes, int nLen, wchar_t* lpszText) {
 }
 
 int CharConvertHex(const char* lpszText, BYTE* lpBytes, int nMax, int& nLen) {
-    return HexToBytes(lpszText, lpBytes, nMax, nLen);
+    return HexToBytes<char>(lpszText, nullptr, lpBytes, nMax, nLen);
+}
+
+int CharConvertHex(const char* lpszText, int nTextLen, BYTE* lpBytes, int nMax, int& nLen) {
+    return HexToBytes(lpszText, lpszText + (nTextLen > 0 ? nTextLen : 0), lpBytes, nMax, nLen);
 }
 
 int WCharConvertHex(const wchar_t* lpszText, BYTE* lpBytes, int nMax, int& nLen) {
-    return HexToBytes(lpszText, lpBytes, nMax, nLen);
+    return HexToBytes<wchar_t>(lpszText, nullptr, lpBytes, nMax, nLen);
 }
 
 long long HexStringToNumber(const char* lpszText) {

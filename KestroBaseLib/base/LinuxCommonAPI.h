@@ -115,7 +115,10 @@ extern int g_nThreadStackSize;
 [[nodiscard]] int CreateThreadAllPlateForm(pthread_t* lpThreadID, void* (*lpfnStart)(void*), void* lpArgument,
                                            DWORD nUnused = 0, void* lpUnused = nullptr);
 
-/** Waits for the end of a thread. The id 0 fails, after a millisecond if a time is given. */
+/**
+ * Waits for the end of a thread. The id 0 fails, after a millisecond if a time is given. A thread that was started by
+ * other means counts as ended when its id was that of one started here.
+ */
 [[nodiscard]] DWORD WaitForSingleObject(pthread_t& nThreadID, DWORD nMilliseconds);
 
 /** Waits for a semaphore; 0 only tries. A signal handler that runs meanwhile ends the wait with WAIT_FAILED. */

@@ -3,8 +3,7 @@
 /** Takes one log line, text already formatted. Callable from any thread; it neither fails nor throws. */
 using TRACEHOOK = void (*)(const char* lpszFunction, int nLevel, int nCode, const char* lpszText);
 
-/** Where the base library logs; null without a trace log. The trace log sets it before `main`, and nothing resets it.
- */
+/** Where the base library logs; null without a trace log, which sets it before `main`. Nothing resets it. */
 extern TRACEHOOK g_lpfnTraceHook;
 
 /** Logs a line of the base library, or does nothing without a trace log. */

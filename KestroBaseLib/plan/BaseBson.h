@@ -22,9 +22,10 @@
  * Never sent: bson sections (overflow of the main buffer, for those who allow it), scratch memory (a fixed block, then
  * a pool) and the tables of sections.
  *
- * What allocates answers 0, ERR_MEMORY or ERR_PARAMETER; after any of these nothing has changed. Nothing moves or grows
- * the main buffer but `ReAllocBsonBuffer`, because parsers hold pointers into it: who runs out of room starts again in
- * a larger one. Offsets count from `m_lpBuffer`, less `m_nBsonStartOffset`; 0 and 0xFFFFFFFF are none.
+ * What allocates answers 0, ERR_MEMORY or ERR_PARAMETER, and after an error all is as it was, but for
+ * `AllocBsonBuffer`. Nothing moves or grows the main buffer but `ReAllocBsonBuffer`, because parsers hold pointers into
+ * it: who runs out of room starts again in a larger one. Offsets count from `m_lpBuffer`, less `m_nBsonStartOffset`; 0
+ * and 0xFFFFFFFF are none.
  *
  * Every byte that a plan contains was handed out zeroed, written by an append, or cleared: a sent plan holds no stale
  * memory. A fresh block is not cleared as a whole, which would cost more than compiling a short statement, but up to a

@@ -20,15 +20,32 @@ int DigitValue(char c) {
     return MAX_BASE;
 }
 
+/** Most texts are whole numbers of up to 18 digits, which need no decimal; false for any other. */
+bool ReadWholeNumber(const char* lpszText, long long& llValue) {
+    const bool bNegative = *lpszText == '-';
+    if (bNegative) ++lpszText;
+    const char* const lpszDigits = lpszText;
+    long long llDigits = 0;
+    for (; lpszText - lpszDigits < 18 && *lpszText >= '0' && *lpszText <= '9'; ++lpszText)
+        llDigits = llDigits * 10 + (*lpszText - '0');
+    if (lpszText == lpszDigits || *lpszText != 0) return false;
+    llValue = bNegative ? -llDigits : llDigits;
+    return true;
+}
+
 } // namespace
 
 int StringToInt(const char* lpszText) {
+    long long llValue;
+    if (ReadWholeNumber(lpszText, llValue)) return static_cast<int>(llValue);
     st_VARDATA stValue;
     if (CKestroDecimal::Convert2Decimal(lpszText, &stValue) != 0) return 0;
     return CKestroDecimal::Convert2Int(&stValue, 0);
 }
 
 long long StringToLongLong(const char* lpszText) {
+    long long llValue;
+    if (ReadWholeNumber(lpszText, llValue)) return llValue;
     st_VARDATA stValue;
     if (CKestroDecimal::Convert2Decimal(lpszText, &stValue) != 0) return 0;
     return CKestroDecimal::Convert2Int64(&stValue, 0);

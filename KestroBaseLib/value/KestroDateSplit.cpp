@@ -145,7 +145,8 @@ int CKestroDate::Parse(const T* lpszText) {
 
 template <KESTROCHAR T>
 int CKestroDate::Push(const T* lpDigits, int nLen) {
-    if (!lpDigits || nLen < 1 || nLen > DATE_MAX_GROUP_DIGITS || m_nDataIndex >= DATE_MAX_PARTS) return ERR_DATE_FORMAT;
+    if (!lpDigits || nLen < 1 || nLen > DATE_MAX_GROUP_DIGITS) return ERR_DATE_FORMAT;
+    if (m_nDataIndex < 0 || m_nDataIndex >= DATE_MAX_PARTS) return ERR_DATE_FORMAT;
     char arPart[8]{};
     for (int i = 0; i < nLen; ++i) {
         if (!IsDigit(lpDigits[i])) return ERR_DATE_FORMAT;

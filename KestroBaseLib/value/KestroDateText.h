@@ -11,6 +11,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "DigitPairs.h"
 #include "IntegerCut.h"
 #include "KestroDate.h"
 
@@ -106,14 +107,6 @@ constexpr BYTE UpperOf(T c) {
     if (u > 127) return 255;
     return static_cast<BYTE>(u >= 'a' && u <= 'z' ? u - 32 : u);
 }
-
-/** "00" to "99". */
-inline constexpr auto kestro_int_c = [] {
-    std::array<std::array<char, 2>, 100> arPairs{};
-    for (int i = 0; i < 100; ++i)
-        arPairs[i] = {static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)};
-    return arPairs;
-}();
 
 inline constexpr std::array<std::string_view, 12> MONTH_NAMES = {"January",   "February", "March",    "April",
                                                                  "May",       "June",     "July",     "August",

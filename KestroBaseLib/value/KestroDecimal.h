@@ -83,7 +83,8 @@ public:
 
     // --- to text -----------------------------------------------------------------------------------------------------
 
-    /** Writes the text with a terminator into `DECIMAL_TEXT_SIZE` bytes and answers its length. */
+    /** Writes the text with a terminator into `DECIMAL_TEXT_SIZE` bytes, any of which may change; answers its length.
+     */
     static int PrintDecimal(const st_VARDATA* lpValue, char* lpszText);
     /** The same in hexadecimal, rounded to a whole number: "0x..." up to 64 bits, bare byte pairs beyond. */
     static int PrintDecimalHex(const st_VARDATA* lpValue, char* lpszText);

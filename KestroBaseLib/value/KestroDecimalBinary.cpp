@@ -48,7 +48,7 @@ int ShortestPayload(UINT128 nMagnitude) {
     if (nMagnitude == 0) return 0;
     for (const SMALLCOLUMN& stColumn : SMALL_COLUMNS)
         if (nMagnitude <= stColumn.m_uMax && nMagnitude < DECIMAL_GROUP) return stColumn.m_nPayload;
-    return CountGroups(nMagnitude) * 4;
+    return CountGroups(SplitMagnitude(nMagnitude)) * 4;
 }
 
 /** Writes an image; where the groups don't fit the payload, the number goes there as a plain integer. */
@@ -61,9 +61,8 @@ int WriteImage(const st_VARDATA* lpValue, UINT128 nMagnitude, int nPayload, unsi
     if (bInteger) {
         std::memcpy(lpImage + BIN_HEAD, &nMagnitude, static_cast<std::size_t>(nPayload));
     } else {
-        st_VARDATA stGroups;
-        StoreMagnitude(&stGroups, nMagnitude);
-        std::memcpy(lpImage + BIN_HEAD, DecimalGroups(&stGroups), static_cast<std::size_t>(nPayload));
+        const PACKEDGROUPS stGroups = SplitMagnitude(nMagnitude);
+        std::memcpy(lpImage + BIN_HEAD, &stGroups, static_cast<std::size_t>(nPayload));
     }
     return BIN_HEAD + nPayload;
 }
@@ -127,8 +126,9 @@ int CKestroDecimal::FormatBin(const st_VARDATA* lpValue, int nPrecision, int nSc
     const BINCOLUMN stColumn = ColumnForm(nPrecision);
     st_VARDATA stValue;
     CopyDecimal(&stValue, lpValue);
-    // A whole number with zeros for free stays as it is in a column without places.
-    const bool bKeep = nScale == DECIMAL_SCALE_KEEP || (nScale == 0 && stValue.m_bScale < 0);
+    // A whole number with zeros for free stays as it is in a column without places, if it fits.
+    const bool bFits = LoadMagnitude(&stValue) < stColumn.m_nLimit;
+    const bool bKeep = nScale == DECIMAL_SCALE_KEEP || (nScale == 0 && stValue.m_bScale < 0 && bFits);
     if (!bKeep && stValue.m_bScale != nScale)
         if (const int nCode = ZoomTo(&stValue, nScale); nCode != 0) return nCode;
     for (;;) {

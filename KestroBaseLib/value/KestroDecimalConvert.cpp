@@ -26,7 +26,6 @@ constexpr auto DOUBLE_POWERS = [] {
     }
     return arPowers;
 }();
-constexpr int MIN_SCALE = -127;
 
 int StoreInteger(st_VARDATA* lpValue, bool bNegative, unsigned long long ullMagnitude) {
     StoreDecimal(lpValue, bNegative, 0, ullMagnitude);
@@ -44,16 +43,16 @@ void StoreBigDouble(st_VARDATA* lpValue, bool bNegative, double dblMagnitude) {
         nScale -= nExcess;
     }
     UINT128 nMagnitude = static_cast<std::uint64_t>(dblMagnitude + 0.5);
-    if (nScale < MIN_SCALE) {
-        nMagnitude *= DECIMAL_POWERS[MIN_SCALE - nScale];
-        nScale = MIN_SCALE;
+    if (nScale < -DECIMAL_SCALE_LIMIT) {
+        nMagnitude *= DECIMAL_POWERS[-DECIMAL_SCALE_LIMIT - nScale];
+        nScale = -DECIMAL_SCALE_LIMIT;
     }
     StoreDecimal(lpValue, bNegative, nScale, nMagnitude);
 }
 
 /** A number of 1 to 14 integer digits, already multiplied by 10^nScale. */
 void StoreSmallDouble(st_VARDATA* lpValue, bool bNegative, double dblMagnitude, int nScale) {
-    const int nMissing = DECIMAL_GROUP_DIGITS - CountDigits(static_cast<std::uint64_t>(dblMagnitude));
+    const int nMissing = DECIMAL_GROUP_DIGITS - CountDigits64(static_cast<std::uint64_t>(dblMagnitude));
     if (nMissing > 0) {
         dblMagnitude *= KestroPowers10[nMissing];
         nScale += nMissing;
@@ -156,11 +155,11 @@ double CKestroDecimal::Convert2Double(const st_VARDATA* lpValue) {
         // Both sides are exact, so the one operation rounds correctly.
         dblValue = nScale < 0 ? dblValue * DOUBLE_POWERS[-nScale] : dblValue / DOUBLE_POWERS[nScale];
     } else {
-        char szText[DECIMAL_MAX_DIGITS + 8];
-        char* lpszEnd = szText + WriteDecimalDigits(lpValue, szText);
+        DIGITTEXT stText(LoadGroups(lpValue));
+        char* lpszEnd = stText.m_szText + DECIMAL_MAX_DIGITS;
         *lpszEnd++ = 'e';
-        lpszEnd = std::to_chars(lpszEnd, szText + sizeof(szText), -nScale).ptr;
-        std::from_chars(szText, lpszEnd, dblValue);
+        lpszEnd = std::to_chars(lpszEnd, stText.m_szText + sizeof(stText.m_szText), -nScale).ptr;
+        std::from_chars(stText.Digits(), lpszEnd, dblValue);
     }
     return lpValue->m_bSign ? -dblValue : dblValue;
 }

@@ -36,11 +36,10 @@ struct HASHGROUPS {
 };
 
 /** The groups of a magnitude times 10^nDigits, up to 8 digits. */
-HASHGROUPS RaiseGroups(UINT128 nMagnitude, int nDigits) {
+HASHGROUPS MultiplyGroups(UINT128 nMagnitude, int nDigits) {
     HASHGROUPS stGroups;
-    st_VARDATA stValue;
-    StoreMagnitude(&stValue, nMagnitude);
-    std::memcpy(stGroups.m_arGroups, DecimalGroups(&stValue), 16);
+    const PACKEDGROUPS stPacked = SplitMagnitude(nMagnitude);
+    std::memcpy(stGroups.m_arGroups, &stPacked, sizeof(stPacked));
     std::uint64_t ullCarry = 0;
     for (std::uint32_t& uGroup : stGroups.m_arGroups) {
         ullCarry += std::uint64_t{uGroup} * static_cast<std::uint32_t>(KestroPowers10[nDigits]);
@@ -73,7 +72,7 @@ private:
 
 /** Whole numbers from the low end, N * 10^nZeros. */
 long long HashWhole(UINT128 nMagnitude, int nZeros) {
-    const HASHGROUPS stGroups = RaiseGroups(nMagnitude, nZeros % DECIMAL_GROUP_DIGITS);
+    const HASHGROUPS stGroups = MultiplyGroups(nMagnitude, nZeros % DECIMAL_GROUP_DIGITS);
     CFold stFold(nZeros / DECIMAL_GROUP_DIGITS);
     const int nTop = stGroups.Top();
     for (int i = 0; i <= nTop; ++i)
@@ -85,7 +84,7 @@ long long HashWhole(UINT128 nMagnitude, int nZeros) {
 long long HashFraction(UINT128 nMagnitude, int nScale) {
     if (nMagnitude == 0) return 0;
     const int nOver = nScale % DECIMAL_GROUP_DIGITS;
-    const HASHGROUPS stGroups = RaiseGroups(nMagnitude, nOver ? DECIMAL_GROUP_DIGITS - nOver : 0);
+    const HASHGROUPS stGroups = MultiplyGroups(nMagnitude, nOver ? DECIMAL_GROUP_DIGITS - nOver : 0);
     CFold stFold((nScale - CountDigits(nMagnitude)) / DECIMAL_GROUP_DIGITS);
     const int nBottom = stGroups.Bottom();
     for (int i = stGroups.Top(); i >= nBottom; --i)

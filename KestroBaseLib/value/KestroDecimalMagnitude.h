@@ -1,7 +1,9 @@
 #pragma once
 
-// Inside of the decimal unit: the four base-10^9 groups of a value as one 128-bit integer, with powers of ten, digit
-// counts and division by powers of ten. Everything works on magnitudes below 10^36 and below 2^120.
+// Inside of the decimal unit: the forms in which it computes with the four base-10^9 groups of a value, and how they
+// are loaded and stored. Packed groups, two in 64 bits, for sums of one scale; base-10^18 halves for products and
+// digits that come or go at the end; one integer below 10^36 in 128 bits for the rest. Groups that are out of range
+// give some number, but never one of over 36 digits where an index or a division depends on it.
 
 #include <array>
 #include <bit>
@@ -15,6 +17,10 @@ __extension__ using UINT128 = unsigned __int128;
 inline constexpr std::uint32_t DECIMAL_GROUP = 1'000'000'000;
 inline constexpr std::uint64_t DECIMAL_HALF = 1'000'000'000'000'000'000;
 inline constexpr int DECIMAL_GROUP_DIGITS = 9;
+inline constexpr int DECIMAL_HALF_DIGITS = 18;
+/** The lowest scale that is held, and the range of what was brought to fit. */
+inline constexpr int DECIMAL_MIN_SCALE = -128;
+inline constexpr int DECIMAL_SCALE_LIMIT = 127;
 
 /** 10^0 to 10^38. */
 inline constexpr auto DECIMAL_POWERS = [] {
@@ -27,53 +33,143 @@ inline constexpr auto DECIMAL_POWERS = [] {
     return arPowers;
 }();
 
+/** 10^0 to 10^19. */
+inline constexpr auto DECIMAL_POWERS64 = [] {
+    std::array<std::uint64_t, 20> arPowers{};
+    for (std::size_t i = 0; i < arPowers.size(); ++i)
+        arPowers[i] = static_cast<std::uint64_t>(DECIMAL_POWERS[i]);
+    return arPowers;
+}();
+
 /** 10^36, the first magnitude that doesn't fit. */
 inline constexpr UINT128 DECIMAL_LIMIT = DECIMAL_POWERS[DECIMAL_MAX_DIGITS];
 
-/** Number of decimal digits, 0 for zero; up to 38 digits. */
+/** All ones if so, and the compiler makes no branch of it again: for what is random to the processor. */
+inline std::uint64_t MaskOf(bool bSet) {
+    std::uint64_t ullMask = -std::uint64_t{bSet};
+    asm("" : "+r"(ullMask));
+    return ullMask;
+}
+
+/** Number of decimal digits, 0 for zero; below 10^19. */
+inline int CountDigits64(std::uint64_t ullNumber) {
+    // 1233 / 4096 is log10(2) from below; the estimate is right or one too low. Zero counts as one bit: no case apart.
+    const int nDigits = ((64 - std::countl_zero(ullNumber | 1)) * 1233) >> 12;
+    return nDigits + (ullNumber >= DECIMAL_POWERS64[nDigits]);
+}
+
+/** Number of decimal digits, 0 for zero; up to 39 digits. */
 inline int CountDigits(UINT128 nMagnitude) {
     const auto ullHigh = static_cast<std::uint64_t>(nMagnitude >> 64);
     const auto ullLow = static_cast<std::uint64_t>(nMagnitude);
-    const int nBits = ullHigh ? 128 - std::countl_zero(ullHigh) : 64 - std::countl_zero(ullLow);
-    // 1233 / 4096 is log10(2) from below; the estimate is right or one too low.
+    const int nBits = ullHigh ? 128 - std::countl_zero(ullHigh) : 64 - std::countl_zero(ullLow | 1);
     const int nDigits = (nBits * 1233) >> 12;
     return nDigits + (nMagnitude >= DECIMAL_POWERS[nDigits]);
 }
 
-/** Groups in use, 1 for zero. */
-inline int CountGroups(UINT128 nMagnitude) {
-    if (nMagnitude < DECIMAL_HALF) return 1 + (nMagnitude >= DECIMAL_GROUP);
-    return 3 + (nMagnitude >= DECIMAL_POWERS[27]);
-}
-
-/** The two base-10^18 halves of a magnitude. */
-struct DECIMALHALVES {
-    std::uint64_t m_ullHigh;
+/**
+ * The four groups as they lie in memory, two by two in 64 bits. Two such pairs compare like the magnitudes, and sums of
+ * groups don't run over 32 bits, so same-scale work needs no other form.
+ */
+struct PACKEDGROUPS {
     std::uint64_t m_ullLow;
+    std::uint64_t m_ullHigh;
+
+    friend bool operator==(const PACKEDGROUPS&, const PACKEDGROUPS&) = default;
+    friend bool operator<(const PACKEDGROUPS& stFirst, const PACKEDGROUPS& stSecond) {
+        return stFirst.Whole() < stSecond.Whole();
+    }
+    [[nodiscard]] bool IsZero() const { return (m_ullLow | m_ullHigh) == 0; }
+
+private:
+    [[nodiscard]] UINT128 Whole() const { return UINT128{m_ullHigh} << 64 | m_ullLow; }
 };
 
-inline DECIMALHALVES SplitHalves(UINT128 nMagnitude) {
-    if (nMagnitude < DECIMAL_HALF) return {0, static_cast<std::uint64_t>(nMagnitude)};
-    // The top 64 of 120 bits times 2^123 / 10^18 give the quotient or one less.
-    constexpr auto ullReciprocal = static_cast<std::uint64_t>((UINT128{1} << 123) / DECIMAL_HALF);
-    const auto ullTop = static_cast<std::uint64_t>(nMagnitude >> 56);
-    auto ullHigh = static_cast<std::uint64_t>((UINT128{ullTop} * ullReciprocal) >> 67);
-    std::uint64_t ullLow = static_cast<std::uint64_t>(nMagnitude) - ullHigh * DECIMAL_HALF;
-    if (ullLow >= DECIMAL_HALF) {
-        ++ullHigh;
-        ullLow -= DECIMAL_HALF;
-    }
-    return {ullHigh, ullLow};
+/** Groups in use, 1 for zero. */
+inline int CountGroups(const PACKEDGROUPS& stGroups) {
+    const int nLow = 1 + (stGroups.m_ullLow >> 32 != 0), nHigh = 3 + (stGroups.m_ullHigh >> 32 != 0);
+    return nLow + ((nHigh - nLow) & static_cast<int>(MaskOf(stGroups.m_ullHigh != 0)));
 }
 
-/** Two groups as they lie in memory. */
-inline std::uint64_t PackGroups(std::uint64_t ullHalf) {
+/** Below 10^18 into two groups, and back. */
+inline std::uint64_t PackHalf(std::uint64_t ullHalf) {
     const std::uint64_t ullHigh = ullHalf / DECIMAL_GROUP;
     return ullHigh << 32 | (ullHalf - ullHigh * DECIMAL_GROUP);
 }
 
-inline std::uint64_t UnpackGroups(std::uint64_t ullPacked) {
+inline std::uint64_t JoinPair(std::uint64_t ullPacked) {
     return (ullPacked >> 32) * DECIMAL_GROUP + static_cast<std::uint32_t>(ullPacked);
+}
+
+/** The same, where groups that are out of range give some number in the range. */
+inline std::uint64_t UnpackHalf(std::uint64_t ullPacked) {
+    const std::uint64_t ullHalf = JoinPair(ullPacked);
+    if (ullHalf >= DECIMAL_HALF) [[unlikely]]
+        return DECIMAL_HALF - 1;
+    return ullHalf;
+}
+
+/** A number as base-10^18 halves. */
+struct DECIMALHALVES {
+    std::uint64_t m_ullLow;
+    std::uint64_t m_ullHigh;
+};
+
+/** Splits a number below 2^122. */
+inline DECIMALHALVES SplitHalves(UINT128 nNumber) {
+    // The top 64 bits times 2^123 / 10^18 give the upper half or one less.
+    constexpr auto ullReciprocal = static_cast<std::uint64_t>((UINT128{1} << 123) / DECIMAL_HALF);
+    const std::uint64_t ullTop =
+        static_cast<std::uint64_t>(nNumber >> 64) << 6 | static_cast<std::uint64_t>(nNumber) >> 58;
+    const auto ullHigh = static_cast<std::uint64_t>((UINT128{ullTop} * ullReciprocal) >> 65);
+    const std::uint64_t ullLow = static_cast<std::uint64_t>(nNumber) - ullHigh * DECIMAL_HALF;
+    const bool bMore = ullLow >= DECIMAL_HALF;
+    return {ullLow - (DECIMAL_HALF & MaskOf(bMore)), ullHigh + bMore};
+}
+
+inline PACKEDGROUPS PackHalves(const DECIMALHALVES& stHalves) {
+    return {PackHalf(stHalves.m_ullLow), PackHalf(stHalves.m_ullHigh)};
+}
+
+inline DECIMALHALVES UnpackHalves(const PACKEDGROUPS& stGroups) {
+    return {UnpackHalf(stGroups.m_ullLow), UnpackHalf(stGroups.m_ullHigh)};
+}
+
+/** Adds 0 or 1. Answers the digits that must be dropped for it: 1 where 36 nines became 10^36, which then is 10^35. */
+inline int RoundHalves(DECIMALHALVES& stHalves, bool bUp) {
+    stHalves.m_ullLow += bUp;
+    if (stHalves.m_ullLow != DECIMAL_HALF) [[likely]]
+        return 0;
+    stHalves = {0, stHalves.m_ullHigh + 1};
+    if (stHalves.m_ullHigh != DECIMAL_HALF) return 0;
+    stHalves.m_ullHigh /= 10;
+    return 1;
+}
+
+/** The groups as one integer below 10^36. */
+inline UINT128 JoinGroups(const PACKEDGROUPS& stGroups) {
+    return UINT128{UnpackHalf(stGroups.m_ullHigh)} * DECIMAL_HALF + UnpackHalf(stGroups.m_ullLow);
+}
+
+inline PACKEDGROUPS SplitMagnitude(UINT128 nMagnitude) {
+    return PackHalves(SplitHalves(nMagnitude));
+}
+
+/** Multiplies by 10^nDigits, from 1 digit on; false, and nothing done, if there is no room. Zero has room for 36. */
+inline bool RaiseGroups(PACKEDGROUPS& stGroups, int nDigits) {
+    if (nDigits > DECIMAL_MAX_DIGITS) return false;
+    if (nDigits > DECIMAL_HALF_DIGITS) {
+        const std::uint64_t ullHalf = UnpackHalf(stGroups.m_ullLow);
+        if (stGroups.m_ullHigh != 0 || ullHalf >= DECIMAL_POWERS64[DECIMAL_MAX_DIGITS - nDigits]) return false;
+        stGroups = {0, PackHalf(ullHalf * DECIMAL_POWERS64[nDigits - DECIMAL_HALF_DIGITS])};
+        return true;
+    }
+    const DECIMALHALVES stHalves = UnpackHalves(stGroups);
+    if (stHalves.m_ullHigh >= DECIMAL_POWERS64[DECIMAL_HALF_DIGITS - nDigits]) return false;
+    const std::uint64_t ullPower = DECIMAL_POWERS64[nDigits];
+    const DECIMALHALVES stLow = SplitHalves(UINT128{stHalves.m_ullLow} * ullPower);
+    stGroups = PackHalves({stLow.m_ullLow, stHalves.m_ullHigh * ullPower + stLow.m_ullHigh});
+    return true;
 }
 
 /** The bytes of the four groups: the record is packed, so nothing points at them as integers. */
@@ -85,31 +181,57 @@ inline BYTE* DecimalGroups(st_VARDATA* lpValue) {
     return reinterpret_cast<BYTE*>(lpValue) + offsetof(st_VARDATA, m_arDecimalData);
 }
 
-/** The groups as one integer below 10^36; groups that are out of range give some integer in that range. */
+inline PACKEDGROUPS LoadGroups(const st_VARDATA* lpValue) {
+    PACKEDGROUPS stGroups;
+    std::memcpy(&stGroups.m_ullLow, DecimalGroups(lpValue), 8);
+    std::memcpy(&stGroups.m_ullHigh, DecimalGroups(lpValue) + 8, 8);
+    return stGroups;
+}
+
 inline UINT128 LoadMagnitude(const st_VARDATA* lpValue) {
-    std::uint64_t ullLow, ullHigh;
-    std::memcpy(&ullLow, DecimalGroups(lpValue), 8);
-    std::memcpy(&ullHigh, DecimalGroups(lpValue) + 8, 8);
-    const UINT128 nMagnitude = UINT128{UnpackGroups(ullHigh)} * DECIMAL_HALF + UnpackGroups(ullLow);
-    return nMagnitude < DECIMAL_LIMIT ? nMagnitude : DECIMAL_LIMIT - 1;
+    return JoinGroups(LoadGroups(lpValue));
 }
 
-inline void StoreMagnitude(st_VARDATA* lpValue, UINT128 nMagnitude) {
-    const DECIMALHALVES stHalves = SplitHalves(nMagnitude);
-    const std::uint64_t ullLow = PackGroups(stHalves.m_ullLow);
-    const std::uint64_t ullHigh = PackGroups(stHalves.m_ullHigh);
-    std::memcpy(DecimalGroups(lpValue), &ullLow, 8);
-    std::memcpy(DecimalGroups(lpValue) + 8, &ullHigh, 8);
+/** Sign, scale, group count and precision, which lie together and are loaded and stored in one piece. */
+struct DECIMALHEAD {
+    BYTE m_bSign;
+    signed char m_bScale;
+    BYTE m_bValid;
+    BYTE m_bPrecison;
+};
+
+inline DECIMALHEAD LoadHead(const st_VARDATA* lpValue) {
+    DECIMALHEAD stHead;
+    std::memcpy(&stHead, reinterpret_cast<const BYTE*>(lpValue) + offsetof(st_VARDATA, m_bSign), sizeof(stHead));
+    return stHead;
 }
 
-/** Makes a value of its parts. Zero counts one group. */
-inline void StoreDecimal(st_VARDATA* lpValue, bool bNegative, int nScale, UINT128 nMagnitude, BYTE bPrecision = 0) {
+/** Makes a value of its parts; the count of groups is set here. */
+inline void StoreDecimal(st_VARDATA* lpValue, DECIMALHEAD stHead, const PACKEDGROUPS& stGroups) {
     lpValue->m_vt = VT_DECIMAL;
-    lpValue->m_bSign = bNegative;
-    lpValue->m_bScale = static_cast<signed char>(nScale);
-    lpValue->m_bValid = static_cast<BYTE>(CountGroups(nMagnitude));
-    lpValue->m_bPrecison = bPrecision;
-    StoreMagnitude(lpValue, nMagnitude);
+    stHead.m_bValid = static_cast<BYTE>(CountGroups(stGroups));
+    std::memcpy(reinterpret_cast<BYTE*>(lpValue) + offsetof(st_VARDATA, m_bSign), &stHead, sizeof(stHead));
+    std::memcpy(DecimalGroups(lpValue), &stGroups.m_ullLow, 8);
+    std::memcpy(DecimalGroups(lpValue) + 8, &stGroups.m_ullHigh, 8);
+}
+
+inline void StoreDecimal(st_VARDATA* lpValue, bool bNegative, int nScale, const PACKEDGROUPS& stGroups,
+                         BYTE bPrecision = 0) {
+    StoreDecimal(lpValue, {bNegative, static_cast<signed char>(nScale), 0, bPrecision}, stGroups);
+}
+
+inline void StoreDecimal(st_VARDATA* lpValue, bool bNegative, int nScale, UINT128 nMagnitude, BYTE bPrecision = 0) {
+    StoreDecimal(lpValue, bNegative, nScale, SplitMagnitude(nMagnitude), bPrecision);
+}
+
+inline void StoreZero(st_VARDATA* lpValue, BYTE bPrecision) {
+    StoreDecimal(lpValue, false, 0, PACKEDGROUPS{0, 0}, bPrecision);
+}
+
+/** What is left of a sum or product whose scale can't be held: a zero without digits. */
+inline void StoreLostScale(st_VARDATA* lpValue) {
+    StoreZero(lpValue, 0);
+    lpValue->m_bValid = 0;
 }
 
 /** NULL, with no digits left for whoever reads on. */
@@ -119,12 +241,17 @@ inline void StoreNull(st_VARDATA* lpValue) {
     lpValue->m_vt = VT_NULL;
 }
 
+/** Copies the side flags in front of the number face. */
+inline void CopyFlags(st_VARDATA* lpTarget, const st_VARDATA* lpSource) {
+    std::memmove(static_cast<void*>(lpTarget), lpSource, offsetof(st_VARDATA, m_bSign));
+}
+
 /** Copies the value; the counter of an aggregate stays. */
 inline void CopyDecimal(st_VARDATA* lpTarget, const st_VARDATA* lpSource) {
     std::memmove(static_cast<void*>(lpTarget), lpSource, offsetof(st_VARDATA, m_nDataCount));
 }
 
-/** A product of two magnitudes. */
+/** A product of two 128-bit numbers. */
 struct UINT256 {
     UINT128 m_nHigh;
     UINT128 m_nLow;
@@ -151,13 +278,13 @@ struct DECIMALRECIPROCAL {
 };
 
 inline constexpr auto DECIMAL_RECIPROCALS = [] {
-    std::array<DECIMALRECIPROCAL, 39> arReciprocals{};
-    for (std::size_t i = 0; i < arReciprocals.size(); ++i) {
+    std::array<DECIMALRECIPROCAL, DECIMAL_MAX_DIGITS + 1> arReciprocals{};
+    for (std::size_t i = 1; i < arReciprocals.size(); ++i) {
         const UINT128 nPower = DECIMAL_POWERS[i];
         int nBits = 0;
         while (nBits < 128 && nPower >> nBits != 0)
             ++nBits;
-        // Long division of 2^(127 + bits), bit by bit; 10^0 gives all ones for want of a 129th bit.
+        // Long division of 2^(127 + bits), bit by bit.
         UINT128 nRemainder = UINT128{1} << (nBits - 1), nQuotient = 0;
         for (int nBit = 0; nBit < 128; ++nBit) {
             const bool bCarry = nRemainder >> 127 != 0;
@@ -168,7 +295,7 @@ inline constexpr auto DECIMAL_RECIPROCALS = [] {
                 nQuotient |= 1;
             }
         }
-        arReciprocals[i] = {i == 0 ? ~UINT128{0} : nQuotient, nBits};
+        arReciprocals[i] = {nQuotient, nBits};
     }
     return arReciprocals;
 }();
@@ -179,7 +306,7 @@ struct DECIMALQUOTIENT {
     bool m_bHalf;
 };
 
-/** Any 128-bit number / 10^nDigits, 1 to 38 digits. */
+/** Any 128-bit number / 10^nDigits, 1 to 36 digits. */
 inline DECIMALQUOTIENT DividePower(UINT128 nNumber, int nDigits) {
     const DECIMALRECIPROCAL& stReciprocal = DECIMAL_RECIPROCALS[nDigits];
     const UINT128 nPower = DECIMAL_POWERS[nDigits];
@@ -201,5 +328,13 @@ inline UINT128 DropDigits(UINT128 nMagnitude, int nDigits, bool bRound) {
     return stQuotient.m_nQuotient + (bRound && stQuotient.m_bHalf);
 }
 
-/** Writes the digits of N without leading zeros and without a terminator; answers how many, at least 1, at most 36. */
-int WriteDecimalDigits(const st_VARDATA* lpValue, char* lpszText);
+/** The 36 digits of a magnitude, followed by bytes that may be copied along, or be written. */
+struct DIGITTEXT {
+    char m_szText[2 * DECIMAL_MAX_DIGITS + 8];
+    /** Digits without leading zeros, at least 1. */
+    int m_nDigits;
+
+    explicit DIGITTEXT(const PACKEDGROUPS& stGroups);
+    /** The first of them. */
+    [[nodiscard]] const char* Digits() const { return m_szText + DECIMAL_MAX_DIGITS - m_nDigits; }
+};

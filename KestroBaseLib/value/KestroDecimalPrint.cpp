@@ -3,55 +3,43 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "DigitPairs.h"
 #include "KestroDecimalMagnitude.h"
 
 namespace {
 
-/** "00" to "99". */
-constexpr auto DIGIT_PAIRS = [] {
-    std::array<char, 200> arPairs{};
-    for (int i = 0; i < 100; ++i) {
-        arPairs[2 * i] = static_cast<char>('0' + i / 10);
-        arPairs[2 * i + 1] = static_cast<char>('0' + i % 10);
-    }
-    return arPairs;
-}();
-
 void WritePair(char* lpszText, std::uint32_t uPair) {
-    std::memcpy(lpszText, DIGIT_PAIRS.data() + 2 * uPair, 2);
+    std::memcpy(lpszText, kestro_int_c[uPair].data(), 2);
 }
 
-/** Writes the nine digits of a group. */
-void WriteGroup(char* lpszText, std::uint32_t uGroup) {
-    const std::uint32_t uHigh = uGroup / 10'000;
-    const std::uint32_t uLow = uGroup - uHigh * 10'000;
-    const std::uint32_t uTop = uHigh / 10'000;
-    const std::uint32_t uMiddle = uHigh - uTop * 10'000;
-    lpszText[0] = static_cast<char>('0' + uTop);
-    WritePair(lpszText + 1, uMiddle / 100);
-    WritePair(lpszText + 3, uMiddle % 100);
-    WritePair(lpszText + 5, uLow / 100);
-    WritePair(lpszText + 7, uLow % 100);
+/** Writes the 18 digits of two groups. */
+void WriteHalf(char* lpszText, std::uint64_t ullPacked) {
+    for (const std::uint64_t ullGroup : {ullPacked >> 32, ullPacked & 0xFFFFFFFF}) {
+        // A group that is out of range is cut, so that what is printed are digits.
+        const std::uint32_t uGroup = std::min(static_cast<std::uint32_t>(ullGroup), DECIMAL_GROUP - 1);
+        const std::uint32_t uHigh = uGroup / 10'000;
+        const std::uint32_t uLow = uGroup - uHigh * 10'000;
+        const std::uint32_t uTop = uHigh / 10'000;
+        const std::uint32_t uMiddle = uHigh - uTop * 10'000;
+        lpszText[0] = static_cast<char>('0' + uTop);
+        WritePair(lpszText + 1, uMiddle / 100);
+        WritePair(lpszText + 3, uMiddle % 100);
+        WritePair(lpszText + 5, uLow / 100);
+        WritePair(lpszText + 7, uLow % 100);
+        lpszText += DECIMAL_GROUP_DIGITS;
+    }
 }
 
 } // namespace
 
-int WriteDecimalDigits(const st_VARDATA* lpValue, char* lpszText) {
-    std::uint32_t arGroups[4];
-    std::memcpy(arGroups, DecimalGroups(lpValue), sizeof(arGroups));
-    for (std::uint32_t& uGroup : arGroups)
-        uGroup = uGroup < DECIMAL_GROUP ? uGroup : DECIMAL_GROUP - 1;
-    int nTop = 3;
-    while (nTop > 0 && arGroups[nTop] == 0)
-        --nTop;
-    char szTop[DECIMAL_GROUP_DIGITS];
-    WriteGroup(szTop, arGroups[nTop]);
-    const int nLead = DECIMAL_GROUP_DIGITS - std::max(CountDigits(arGroups[nTop]), 1);
-    std::memcpy(lpszText, szTop + nLead, static_cast<std::size_t>(DECIMAL_GROUP_DIGITS - nLead));
-    int nLen = DECIMAL_GROUP_DIGITS - nLead;
-    for (; nTop-- > 0; nLen += DECIMAL_GROUP_DIGITS)
-        WriteGroup(lpszText + nLen, arGroups[nTop]);
-    return nLen;
+DIGITTEXT::DIGITTEXT(const PACKEDGROUPS& stGroups) {
+    std::memset(m_szText + DECIMAL_MAX_DIGITS, 0, sizeof(m_szText) - DECIMAL_MAX_DIGITS);
+    WriteHalf(m_szText + DECIMAL_HALF_DIGITS, stGroups.m_ullLow);
+    if (stGroups.m_ullHigh)
+        WriteHalf(m_szText, stGroups.m_ullHigh);
+    else
+        std::memset(m_szText, '0', DECIMAL_HALF_DIGITS);
+    m_nDigits = std::max(CountDigits(JoinGroups(stGroups)), 1);
 }
 
 namespace {
@@ -77,33 +65,33 @@ int PrintZero(int nScale, char* lpszText) {
     return nLen;
 }
 
-/** Prints all digits at the value's scale. */
+/** Prints all digits at the value's scale. Runs of digits are copied in one fixed length, the rest is overwritten. */
 int PrintPlain(const st_VARDATA* lpValue, char* lpszText) {
+    const PACKEDGROUPS stGroups = LoadGroups(lpValue);
     const int nScale = lpValue->m_bScale;
-    char szDigits[DECIMAL_MAX_DIGITS];
-    const int nDigits = WriteDecimalDigits(lpValue, szDigits);
-    if (szDigits[0] == '0') return PrintZero(nScale, lpszText);
+    if (stGroups.IsZero()) return PrintZero(nScale, lpszText);
+    const DIGITTEXT stText(stGroups);
     char* lpszNext = lpszText;
-    const auto Append = [&lpszNext](const char* lpszPart, int nLen) {
-        std::memcpy(lpszNext, lpszPart, static_cast<std::size_t>(nLen));
-        lpszNext += nLen;
-    };
-    const auto AppendZeros = [&lpszNext](int nLen) {
-        std::memset(lpszNext, '0', static_cast<std::size_t>(nLen));
-        lpszNext += nLen;
-    };
-    if (lpValue->m_bSign) *lpszNext++ = '-';
-    if (nScale <= 0) {
-        Append(szDigits, nDigits);
-        AppendZeros(-nScale);
-    } else if (nDigits > nScale) {
-        Append(szDigits, nDigits - nScale);
-        *lpszNext++ = '.';
-        Append(szDigits + nDigits - nScale, nScale);
+    *lpszNext = '-';
+    lpszNext += lpValue->m_bSign != 0;
+    if (nScale >= stText.m_nDigits) {
+        std::memcpy(lpszNext, "0.", 2);
+        std::memset(lpszNext + 2, '0', static_cast<std::size_t>(nScale - stText.m_nDigits));
+        lpszNext += 2 + nScale - stText.m_nDigits;
+        std::memcpy(lpszNext, stText.Digits(), DECIMAL_MAX_DIGITS);
+        lpszNext += stText.m_nDigits;
     } else {
-        Append("0.", 2);
-        AppendZeros(nScale - nDigits);
-        Append(szDigits, nDigits);
+        std::memcpy(lpszNext, stText.Digits(), DECIMAL_MAX_DIGITS);
+        lpszNext += stText.m_nDigits;
+        if (nScale > 0) {
+            const char* lpszFraction = stText.Digits() + stText.m_nDigits - nScale;
+            lpszNext[-nScale] = '.';
+            std::memcpy(lpszNext - nScale + 1, lpszFraction, DECIMAL_MAX_DIGITS);
+            ++lpszNext;
+        } else {
+            std::memset(lpszNext, '0', static_cast<std::size_t>(-nScale));
+            lpszNext -= nScale;
+        }
     }
     *lpszNext = 0;
     return static_cast<int>(lpszNext - lpszText);

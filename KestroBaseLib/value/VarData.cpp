@@ -78,42 +78,6 @@ void st_VARDATA::SetData(const char* lpszText, int nLen, unsigned char bCharset)
     m_bCharset = bCharset;
 }
 
-/** Sign, scale and precision of what the value held before go, so that no integer passes for an ENUM. */
-void st_VARDATA::BecomeNumber(unsigned char bType, long long llValue) {
-    ReleaseOwned();
-    std::memset(&m_bPercentSym, 0, 4);
-    m_vt = bType;
-    m_llValue = llValue;
-}
-
-void st_VARDATA::SetData(int nValue) {
-    BecomeNumber(VT_INT, nValue);
-}
-
-void st_VARDATA::SetData(long long llValue) {
-    BecomeNumber(VT_BIGINT, llValue);
-}
-
-void st_VARDATA::SetData(unsigned long long ullValue) {
-    BecomeNumber(VT_BIGINT, static_cast<long long>(ullValue));
-    m_bSign = 255;
-}
-
-void st_VARDATA::SetData(double dblValue, unsigned char bType) {
-    BecomeNumber(bType, 0);
-    m_dblValue = dblValue;
-}
-
-void st_VARDATA::SetData(const KESTRODATE& stDate) {
-    BecomeNumber(VT_DATE, 0);
-    m_stDate = stDate;
-}
-
-void st_VARDATA::SetData(const KESTROTIME& stTime) {
-    BecomeNumber(VT_TIME, 0);
-    m_stTime = stTime;
-}
-
 int st_VARDATA::IsTrue() const {
     switch (m_vt) {
         case VT_INT:

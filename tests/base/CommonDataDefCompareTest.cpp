@@ -55,7 +55,8 @@ TEST(CommonDataDefCompareTest, ZeroBytesNullsAndLengths) {
     EXPECT_EQ(CompareNoCase("abc", "ABD"), 1);
     EXPECT_EQ(CompareNoCase("abc", "ab"), -'C');
     EXPECT_EQ(CompareNoCase(nullptr, nullptr), 0);
-    EXPECT_EQ(CompareNoCase(nullptr, "1"), '1');
+    EXPECT_EQ(CompareNoCase(nullptr, "a"), 'a');
+    EXPECT_EQ(CompareNoCase("\xE1", nullptr), 0x1F);
     EXPECT_EQ(KestroCompare("ab\0\0", 4, "AB", 2, false), 0);
     EXPECT_EQ(KestroCompare("abcX", 3, "abcY", 3, true), 0);
     EXPECT_LT(KestroCompare("ab", 2, "ABC", 3, false), 0);

@@ -100,7 +100,7 @@ TEST(CommonDataDefTextTest, SearchAndReplacementAgreeWithTheLibrary) {
 // Text and escape ("none" for a missing one); result with the bytes 1 and 2 for the wildcards, and the percent flag.
 TEST(CommonDataDefTextTest, LikePatterns) {
     CheckRows({"a%b_|none=>a\1b\2|1", "a\\%b\\_|none=>a%b_|0", "\\\\%|none=>\\\1|1", "\\a\\|none=>\\a\\|0",
-               "a!%!_%|!=>a%_\1|1", "a\\%|!=>a\\\1|1", "!!_!|!=>!\2!|0", "a\\%|=>a\\\1|1", "x<>%<|<>=>x%<|0",
+               "a!%!_%|!=>a%_\1|1", "a\\%|!=>a\\\1|1", "!!_!|!=>!\2!|0", "a\\%|=>a\\\1|1", "x<><>y<>%<|<>=>x<>y%<|0",
                "%%_|%=>%\2|0", "|none=>|0"},
               [](const auto& arText) {
                   const std::string strEscape(arText[1].View());

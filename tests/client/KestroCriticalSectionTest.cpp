@@ -17,41 +17,26 @@ struct MUTEX {
     }
 };
 
-TEST(KestroCriticalSectionTest, LocksItsScopeAndEntersTheRecord) {
-    MUTEX stFirst, stSecond, stThird;
-    KESTROCRITICALSECTION stRecord{};
-    {
-        CKestroCriticalSectionPtr csFirst(&stFirst.m_stMutex, &stRecord);
-        CKestroCriticalSectionPtr csSecond(&stSecond.m_stMutex, &stRecord);
-        CKestroCriticalSectionPtr csNoRecord(&stThird.m_stMutex, nullptr);
-        EXPECT_TRUE(stFirst.Held() && stSecond.Held() && stThird.Held());
-        EXPECT_EQ(stRecord.m_nCount, 2u);
-        EXPECT_EQ(stRecord.m_arMutex[1], &stSecond.m_stMutex);
-        csSecond.UnLock();
-        csSecond.UnLock();
-        EXPECT_FALSE(stSecond.Held());
-        EXPECT_EQ(stRecord.m_nCount, 1u);
-        EXPECT_EQ(stRecord.m_arMutex[1], nullptr);
-    }
-    EXPECT_FALSE(stFirst.Held() || stThird.Held());
-    EXPECT_EQ(stRecord.m_nCount, 0u);
-    CCriticalSectionPtr csPlain(&stFirst.m_stMutex);
-    EXPECT_TRUE(stFirst.Held());
-    csPlain.UnLock();
-    EXPECT_FALSE(stFirst.Held());
-}
-
-TEST(KestroCriticalSectionTest, FullRecordIsIgnored) {
+TEST(KestroCriticalSectionTest, LocksItsScopeAndEntersARecordWithRoom) {
     std::deque<MUTEX> arMutex(CRITICALSECTION_MAX + 1);
     std::deque<CKestroCriticalSectionPtr> arLock;
     KESTROCRITICALSECTION stRecord{};
     for (MUTEX& stMutex : arMutex)
         arLock.emplace_back(&stMutex.m_stMutex, &stRecord);
-    EXPECT_TRUE(arMutex.back().Held());
-    EXPECT_EQ(stRecord.m_nCount, CRITICALSECTION_MAX);
-    arLock.pop_back();
-    EXPECT_FALSE(arMutex.back().Held());
-    EXPECT_EQ(stRecord.m_nCount, CRITICALSECTION_MAX);
+    for (UINT i = CRITICALSECTION_MAX + 1; i-- > 0; arLock.pop_back()) {
+        EXPECT_TRUE(arMutex[i].Held());
+        EXPECT_TRUE(i == CRITICALSECTION_MAX || stRecord.m_arMutex[i] == &arMutex[i].m_stMutex);
+        arLock.back().UnLock();
+        EXPECT_FALSE(arMutex[i].Held());
+        EXPECT_EQ(stRecord.m_nCount, i);
+        EXPECT_TRUE(i == CRITICALSECTION_MAX || !stRecord.m_arMutex[i]);
+    }
+    {
+        CKestroCriticalSectionPtr csNoRecord(&arMutex[0].m_stMutex, nullptr);
+        CCriticalSectionPtr csPlain(&arMutex[1].m_stMutex);
+        EXPECT_TRUE(arMutex[0].Held() && arMutex[1].Held());
+    }
+    EXPECT_FALSE(arMutex[0].Held() || arMutex[1].Held());
 }
 
 // Locks whose destructors never run, the first of them given back before the second.

@@ -241,6 +241,9 @@ TEST(KestroDateText, ThePartsTakeSevenGroupsOfEightDigits) {
     for (int i = 0; i < 7; ++i)
         EXPECT_EQ(ERR_OK, stDate.Push(L"12345678", 8));
     EXPECT_EQ(ERR_DATE_FORMAT, stDate.Push("1", 1));
+    stDate.m_nDataIndex = -1;
+    EXPECT_EQ(ERR_DATE_FORMAT, stDate.Push("1", 1));
+    stDate.m_nDataIndex = 7;
     EXPECT_EQ(0, std::memcmp(stDate.m_arData[6], "12345678\0\0\0\0\0\0\0", 16));
     EXPECT_EQ(ERR_DATE_DATA, stDate.CheckValidTime(false));
     // Only parts that are there count: an hour of 25 is none when hours aren't asked for.

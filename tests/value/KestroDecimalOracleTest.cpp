@@ -284,6 +284,40 @@ TEST(KestroDecimalOracle, TextsAndImagesComeBack) {
     }
 }
 
+TEST(KestroDecimalOracle, ColumnsTakeWhatFits) {
+    CSource stSource(8);
+    for (int i = 0; i < ROUNDS; ++i) {
+        const NUMBER stNumber = stSource.Next();
+        const int nPrecision = 1 + stSource.Below(36), nScale = stSource.Below(12);
+        st_VARDATA stValue = stNumber.Record(), stLoaded;
+        const int nCode = CKestroDecimal::VerificationData(&stValue, static_cast<unsigned char>(nPrecision),
+                                                           static_cast<char>(nScale));
+        if (nCode != 0) continue;
+        if (nScale > 0) {
+            ASSERT_TRUE(Same(stValue, stNumber.At(nScale).Record())) << stNumber.Scientific();
+        }
+        unsigned char arImage[DECIMAL_BIN_SIZE];
+        int nLen = 0;
+        ASSERT_EQ(CKestroDecimal::FormatBin(&stValue, nPrecision, DECIMAL_SCALE_KEEP, arImage, nLen), 0);
+        ASSERT_EQ(nLen, CKestroDecimal::CalcBinLen(nPrecision));
+        ASSERT_EQ(CKestroDecimal::LoadBin(arImage, nLen, &stLoaded), 0);
+        stLoaded.m_bPrecison = stValue.m_bPrecison;
+        ASSERT_TRUE(Same(stLoaded, stValue)) << stNumber.Scientific();
+    }
+}
+
+TEST(KestroDecimalOracle, HashesDontSeeZerosAtTheEnd) {
+    CSource stSource(9);
+    for (int i = 0; i < ROUNDS; ++i) {
+        const NUMBER stNumber = stSource.Next();
+        const int nMore = 1 + stSource.Below(20);
+        if (stNumber.Digits() + nMore > 36 || stNumber.m_nScale + nMore > 127) continue;
+        const st_VARDATA stValue = stNumber.Record(), stLonger = stNumber.At(stNumber.m_nScale + nMore).Record();
+        ASSERT_EQ(CKestroDecimal::CalcHashFactor(&stValue), CKestroDecimal::CalcHashFactor(&stLonger))
+            << stNumber.Scientific() << " " << nMore;
+    }
+}
+
 } // namespace
 
 #endif

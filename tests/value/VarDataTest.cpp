@@ -288,7 +288,9 @@ TEST(VarData, MembersAreFoundWithoutRegardToCase) {
     EXPECT_EQ(1, nIndex);
     EXPECT_EQ(-1, stField.GetEnumIndex("blue", nIndex));
     EXPECT_EQ(0, nIndex);
+    stField.m_lpDefaultExp = new BYTE[stField.m_lpDefaultExpLen = 3];
     stField.Free();
+    EXPECT_TRUE(!stField.m_lpDefaultExp && stField.m_lpDefaultExpLen == 0);
     EXPECT_EQ(-1, stField.GetEnumIndex("red", nIndex));
 }
 
