@@ -342,7 +342,7 @@ constexpr int GetDecimalScale(BYTE bFlags) {
 // ---- Planning (CommonDataDefPlanner.cpp)
 
 /** A set of objects of one query. Objects 64 apart share a bit. */
-using relbitmap = unsigned long long;
+using relbitmap = std::uint64_t;
 
 constexpr bool BmsOverlap(relbitmap nFirst, relbitmap nSecond) {
     return (nFirst & nSecond) != 0;

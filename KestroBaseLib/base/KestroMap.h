@@ -22,8 +22,8 @@ struct stu_MapString_BaseData {
 };
 
 /**
- * From texts to numbers. The first 64 entries lie in the object. A key of more than 63 bytes is stored cut, so neither
- * it nor what is left of it is found again; an empty key looks like a blank node and isn't found either.
+ * From texts to numbers. The first 64 entries lie in the object. A key of more than 63 bytes is stored cut and isn't
+ * found again by its whole text; an empty key looks like a blank node and isn't found either.
  */
 class CKestroMapString {
 public:

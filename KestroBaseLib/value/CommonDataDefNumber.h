@@ -24,3 +24,7 @@
  * empty text for any other base or a buffer of `nSize` bytes that is too small.
  */
 int ConvDecimalToSpecifiedString(unsigned long long ullValue, int nBase, char* lpszText, int nSize);
+/** The way back of `ConvertBitToNumber`: zeros and ones, in the same manner. */
+inline int ConvertBitToString(unsigned long long ullValue, char* lpszText, int nSize) {
+    return ConvDecimalToSpecifiedString(ullValue, 2, lpszText, nSize);
+}

@@ -404,7 +404,7 @@ TEST(CommonDataDefNumber, WritesAndReadsInABase) {
         EXPECT_EQ(szText, arFields[2]);
         EXPECT_EQ(ConvSpecifiedStringToDecimal(szText, nBase), ull);
     }
-    EXPECT_EQ(ConvDecimalToSpecifiedString(ULLONG_MAX, 2, szText, 65), 64);
+    EXPECT_EQ(ConvertBitToString(ULLONG_MAX, szText, 65), 64);
     EXPECT_EQ(ConvertBitToNumber(szText), ULLONG_MAX);
     EXPECT_EQ(ConvertBitToNumber("1012"), 5U);
     EXPECT_EQ(ConvDecimalToSpecifiedString(ULLONG_MAX, 2, szText, 64), 0);
