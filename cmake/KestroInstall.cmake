@@ -16,11 +16,7 @@ install(EXPORT KestroTargets NAMESPACE Kestro:: DESTINATION ${CMAKE_INSTALL_LIBD
 foreach(FOLDER Include KestroBaseLib/base KestroBaseLib/value KestroBaseLib/config KestroBaseLib/plan
     KestroBaseLib/sql client)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${FOLDER}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestro
-<<<<<<< HEAD
-    FILES_MATCHING PATTERN "*.h" PATTERN "PlanFieldRows*.inc")
-=======
-    FILES_MATCHING PATTERN "*.h" PATTERN "KestroKeywordTable.inc")
->>>>>>> main
+    FILES_MATCHING PATTERN "*.h" PATTERN "KestroKeywordTable.inc" PATTERN "PlanFieldRows*.inc")
 endforeach()
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/KestroConfig.cmake.in
