@@ -419,7 +419,8 @@ struct KESTRO_PACKED st_VARDATA {
 
     /**
      * Cuts the places behind the given one without rounding; a place below 0 makes digits in front of the point zero.
-     * Answers the width of the number, 0 for a type that it leaves alone, 1501 if the place is no integer.
+     * An INT keeps its digits. Answers the width of the number, 0 for a value that is none and is left alone, 1501 if
+     * the place is no integer.
      */
     [[nodiscard]] int Trunc(const st_VARDATA& stPlaces);
     /**

@@ -82,9 +82,12 @@ int st_VARDATA::Trunc(const st_VARDATA& stPlaces) {
             if (CKestroDecimal::Zoom(this, &stCut, cScale, 0) == ERR_OK) TakeResult(*this, stCut);
             return GetDataLen();
         }
-        default:
-            // All other types keep their digits, an INT too. Intended.
+        case VT_INT:
+            // An INT keeps all its digits. Intended.
             return GetDataLen();
+        default:
+            // No width: a text's might be taken for the code above.
+            return 0;
     }
 }
 

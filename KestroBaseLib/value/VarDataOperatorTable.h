@@ -39,8 +39,8 @@ constexpr PAIRRULE NO = PR_NULL, LONG = PR_BIGINT, INT = PR_INT, GROW = PR_GROWI
 
 // clang-format off
 
-// A numeric literal (VT_HEXSTR) and text that is a number have no rows of their own: they are BIGINT or DOUBLE, beside a
-// decimal DECIMAL. Two texts that look like dates have no cells: the second stands as a value.
+// A numeric literal (VT_HEXSTR) and text that is a number have no rows of their own: they are BIGINT or DOUBLE, beside
+// a decimal DECIMAL. Two texts that look like dates have no cells: the second stands as a value.
 
 constexpr PAIRTABLE ADD = {{
     //               INT    BIGINT DOUBLE DTTIME DECIM. DATE   TIME   "date" "time" both

@@ -41,8 +41,9 @@ TEST(VarDataCompare, OutcomesOfPairs) {
             int:10 = txt:10.0; big:100 = txt:1e2; int:1 < txt:1.5; int:1 < txt:30000000000; dbl:0.5 = txt:0.50
             dec:2.5 = txt:2.50; dec:2.5 < txt:two; int:65 < bytes:A; txt:ABC = txt:abc; txt:ab < txt:abc
             txt:b > txt:ABC; date:2024-01-31 < date:2024-02-01; date:2024-12-01 < date:2025-01-01
-            date:2024-01-31 < dt:45322.5; date:2024-01-31 = txt:2024-01-31; date:2024-01-31 > txt:20240130; date:2024-01-31 < txt:2024-01-31_10:00:00
-            date:2024-01-31 . txt:no_date; date:2024-01-31 = int:45322; date:2024-01-31 < dec:45322.5
+            date:2024-01-31 < dt:45322.5; date:2024-01-31 = txt:2024-01-31; date:2024-01-31 > txt:20240130
+            date:2024-01-31 < txt:2024-01-31_10:00:00; date:2024-01-31 . txt:no_date
+            date:2024-01-31 = int:45322; date:2024-01-31 < dec:45322.5
             dt:45322.5 = txt:2024-01-31_12:00:00; dt:45322.5 > txt:20240131115959; dt:45322.5 = dbl:45322.5
             time:0d_10:00:00 > time:0d_09:59:59; time:-128d_00:30:00 < time:0d_00:00:00
             time:-128d_01:00:00 < time:-128d_00:30:00; time:-2d_01:00:00 < time:-2d_00:00:00

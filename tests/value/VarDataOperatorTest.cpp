@@ -293,7 +293,7 @@ TEST(VarDataOperator, FunctionsOnOneNumber) {
             -19 big:9223372036854775807 8 big:0; -9223372036854775808 big:7 8 big:0; -2 int:1234 4 int:1234
             2 dbl:-1234.567 8 dbl:-1234.56; 0 dbl:0.29e2 8 dbl:29; -2 dbl:-1234.567 8 dbl:-1200
             -4 dbl:-1234.567 8 dbl:-0; -99 dbl:1234.5 8 dbl:0; 7 dbl:1.23456789 8 dbl:1.23456789
-            1 dec:-1.29 3 dec:-1.2; -1 dec:129.9 3 dec:120; 100 dec:1.29 3 dec:1.29)")) {
+            1 dec:-1.29 3 dec:-1.2; -1 dec:129.9 3 dec:120; 100 dec:1.29 3 dec:1.29; 1 txt:1.29 0 txt:1.29)")) {
         WordValue stValue(st[1]);
         const int nResult = st[0] == "abs"     ? stValue->Abs(&stPool)
                             : st[0] == "floor" ? stValue->Floor(&stPool)
