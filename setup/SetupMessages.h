@@ -13,9 +13,9 @@ inline constexpr MESSAGE MSG_RUN_DONE{"创建数据库服务成功！安装程�
                                       "Create database service successfully! Setup Exit...\n"};
 
 // Start-up and the command line.
-inline constexpr MESSAGE MSG_PATH_UNUSABLE{
-    "无法确定安装目录，程序路径过长或没有上级目录：%s\n",
-    "The installation directory cannot be determined, the program path is too long or has no parent directory: %s\n"};
+inline constexpr MESSAGE MSG_PATH_UNUSABLE{"无法确定安装目录，程序路径无法读取、过长或没有上级目录：%s\n",
+                                           "The installation directory cannot be determined, the program path is "
+                                           "unreadable, too long or has no parent directory: %s\n"};
 inline constexpr MESSAGE MSG_UNKNOWN_PARAMETER{"未知参数：%s\n", "Unknown parameter：%s\n"};
 inline constexpr MESSAGE MSG_VALUE_TOO_LONG{"参数值过长，最多%d字节，参数：%s\n",
                                             "Parameter value is too long, at most %d bytes, parameter: %s\n"};
