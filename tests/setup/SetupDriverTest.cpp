@@ -179,7 +179,7 @@ struct CREATIONROW {
 const CREATIONROW g_stCreations[] = {
     {"-type 1 -ip 0 -systemfile 5 -logs 3", 5, "0.0.0.0", "", "localhost"},
     {"-ip 0.0.0.0 -TYPE 1 -systemfile 4x -logs 64 -vip junk -cachesize", 4, "0.0.0.0", "junk", "localhost"},
-    {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict 0 -datafile 7 -vip 10.1.2.3", 4, "0.0.0.0", "10.1.2.3", "%"},
+    {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict 0 -cachesize 7 -vip 10.1.2.3", 4, "0.0.0.0", "10.1.2.3", "%"},
     {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict no", 4, "0.0.0.0", "", "localhost"},
     {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict 4294967296", 4, "0.0.0.0", "", "localhost"},
     {"-type 1 -ip $IP -systemfile 4 -logs 4 -ip", 4, "$IP", "", "localhost"},
@@ -209,6 +209,8 @@ TEST(SetupDriver, CreatesTheSystemFile) {
         const std::string strListen = stInstallation.Fill(stRow.m_lpszListenIP);
         const std::string strCluster = strListen == "0.0.0.0" ? "0" : "1";
         EXPECT_NE(strConfig.find("\nlistenip=" + strListen + "\n"), strConfig.npos) << strConfig;
+        const bool bCache = std::string_view(stRow.m_lpszArguments).find("-cachesize 7") != std::string_view::npos;
+        EXPECT_NE(strConfig.find(bCache ? "\nbuffercachesize=7\n" : "\nbuffercachesize=0\n"), strConfig.npos);
         EXPECT_TRUE(strConfig.ends_with(
             "[Config]\ncluster=" + strCluster + "\nclusterlocalip=" + strListen + "\nclusterhostip=" + strListen +
             "\nclusternode=0\nclustervip=" + stRow.m_lpszVirtualIP + "\nclusteriplist=\nclusterconnectpools=32"))
@@ -222,6 +224,11 @@ TEST(SetupDriver, StopsAtWhatIsThereAndSaysWhatItCannotWrite) {
     if (HasMuchMemory()) {
         EXPECT_TRUE(stInstallation.Run("-type 1 -ip 0 -systemfile 2048 -logs 4")
                         .ends_with("Failed to create database service system file, error code: 11\n" + FAILED[0]));
+        // A run with its output closed doesn't write what it has to say into that file.
+        std::filesystem::remove_all(stInstallation.Fill("$BASE/Data/Kestro"));
+        RunProgram(
+            {"/bin/sh", "-c", "exec \"$0\" -type 1 -ip 0 -systemfile 2048 -logs 4 >&-", stInstallation.Program()});
+        EXPECT_TRUE(std::filesystem::exists(stInstallation.SystemFile()));
         EXPECT_EQ(ReadFile(stInstallation.SystemFile()), "");
     } else {
         std::filesystem::create_directory(stInstallation.Fill("$BASE/Data/Kestro"));
