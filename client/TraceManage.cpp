@@ -16,6 +16,7 @@
 #include <ctime>
 #include <new>
 
+#include "KestroKeywordParse.h"
 #include "Language.h"
 #include "LanguageSetting.h"
 #include "LinuxCommonAPI.h"
@@ -145,12 +146,15 @@ void Trace0(const char* lpszFunction, int nLevel, int nCode, const char* lpszTex
 void InitTraceSystem() {
     InitLanguageSetting(0);
     Trace0("InitTraceSystem", 0, TRACE_CODE_OWN, "客户端组件初始化！");
+    // Made here, so that the first statement doesn't pay for it; without memory that one tries again.
+    static_cast<void>(CKestroKeywordParse::instance());
 }
 
 void ExitTraceSystem() {
     // The name is that of the start. Intended.
     Trace0("InitTraceSystem", 0, TRACE_CODE_OWN, "客户端组件析构！");
     CTraceManage::DestoryInstance();
+    CKestroKeywordParse::DestoryInstance();
 }
 
 CTraceManage::CTraceManage(int bDirectWrite) : m_pLogPath(CreateLogPath()), m_bDirectWrite(bDirectWrite) {

@@ -35,7 +35,10 @@ void Trace0(const char* lpszFunction, int nLevel, int nCode, const char* lpszTex
 /** Chooses the language and logs the start; a client calls it once, before it uses the library or starts a thread. */
 void InitTraceSystem();
 
-/** Logs the end and stops the trace log; all lines queued so far reach the disk. No other thread may log meanwhile. */
+/**
+ * Logs the end, stops the trace log and frees the keyword table; all lines queued so far reach the disk. No other
+ * thread may use the library meanwhile.
+ */
 void ExitTraceSystem();
 
 struct TRACENODE {
