@@ -12,6 +12,7 @@ struct CProbe : CBaseBson {
     using CBaseBson::m_bChangeSection;
     using CBaseBson::m_lpBsonSectionArray;
     using CBaseBson::m_nBsonSectionNum;
+    using CBaseBson::m_nExecutePlanDataSize;
     using CBaseBson::m_pMasterBson;
 
     const BUFFERSECTIONHEAD& Head(USHORT nNo) { return *reinterpret_cast<BUFFERSECTIONHEAD*>(GetBufferSection(nNo)); }
@@ -200,7 +201,11 @@ TEST(BaseBsonSection, PutsSectionsIntoTheTopmostMaster) {
     EXPECT_EQ(stBson.GetBufferSection(0), nullptr);
     LPBYTE lpPiece = nullptr;
     EXPECT_EQ(stBson.AllocFromBufferSection(0xFFFFFFFF, nID, lpPiece), ERR_MEMORY);
+    // The plan's size ends with its 32 bits.
+    stTop.m_nExecutePlanDataSize = UINT_MAX - 16 - 47;
+    EXPECT_EQ(stBson.AllocRecord(lpRecord, nID), ERR_MEMORY);
     EXPECT_EQ(stTop.GetBufferSectionNum(), 3);
+    EXPECT_EQ(stBson.AllocBlockInfo(lpBlock, nID), ERR_OK);
 }
 
 } // namespace
