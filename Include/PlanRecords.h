@@ -174,6 +174,16 @@ struct KESTRO_PACKED RECORDHEAD {
     std::int64_t m_nRemoveDataID; // row id of a removal
 };
 
+/** The value of one field of a changed row, an element of a table in the main buffer. */
+struct KESTRO_PACKED RSFIELDBSON {
+    BYTE m_bFieldNo;         // 0
+    BYTE m_bTempNo;          // number of the field, from 1
+    BYTE m_bReserved;        // 0
+    BYTE m_bFlag;            // 1
+    UINT m_nFieldDataLen;    // length of the value, 0 for NULL
+    UINT m_nFieldDataOffset; // value: a byte of 0 and the column's stored form
+};
+
 /** One block, in a general section. */
 struct KESTRO_PACKED BLOCKINFO {
     UINT m_nBlockNo;  // block number
