@@ -126,5 +126,5 @@ BYTE CBaseExpression::GetFunctionType(CBaseBson* pBson, UINT nOffset) {
 }
 
 bool CBaseExpression::HoldsParameter(CBaseBson* pBson, UINT nOffset) {
-    return !pBson || CParameterSearch(*pBson).Expression(nOffset, 0);
+    return nOffset != 0 && (!pBson || CParameterSearch(*pBson).Expression(nOffset, 0));
 }
