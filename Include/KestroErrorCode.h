@@ -116,10 +116,12 @@ enum KESTROERRORCODE : int {
     ERR_OPERATOR = 1503,        // no such operator here
     ERR_DATE_FORMAT = 1504,     // a text or picture that is no date or time
     ERR_STRING_LENGTH = 1511,   // a string length out of range
+    ERR_OBJECT_NUMBER = 1516,   // more objects than can be numbered
     ERR_FIELD = 1521,           // a field that can't be changed this way
     ERR_FIELD_NUMBER = 1524,    // a field number out of range
     ERR_PARAMETER_TYPES = 1530, // parameters of types that don't go together
     ERR_EXPRESSION = 1533,      // an invalid expression
+    ERR_NESTED_QUERY = 1541,    // queries nested too deep, or too many of them
 
     // Cluster, recordset, import and export, JSON.
     ERR_GROUP_RECOVERED = 5016,     // the cluster is back, and wants the call once more

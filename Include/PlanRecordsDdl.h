@@ -49,7 +49,7 @@ enum PLANINDEX : BYTE {
     INDEX_TREE_COMPOUND = 15, // several columns of fixed length, or a decimal
     INDEX_TEXT2 = 18,
     INDEX_TEXT = 25,
-    INDEX_TREE_TEXT = 28, // several columns, one of them text, too
+    INDEX_TREE_TEXT = 28, // several columns, one of them a text or a decimal, too
 };
 
 /** `m_bFileType`. */
@@ -73,7 +73,9 @@ enum ALTEROBJECT : BYTE {
 
 /** `m_nType` of ALTER. */
 enum ALTERACTION : BYTE {
-    ALTER_ADD_INDEX = 2, // with ALTER_SYSTEM: a word that the server knows
+    ALTER_SYSTEM_WORD = 2, // with ALTER_SYSTEM: a word that the server knows
+    ALTER_ADD_INDEX = 2,
+    ALTER_USER_CHANGE = 3, // with ALTER_USER
     ALTER_DROP_INDEX = 3,
     ALTER_ADD_FILE = 4,
     ALTER_DROP_FILE = 5,

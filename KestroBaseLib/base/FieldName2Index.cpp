@@ -76,12 +76,15 @@ int CFieldNameTable<CHAR, NAME_SIZE>::Initialize(int nSize, CKestroBufferPool* l
 
 template <typename CHAR, int NAME_SIZE>
 auto CFieldNameTable<CHAR, NAME_SIZE>::Bucket(const CHAR* lpszName) const -> stu_Field_BaseData*& {
+    // As unsigned, since the smallest number, which has no absolute value, needs a bucket too.
     return m_lpBaseData[static_cast<UINT>(HashOf(lpszName)) % static_cast<UINT>(m_nDataCount)];
 }
 
 template <typename CHAR, int NAME_SIZE>
 int CFieldNameTable<CHAR, NAME_SIZE>::Set(const CHAR* lpszName, int nIndex, int bReplace) {
-    if (*lpszName == 0) return ERR_OK;
+    // A name that doesn't fit is left out: cut, it would never be found again, but answer for the name it was cut to.
+    const std::size_t nLen = LengthUpTo(lpszName, NAME_SIZE);
+    if (nLen == 0 || nLen == NAME_SIZE) return ERR_OK;
     if (!m_lpBaseData) return ERR_MEMORY;
     stu_Field_BaseData*& lpBucket = Bucket(lpszName);
     for (stu_Field_BaseData* p = lpBucket; p; p = p->m_lpNext) {
@@ -91,7 +94,7 @@ int CFieldNameTable<CHAR, NAME_SIZE>::Set(const CHAR* lpszName, int nIndex, int 
     }
     auto* const lpNode = AllocZeroed<stu_Field_BaseData>(m_lpBufferPool, 1);
     if (!lpNode) return ERR_MEMORY;
-    std::copy_n(lpszName, LengthUpTo(lpszName, NAME_SIZE - 1), lpNode->m_lpszName);
+    std::copy_n(lpszName, nLen, lpNode->m_lpszName);
     lpNode->m_nIndex = nIndex;
     lpNode->m_lpNext = lpBucket;
     lpBucket = lpNode;

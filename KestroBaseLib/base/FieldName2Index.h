@@ -6,8 +6,7 @@ class CKestroBufferPool;
 
 /**
  * The name-to-column table of a result set or a parse: hash chains whose buckets and nodes all lie in the caller's pool
- * and live as long as its pieces do. A name too long for its node is stored cut and isn't found again. One thread at a
- * time.
+ * and live as long as its pieces do. Names have fewer than `NAME_SIZE` characters. One thread at a time.
  */
 template <typename CHAR, int NAME_SIZE>
 class CFieldNameTable {
@@ -27,7 +26,10 @@ public:
     [[nodiscard]] int Initialize(int nSize, CKestroBufferPool* lpBufferPool);
     /** Nothing: the memory is the pool's. */
     void Free() {}
-    /** A name that is there gets the new index only with `bReplace`; an empty one is passed over. 0, or 3. */
+    /**
+     * A name that is there gets the new index only with `bReplace`; an empty one and one too long for its node are
+     * passed over. 0, or 3.
+     */
     [[nodiscard]] int Set(const CHAR* lpszName, int nIndex, int bReplace);
     /**
      * The index, or -1. A name in other case than it was stored is found only when it falls into the same bucket, so

@@ -106,6 +106,7 @@ constexpr std::array<bool, 256> BEGINS_LITERAL = [] {
 
 /** A word of two bytes, or WORD_NONE. */
 int PairCode(const char* lpszWord, int bQuotedName) {
+    // A digit and one of these make a name, a digit and any other byte a number. Intended.
     const bool bOperator = std::memchr("=>|&-", lpszWord[1], 5) != nullptr;
     if (IsCharClass(lpszWord[0], CC_DIGIT) && !bOperator) return WORD_INTEGER;
     for (const SIGNROW& stRow : PAIRS)
@@ -150,6 +151,7 @@ int LiteralCode(const char* lpszWord, int nLen, int bQuotedName) {
     // "0B" begins no binary literal. Intended.
     if (lpszWord[0] == '0' && lpszWord[1] == 'b') return WORD_BINARY;
     if (lpszWord[0] == '0' && (lpszWord[1] == 'x' || lpszWord[1] == 'X')) return WORD_HEX;
+    // The first byte decides, so "12ab" is an integer as well. Intended.
     return std::memchr(lpszWord, '.', nSize) ? WORD_DECIMAL : WORD_INTEGER;
 }
 

@@ -23,7 +23,8 @@ struct stu_MapString_BaseData {
 
 /**
  * From texts to numbers. The first 64 entries lie in the object. A key of more than 63 bytes is stored cut and isn't
- * found again by its whole text; an empty key looks like a blank node and isn't found either.
+ * found again by its whole text, but may be by what was left of it; an empty key looks like a blank node and isn't
+ * found either.
  */
 class CKestroMapString {
 public:

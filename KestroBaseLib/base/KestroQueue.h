@@ -16,6 +16,7 @@ public:
     ~CKestroQueueOf() { free(); }
 
     void push(T nValue) {
+        // One slot of the ring stays free, so that it's the 64th entry that goes to the heap, not the 65th. Intended.
         // The copy into a larger array doesn't unroll the ring: one that is full while wrapped reads as empty
         // afterwards. Intended; whoever fills first and empties afterwards never meets it.
         const bool bFull = m_nEnd + 1 == m_nBegin || m_nEnd + 1 == m_nBegin + m_nCount;

@@ -20,7 +20,8 @@ struct OBJECTNAME {
 
 /**
  * Compiles one statement into one plan. What its operations answer is 0 or an error's code; ERR_MEMORY stands for a
- * plan buffer that is too small as well. One statement, one object; one thread at a time.
+ * plan buffer that is too small as well. The plan is this object's and goes with it. One statement, one object; one
+ * thread at a time.
  */
 class CParseSql {
 public:
@@ -29,7 +30,102 @@ public:
     CParseSql& operator=(const CParseSql&) = delete;
     virtual ~CParseSql();
 
+    // --- statements, each from byte `nPos` of a terminated text on (ParseSql.cpp has the verbs) ----------------------
+
+    [[nodiscard]] virtual int ParseQuery(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan, int nPageStart,
+                                         int nPageSize, int nParens);
+    [[nodiscard]] virtual int ParseInsert(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseInsert(stu_KestroWordArray* lpWords, int nBegin, int nEnd, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseUpdate(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseUpdate(stu_KestroWordArray* lpWords, int nBegin, int nEnd, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseDelete(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseDelete(stu_KestroWordArray* lpWords, int nBegin, int nEnd, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseCreate(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseDrop(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseTrancate(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseAlter(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseGrant(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseRevoke(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseRename(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] virtual int ParseSet(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] int ParseBeginTx(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] int ParseCommitTx(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] int ParseRollbackTx(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] int ParseUse(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] int ParseFix(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+
+    /**
+     * Compiles `nLen` bytes of text, which are only read. With 0 `lpPlan` is the finished plan; after an error it is
+     * null, and `GetErrorPos` the number of the word at fault, from 0 behind the verb. A plan that comes in is a block
+     * of the caller's, tried first, with its capacity in `m_nClientBsonDataSize`. Where a buffer is too small, the
+     * statement is compiled again in one of the fourfold size, so ERR_MEMORY means that there is no such block. The
+     * page is that of a SELECT: first row and rows, 0 for all.
+     */
+    [[nodiscard]] int ParseSql(const char* lpszSql, int nLen, EXECUTEPLANBSON*& lpPlan, int nPageStart, int nPageSize,
+                               BYTE bDatabaseNo);
+
+    int GetErrorPos() const { return m_nErrorPos; }
+    /** Notes the word at fault and answers the code. */
+    [[nodiscard]] int Fail(int nCode, int nWord) {
+        m_nErrorPos = nWord;
+        return nCode;
+    }
     CBaseBson& GetParseBson() { return m_stBson; }
+    EXECUTEPLANBSON* GetExecutePlan() { return m_stBson.GetExecutePlan(); }
+
+    // --- queries inside statements: the words of a range, whose end the cursor keeps
+    // ----------------------------------
+
+    /** A query expression with its set operations; `nOffset` is the record of its first query. */
+    [[nodiscard]] int ParseCommonQuery(stu_KestroWordArray* lpWords, st_PARSEPARAM* lpParam, int& bLockOption,
+                                       BYTE& bExecuteParam, UINT& nOffset, long long& llTimestamp, int nPageStart,
+                                       int nPageSize);
+    /** One query block. `bLockOption` and `bExecuteParam` tell of FOR UPDATE, `llTimestamp` of AS OF TIMESTAMP. */
+    [[nodiscard]] int ParseSingleQuery(stu_KestroWordArray* lpWords, st_PARSEPARAM* lpParam, int& bLockOption,
+                                       BYTE& bExecuteParam, UINT& nOffset, long long& llTimestamp, int nPageStart,
+                                       int nPageSize);
+    /**
+     * A FROM list: its objects, the ON conditions of inner and of outer joins, and the root of the join tree; each an
+     * offset, 0 for none.
+     */
+    [[nodiscard]] int ParseExecuteObject(stu_KestroWordArray* lpWords, st_PARSEPARAM* lpParam, USHORT& nObjectNum,
+                                         UINT& nObjectOffset, UINT& nInnerOn, UINT& nOuterOn, UINT& nJoinTree,
+                                         BYTE bOption);
+
+    // --- parameters (ParseSqlBind.cpp)
+
+    /** Notes a "?" by the plan offset of its element. */
+    [[nodiscard]] int AddParameter(UINT nElementOffset);
+    int GetParameterNum() const { return m_vecFieldOffset.size(); }
+    /**
+     * Gives parameter `nIndex`, from 1, its value, as often as wanted: text and binary by their length, numbers, dates
+     * and decimals; anything else is NULL. ERR_OUT_OF_BOUNDS, ERR_MEMORY. The plan may move: ask `GetExecutePlan`.
+     */
+    [[nodiscard]] int BindData(int nIndex, st_VARDATA& stValue);
+    /** Closes the plan again once all values are bound. ERR_NULL_POINTER without a plan. */
+    [[nodiscard]] int ExecuteBind();
+
+    // --- objects (ParseSqlObject.cpp); names count without regard to case
+
+    /** Whether an object was named with this database; whether there is an object of this name or alias. */
+    BOOL FindDataBaseName(const char* lpszDatabase) const;
+    BOOL FindObjectName(const char* lpszName) const;
+    /**
+     * The object that a qualifier means, from the innermost query outward, 0 for none: by its alias, or, if it has
+     * none, by its name; of one database and kind unless these are null or empty, and 0.
+     */
+    BYTE FindObject(const char* lpszDatabase, const char* lpszName, BYTE bType) const;
+    /** The number of an object in the current query, which is added if need be. ERR_MEMORY, ERR_OBJECT_NUMBER. */
+    [[nodiscard]] int SetObjectName(const char* lpszDatabase, const char* lpszName, BYTE bType, BYTE& bNo);
+    /** The same for an object with an alias: ERR_DUPLICATE_ALIAS if the query has this one already. */
+    [[nodiscard]] int SetObjectTitle(const char* lpszDatabase, const char* lpszName, BYTE bType, const char* lpszTitle,
+                                     BYTE& bNo);
+    /** Opens a query inside the current one: ERR_NESTED_QUERY at the 32nd level, or for the 256th. `LeaveQuery` closes
+     * it. */
+    [[nodiscard]] int EnterQuery();
+    void LeaveQuery() { --m_bQueryLevel; }
+    BYTE GetQueryLevel() const { return m_bQueryLevel; }
+    BYTE GetQueryID() const { return m_bSupperID[m_bQueryLevel]; }
 
     // --- words (ParseSqlWords.cpp)
 
@@ -61,6 +157,9 @@ public:
     /** Capitals in place, a to z, but not between single quotes; each quote opens or closes. */
     static void MakeUpper(char* lpszText, int nLen);
 
+    /** Writes the sizes into the head of a plan, as every parser does at its end: ERR_PLAN_SIZE if they disagree. */
+    [[nodiscard]] int ClosePlan(EXECUTEPLANBSON* lpPlan);
+
 protected:
     static constexpr int OBJECT_NUM_START = 16;
     static constexpr int QUERY_LEVEL_NUM = 32;
@@ -77,7 +176,39 @@ protected:
     BYTE m_bSupperID[QUERY_LEVEL_NUM] = {};     // the query open at each level
     CKestroKeywordParse* m_pKestroKeywordParse; // null without memory
 
+    [[nodiscard]] int ParseAlterSystem(stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
+    [[nodiscard]] int ParseAlterSession(stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
+    [[nodiscard]] int ParseAlterTable(stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
+    [[nodiscard]] int ParseAlterObject(stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
+    [[nodiscard]] int ParseAlterIndex(stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
+    [[nodiscard]] int ParseAlterUser(stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
+
+    /** Writes the one parameter that a statement sets, and where it is; a longer name than fits is cut. */
+    [[nodiscard]] int WriteSetting(BYTE bAction, ALTEREXECUTEPLANBSON* lpAlter, BYTE bDataType,
+                                   const char* lpszParameter, int nValue);
+
 private:
+    struct STATEMENT;
+    struct VERB;
+    struct TRANSACTIONVERB;
+    struct ALTERVERB;
+    struct ALTERFILEVERB;
+
+    void Restart();
+    int PreparePlan(const STATEMENT& stStatement, EXECUTEPLANBSON*& lpPlan, UINT nSize);
+    int CopyStatement(const STATEMENT& stStatement, EXECUTEPLANBSON* lpPlan);
+    int ParseStatement(const STATEMENT& stStatement, EXECUTEPLANBSON* lpPlan);
+    int HideHintMark(const STATEMENT& stStatement, const char*& lpszText);
+    int ParseTransaction(const TRANSACTIONVERB& stVerb, const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan);
+    int ParseAlterFile(const ALTERFILEVERB& stVerb, stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
+    int ParseAlterSet(BYTE bAction, stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
+    int ParseAlterKill(stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
+    int ParseAlterActivate(stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
+    int ParseAlterStorage(stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
+    int AddObject(const char* lpszDatabase, const char* lpszName, BYTE bType, const char* lpszTitle, BYTE& bNo);
+    bool IsInQuery(const OBJECTNAME& stObject) const { return stObject.m_bSupperID == GetQueryID(); }
+    int AllocBound(UINT nElementOffset, UINT nLen, UINT& nOffset);
+
     int CopyWords(std::string_view szSql, int nStart, char*& lpszCopiesEnd, stu_KestroWordArray* lpWords);
     int LookUpKeyword(stu_KestroWordArray* lpWords, int nIndex) const;
     [[gnu::noinline]] int GrowWords(stu_KestroWordArray* lpWords);

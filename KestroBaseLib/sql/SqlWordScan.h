@@ -16,7 +16,9 @@
 // - digits, a point and digits: an exponent is a word of its own, and so is the point behind a word of other bytes;
 // - one of ; , . ( ) [ ] @ ? - * + / = > < ! : or of || -> >= != <= := <- <>;
 // - or a run of other bytes but blanks, tabs and line ends, in which double quotes and single bars may stand.
-// Comments from -- to the line's end and between /* and */ are passed over.
+// Comments from -- to the line's end and between /* and */ are passed over; one without a close takes the rest of the
+// text. A backslash is a byte like any other, also in quotes. No word is ->> or <=>: each comes as two, and whoever
+// wants one joins them.
 
 /** What a byte does to a word; those up to SQLCHAR_INSIDE may stand in a run. */
 enum SQLCHAR : BYTE {
@@ -166,6 +168,7 @@ private:
         return p;
     }
     const char* CommentEnd(const char* p) const {
+        // Behind the opening star, so that "/*/" opens a comment and doesn't close it.
         const std::string_view szText(p + 2, static_cast<std::size_t>(m_lpszEnd - p - 2));
         const std::size_t nPos = szText.find("*/");
         return nPos == szText.npos ? m_lpszEnd : szText.data() + nPos + 2;

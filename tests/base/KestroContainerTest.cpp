@@ -370,6 +370,9 @@ TEST(FieldName2IndexTest, NamesThatDontFitArentFound) {
         EXPECT_EQ(Ask<CFieldName2Index>(stRow), nLen < 32 ? 5 : -1) << nLen;
         EXPECT_EQ(Ask<CFieldName2IndexW>(stRow), nLen < 64 ? 5 : -1) << nLen;
     }
+    // Nor does one answer for the name that is left when it's cut.
+    EXPECT_EQ(Ask<CFieldName2Index>({8, std::string(32, 'n'), std::string(31, 'n'), 0}), -1);
+    EXPECT_EQ(Ask<CFieldName2IndexW>({8, std::string(64, 'n'), std::string(63, 'n'), 0}), -1);
     EXPECT_EQ(Ask<CFieldName2Index>({8, SmallestHash(), SmallestHash(), 0}), -1);
     CKestroBufferPool stPool;
     CFieldName2Index stTable;

@@ -1,0 +1,32 @@
+// Statements that the compiler doesn't know yet: each is refused as an unknown command, at its verb.
+
+#include "ParseSql.h"
+
+#define KESTRO_LATER(Parse, ...)        \
+    int CParseSql::Parse(__VA_ARGS__) { \
+        return ERR_INVALID_COMMAND;     \
+    }
+#define KESTRO_LATER_STATEMENT(Parse) KESTRO_LATER(Parse, const char*, int, EXECUTEPLANBSON*)
+#define KESTRO_LATER_ALTER(Parse) KESTRO_LATER(Parse, stu_KestroWordArray*, ALTEREXECUTEPLANBSON*)
+
+KESTRO_LATER(ParseQuery, const char*, int, EXECUTEPLANBSON*, int, int, int)
+KESTRO_LATER(ParseCommonQuery, stu_KestroWordArray*, st_PARSEPARAM*, int&, BYTE&, UINT&, long long&, int, int)
+KESTRO_LATER(ParseSingleQuery, stu_KestroWordArray*, st_PARSEPARAM*, int&, BYTE&, UINT&, long long&, int, int)
+KESTRO_LATER(ParseExecuteObject, stu_KestroWordArray*, st_PARSEPARAM*, USHORT&, UINT&, UINT&, UINT&, UINT&, BYTE)
+KESTRO_LATER_STATEMENT(ParseInsert)
+KESTRO_LATER_STATEMENT(ParseUpdate)
+KESTRO_LATER_STATEMENT(ParseDelete)
+KESTRO_LATER(ParseInsert, stu_KestroWordArray*, int, int, EXECUTEPLANBSON*)
+KESTRO_LATER(ParseUpdate, stu_KestroWordArray*, int, int, EXECUTEPLANBSON*)
+KESTRO_LATER(ParseDelete, stu_KestroWordArray*, int, int, EXECUTEPLANBSON*)
+KESTRO_LATER_STATEMENT(ParseCreate)
+KESTRO_LATER_STATEMENT(ParseDrop)
+KESTRO_LATER_STATEMENT(ParseTrancate)
+KESTRO_LATER_STATEMENT(ParseGrant)
+KESTRO_LATER_STATEMENT(ParseRevoke)
+KESTRO_LATER_STATEMENT(ParseRename)
+KESTRO_LATER_STATEMENT(ParseFix)
+KESTRO_LATER_ALTER(ParseAlterTable)
+KESTRO_LATER_ALTER(ParseAlterObject)
+KESTRO_LATER_ALTER(ParseAlterIndex)
+KESTRO_LATER_ALTER(ParseAlterUser)

@@ -1,0 +1,50 @@
+// Questions that several parsers have about words.
+
+#include "SqlWordReader.h"
+
+#include <climits>
+
+#include "CommonDataDef.h"
+#include "CommonDataDefNumber.h"
+
+namespace {
+
+/** Digits of the longest integer that 64 bits hold whatever they are. */
+constexpr int INTEGER_LEN_MAX = 18;
+
+} // namespace
+
+bool CSqlWordReader::Is(int nIndex, std::string_view szText) const {
+    const std::string_view szWord = Word(nIndex);
+    return szWord.size() == szText.size() &&
+           KestroCompareNoCase(szWord.data(), szText.data(), static_cast<int>(szText.size())) == 0;
+}
+
+bool CSqlWordReader::ReadInteger(int nIndex, int& nValue) const {
+    const int nLen = Len(nIndex);
+    if (nLen > INTEGER_LEN_MAX || IsNumber(Text(nIndex), nLen) != NUMBER_INTEGER) return false;
+    const long long llValue = StringToLongLong(Text(nIndex));
+    if (llValue < INT_MIN || llValue > INT_MAX) return false;
+    nValue = static_cast<int>(llValue);
+    return true;
+}
+
+int CSqlWordReader::FindClose(int nOpen, int nEnd) const {
+    int nDepth = 0;
+    for (int i = nOpen; i < nEnd; ++i) {
+        const int nKeyword = Keyword(i);
+        nDepth += (nKeyword == WORD_PAREN_OPEN) - (nKeyword == WORD_PAREN_CLOSE);
+        if (nDepth == 0) return i;
+    }
+    return -1;
+}
+
+int CSqlWordReader::Find(int nKeyword, int nBegin, int nEnd) const {
+    int nDepth = 0;
+    for (int i = nBegin; i < nEnd; ++i) {
+        const int nWord = Keyword(i);
+        if (nDepth == 0 && nWord == nKeyword) return i;
+        nDepth += (nWord == WORD_PAREN_OPEN) - (nWord == WORD_PAREN_CLOSE);
+    }
+    return nEnd;
+}
