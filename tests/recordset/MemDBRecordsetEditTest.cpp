@@ -3,6 +3,7 @@
 #include "MemDBRecordset.h"
 
 #include "CommonDataDef.h"
+#include "Fields.h"
 #include "PlanLine.h"
 #include "RecordsetMaker.h"
 

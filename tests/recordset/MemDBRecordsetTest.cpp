@@ -5,6 +5,7 @@
 #include <random>
 
 #include "ChunkFault.h"
+#include "ExactBytes.h"
 #include "RecordsetMaker.h"
 #include "TraceHook.h"
 #include "ValueText.h"

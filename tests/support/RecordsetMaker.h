@@ -1,12 +1,10 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "Fields.h"
 #include "MemDBRecordset.h"
 #include "PlanReader.h"
 
@@ -56,7 +54,7 @@ inline std::string EntryValue(BYTE bType, const std::string& strText) {
 class CRecordsetMaker {
 public:
     explicit CRecordsetMaker(std::string_view szFields, BYTE bModify = 1) : m_bModify(bModify) {
-        for (const std::string& strField : ::Fields(szFields)) {
+        for (const std::string& strField : Split(szFields)) {
             const auto nColon = strField.find(':');
             m_arName.push_back(strField.substr(0, nColon));
             m_arType.push_back(static_cast<BYTE>(std::stoi(strField.substr(nColon + 1))));
@@ -65,7 +63,7 @@ public:
     /** A row of its fields' texts with "|" between them; "-" for none. */
     CRecordsetMaker& Row(long long nDataID, std::string_view szRow) {
         std::string strEntries;
-        const std::vector<std::string> arText = ::Fields(szRow);
+        const std::vector<std::string> arText = Split(szRow);
         for (std::size_t i = 0; i < arText.size(); ++i) {
             if (arText[i] == "-") continue;
             strEntries += static_cast<char>(i);
@@ -99,6 +97,13 @@ public:
     }
 
 private:
+    static std::vector<std::string> Split(std::string_view szText) {
+        std::vector<std::string> arPart(1);
+        for (const char c : szText)
+            c == '|' ? arPart.emplace_back() : arPart.back() += c;
+        return arPart;
+    }
+
     BYTE m_bModify;
     std::vector<std::string> m_arName;
     std::vector<BYTE> m_arType;
@@ -130,8 +135,9 @@ inline std::string ShowRows(IKestroDBRecordset& stSet) {
     std::string strRows;
     for (stSet.MoveFirst(); !stSet.eof(); stSet.MoveNext()) {
         long long nDataID = 0;
-        EXPECT_EQ(stSet.GetDataID(nDataID), ERR_OK);
-        strRows.append(strRows.empty() ? "" : " ").append(std::to_string(nDataID)).append(":");
+        const int nCode = stSet.GetDataID(nDataID);
+        strRows.append(strRows.empty() ? "" : " ");
+        strRows.append(nCode == ERR_OK ? std::to_string(nDataID) : CodeText(nCode)).append(":");
         for (int i = 0; i < stSet.GetFieldNum(); ++i)
             strRows.append(i == 0 ? "" : "|").append(FieldText(stSet, i));
     }
