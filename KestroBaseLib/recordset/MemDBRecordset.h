@@ -41,7 +41,10 @@ enum RECORDSTATUS : BYTE {
 struct stu_RECORD {
     /** Texts lie in the pool as well, with a terminator that `m_nStrLen` leaves out. */
     st_VARDATA* m_lpFieldData;
-    /** Wide texts that `FieldValue` made; behind that of a number or date stands the same text in bytes. */
+    /**
+     * Wide texts that `FieldValue` made, null before the row's first; behind that of a number or date stands the same
+     * text in bytes.
+     */
     wchar_t** m_pFieldStr;
     int m_nFieldNum;
     long long m_nDataID;
@@ -209,7 +212,7 @@ private:
     int DecodeRow(const BYTE* lpRow, UINT nRowLen, stu_RECORD& stRecord, LPBYTE lpSpace);
     /** Bytes of a row's arrays. */
     UINT ArraysSize() const {
-        return static_cast<UINT>(m_nFieldNum) * UINT{sizeof(wchar_t*) + sizeof(st_VARDATA) + sizeof(BYTE)};
+        return static_cast<UINT>(m_nFieldNum) * UINT{sizeof(st_VARDATA) + sizeof(BYTE)};
     }
     /** A row without values, its arrays in `ArraysSize` bytes at a multiple of 8. */
     void InitRow(stu_RECORD& stRecord, LPBYTE lpSpace);
@@ -228,7 +231,10 @@ private:
     int ReadField(int nField, const st_VARDATA*& lpValue) const;
     template <typename T>
     int ReadNumber(int nField, T& nValue);
-    int PrintField(int nField, const st_VARDATA& stValue);
+    /** The place of a field's wide text in the current row, or null without memory. */
+    wchar_t** WideText(int nField);
+    int PrintField(const st_VARDATA& stValue, wchar_t*& lpszWide);
+    int WidenField(const st_VARDATA& stValue, wchar_t*& lpszWide);
 
     // Changing.
     int CheckChange(int nField) const;
