@@ -62,6 +62,9 @@ TEST(KestroPlan, PrintsThePlanOfAStatementFromItsArgumentOrItsInput) {
         {{"--", "use shop"}, "", 0, PLAN},
         {{"--dot", "--json"}, "use shop", 0, JSON},
     });
+    // Neither form of an escape reaches the terminal.
+    const std::string strControl = RunProgram({KESTROPLAN_PATH, "use \"\x1b[m\u009bm\""}).m_strOutput;
+    EXPECT_NE(strControl.find("\n    m_pDatabaseName \"\\x1b[m\\xc2\\x9bm\"\n"), strControl.npos) << strControl;
 }
 
 TEST(KestroPlan, ShowsTheWordAtFault) {
