@@ -86,7 +86,7 @@ TEST(ParseSqlFuzz, TheCorpusCompilesToSoundPlansOrErrors) {
 
 TEST(ParseSqlFuzz, MutationsOfTheCorpusCompileToSoundPlansOrErrors) {
     CMutator stMutator;
-    for (int i = 0; i < 5000; ++i)
+    for (int i = 0; i < 2500; ++i)
         Check(stMutator.Mutate(stMutator.m_strCorpus[stMutator.Below(stMutator.m_strCorpus.size())]));
 }
 
