@@ -58,7 +58,10 @@ constexpr OPTION OPTIONS[] = {
 template <const MESSAGE& stMessage, typename... A>
 int Complain(int nStatus, A... args) {
     static_assert(ArgumentsFit<A...>(stMessage.m_lpszEnglish), "the arguments don't fit the text");
-    std::fprintf(stderr, Text(stMessage), args...);
+    if constexpr (sizeof...(A) == 0)
+        std::fputs(Text(stMessage), stderr);
+    else
+        std::fprintf(stderr, Text(stMessage), args...);
     return nStatus;
 }
 
