@@ -45,10 +45,10 @@ struct OPTION {
 constexpr OPTION OPTIONS[] = {
     {"--json",
      [](CALL& stCall) { stCall.m_stPrint.m_nFormat = PLANFORMAT_JSON; },
-     {"以 JSON 格式打印", "print it as JSON"}},
+     {"以JSON格式打印", "print it as JSON"}},
     {"--dot",
      [](CALL& stCall) { stCall.m_stPrint.m_nFormat = PLANFORMAT_DOT; },
-     {"打印为 Graphviz 图", "print it as a graph for Graphviz"}},
+     {"打印为Graphviz图", "print it as a graph for Graphviz"}},
     {"--chinese", [](CALL&) { g_nLanguage_Chinese = 1; }, {"使用中文消息", "messages in Chinese"}},
     {"--help", [](CALL& stCall) { stCall.m_bHelp = true; }, {"打印本帮助", "print this help"}},
     {"--version", [](CALL& stCall) { stCall.m_bVersion = true; }, {"打印版本", "print the version"}},

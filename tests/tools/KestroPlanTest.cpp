@@ -101,7 +101,7 @@ TEST(KestroPlan, ShowsTheWordAtFault) {
         {{"--chinese", "use"},
          "",
          1,
-         "错误 835：" + std::string(GetErrorDescription(835)) + "\n第 1 行，第 4 列：\n    use\n       ^\n"},
+         "错误835：" + std::string(GetErrorDescription(835)) + "\n第1行，第4列：\n    use\n       ^\n"},
     });
 }
 
@@ -110,7 +110,7 @@ TEST(KestroPlan, RefusesWrongUse) {
     ExpectRuns({
         {{"--yaml"}, "use a", 2, "kestroplan: unknown option: --yaml\n" + strHint},
         {{"-\x1b"}, "use a", 2, "kestroplan: unknown option: -\\x1b\n" + strHint},
-        {{"--chinese", "-"}, "use a", 2, "kestroplan：未知选项：-\n请用 kestroplan --help 查看用法。\n"},
+        {{"--chinese", "-"}, "use a", 2, "kestroplan：未知选项：-\n请用kestroplan --help查看用法\n"},
         {{"use a", "use b"}, "", 2, "kestroplan: one statement at a time, this is another one: use b\n" + strHint},
         {{"--", "use a", "--json"},
          "",
