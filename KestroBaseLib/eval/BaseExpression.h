@@ -16,8 +16,8 @@
  */
 class CBaseExpression {
 public:
-    /** The deepest tree that is worked out: nodes from the root to a leaf. */
-    static constexpr int DEPTH_LIMIT = 2000;
+    /** The deepest tree that is worked out: nodes from the root to a leaf. A level takes some 250 bytes of stack. */
+    static constexpr int DEPTH_LIMIT = 4000;
     /** The class of a tree that isn't worked out for a fault in it: never folded. */
     static constexpr BYTE CLASS_OF_FAULT = EXPCLASS_SCALAR;
 
@@ -65,7 +65,7 @@ public:
 
     /**
      * A function's value; there are as many arguments as `GetFunParamNum` tells, and a text function may write into the
-     * text of one. An argument VT_STOP leaves the result as it is, with 0, unless the function is an aggregate. Answers
+     * text of one. An argument VT_STOP leaves the result as it is, with 0. Answers
      * 0; ERR_FUNCTION_TYPE; ERR_FAILED for a number of arguments that isn't computed here; the function's own code.
      */
     [[nodiscard]] static int GetFunctionVal(CBaseBson* pBson, unsigned char bCode, unsigned char bCombinedType,

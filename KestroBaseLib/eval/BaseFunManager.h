@@ -57,11 +57,14 @@ public:
                                    st_VARDATA& stResult);
     [[nodiscard]] static int Trunc(CKestroBufferPool* lpPool, const st_VARDATA& stValue, const st_VARDATA& stPlaces,
                                    st_VARDATA& stResult);
-    /** Half away from zero, by the decimal digits that the double is written with. */
-    static void Round(double dblValue, int nPlaces, st_VARDATA& stResult);
-    /** The same of digits in front of the point, for places below 0; what outgrows the type widens. */
-    static void Round(int nValue, int nPlaces, st_VARDATA& stResult);
-    static void Round(long long llValue, int nPlaces, st_VARDATA& stResult);
+    /** Half away from zero, by the decimal digits that the double is written with. The places are a VT_INT. */
+    static void Round(double dblValue, const st_VARDATA& stPlaces, st_VARDATA& stResult);
+    /**
+     * The same of digits in front of the point, for places below 0: at most the number's own, so 55 to the place of
+     * thousands is 100. What outgrows its type becomes a wider one.
+     */
+    static void Round(int nValue, const st_VARDATA& stPlaces, st_VARDATA& stResult);
+    static void Round(long long llValue, const st_VARDATA& stPlaces, st_VARDATA& stResult);
 
     /** The unit that a format text names, of any case: KESTROROUNDTYPE, or -1. */
     [[nodiscard]] static int GetRoundType(const char* lpszFormat);
