@@ -44,6 +44,7 @@ enum EXPOPERAND : BYTE {
     EXP_PARAM_LIST = 2, // on the left only
     EXP_NONE = 3,
     EXP_SUBQUERY = 7,
+    EXP_CONSTANT = 8, // the server's: a value
     EXP_JSON_ELEMENT = 9,
     EXP_JSON_ARGUMENTS = 0xB,
 };
