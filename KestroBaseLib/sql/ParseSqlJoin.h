@@ -1,6 +1,7 @@
 #pragma once
 
 #include "BaseBson.h"
+#include "CommonDataDef.h"
 #include "KestroQueue.h"
 #include "KestroStack.h"
 
@@ -25,18 +26,6 @@ struct st_JOINQUEUENODE {
         UINT m_nRelOffset; // a node of the join tree
     };
 };
-
-/** Sets of objects. */
-inline void AddRel(int nNo, relbitmap& nSet) {
-    nSet |= relbitmap{1} << ((nNo - 1) & 63);
-}
-inline bool BmsOverlap(relbitmap nFirst, relbitmap nSecond) {
-    return (nFirst & nSecond) != 0;
-}
-/** Whether the second set holds all of the first. */
-inline bool BmsIsSubset(relbitmap nFirst, relbitmap nSecond) {
-    return (nFirst & ~nSecond) == 0;
-}
 
 /** A relation of the join tree. */
 [[nodiscard]] int CreateBaseRel(CBaseBson& stBson, BYTE bObjectNo, BYTE bObjectType, UINT& nOffset);

@@ -9,10 +9,6 @@
 #define KESTRO_LATER_STATEMENT(Parse) KESTRO_LATER(Parse, const char*, int, EXECUTEPLANBSON*)
 #define KESTRO_LATER_ALTER(Parse) KESTRO_LATER(Parse, stu_KestroWordArray*, ALTEREXECUTEPLANBSON*)
 
-KESTRO_LATER(ParseQuery, const char*, int, EXECUTEPLANBSON*, int, int, int)
-KESTRO_LATER(ParseCommonQuery, stu_KestroWordArray*, st_PARSEPARAM*, int&, BYTE&, UINT&, long long&, int, int)
-KESTRO_LATER(ParseSingleQuery, stu_KestroWordArray*, st_PARSEPARAM*, int&, BYTE&, UINT&, long long&, int, int)
-KESTRO_LATER(ParseExecuteObject, stu_KestroWordArray*, st_PARSEPARAM*, USHORT&, UINT&, UINT&, UINT&, UINT&, BYTE)
 KESTRO_LATER_STATEMENT(ParseCreate)
 KESTRO_LATER_STATEMENT(ParseDrop)
 KESTRO_LATER_STATEMENT(ParseTrancate)
