@@ -49,7 +49,7 @@ enum PLANINDEX : BYTE {
     INDEX_TREE_COMPOUND = 15, // several columns of fixed length, or a decimal
     INDEX_TEXT2 = 18,
     INDEX_TEXT = 25,
-    INDEX_TREE_TEXT = 28, // several columns, one of them text, too
+    INDEX_TREE_TEXT = 28, // several columns, one of them a text or a decimal, too
 };
 
 /** `m_bFileType`. */

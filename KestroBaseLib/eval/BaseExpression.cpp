@@ -87,7 +87,8 @@ private:
         if (const int nCode = RightOperand(stNode, nDepth, stRight)) return nCode;
         if (const OPERATORFUNCTION lpfnCompute = GetOperatorFunction(stNode.m_bOperator))
             return lpfnCompute(Pool(), stLeft, stRight, stResult);
-        return Function(stNode.m_bOperator, nullptr, stResult);
+        CArguments stNone;
+        return Function(stNode.m_bOperator, stNone, stResult);
     }
 
     int Call(const st_MATHEXPBSON& stNode, int nDepth, st_VARDATA& stResult) {
@@ -98,15 +99,12 @@ private:
         // A list in front of an operator is no operand.
         if (const OPERATORFUNCTION lpfnCompute = GetOperatorFunction(stNode.m_bOperator))
             return lpfnCompute(Pool(), st_VARDATA(), stRight, stResult);
-        return Function(stNode.m_bOperator, &stArguments, stResult);
+        return Function(stNode.m_bOperator, stArguments, stResult);
     }
 
-    int Function(BYTE bCode, CArguments* lpArguments, st_VARDATA& stResult) {
+    int Function(BYTE bCode, CArguments& stArguments, st_VARDATA& stResult) {
         if (!FOLDABLE[bCode]) return ERR_FUNCTION_TYPE;
-        const int nWanted = CBaseExpression::GetFunParamNum(bCode);
-        if (nWanted > (lpArguments ? lpArguments->Num() : 0)) return ERR_EXPRESSION;
-        CArguments stNone;
-        CArguments& stArguments = lpArguments ? *lpArguments : stNone;
+        if (CBaseExpression::GetFunParamNum(bCode) > stArguments.Num()) return ERR_EXPRESSION;
         return CBaseExpression::GetFunctionVal(&m_stReader.Bson(), bCode, stArguments.CombinedType(),
                                                stArguments.Values(), stResult);
     }

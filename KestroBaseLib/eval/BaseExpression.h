@@ -16,8 +16,8 @@
  */
 class CBaseExpression {
 public:
-    /** The deepest tree that is worked out: nodes from the root to a leaf. */
-    static constexpr int DEPTH_LIMIT = 2000;
+    /** The deepest tree that is worked out: nodes from the root to a leaf. A level takes some 250 bytes of stack. */
+    static constexpr int DEPTH_LIMIT = 4000;
     /** The class of a tree that isn't worked out for a fault in it: never folded. */
     static constexpr BYTE CLASS_OF_FAULT = EXPCLASS_SCALAR;
 

@@ -8,6 +8,9 @@
 
 #include "BaseExpression.h"
 
+// Conditions have names of their own for these codes.
+static_assert(BYTE{OP_AND} == BYTE{LOGIC_AND} && BYTE{OP_OR} == BYTE{LOGIC_OR} && BYTE{OP_NONE} == BYTE{COMPARE_BARE});
+
 namespace {
 
 void SetTruth(BYTE bTruth, st_VARDATA& stResult) {

@@ -2,6 +2,7 @@
 // a format stands in BaseFunManagerRoundDate.cpp.
 
 #include <algorithm>
+#include <charconv>
 #include <climits>
 #include <cmath>
 
@@ -154,10 +155,12 @@ int CBaseFunManager::Trunc(CKestroBufferPool* lpPool, const st_VARDATA& stValue,
 }
 
 void CBaseFunManager::Round(double dblValue, const st_VARDATA& stPlaces, st_VARDATA& stResult) {
+    // In its shortest writing 2.675 is that number, and not the binary one just below it.
+    char szText[32];
+    *std::to_chars(szText, szText + sizeof szText - 1, dblValue).ptr = 0;
     st_VARDATA stDecimal, stRounded;
-    CKestroDecimal::Convert2Decimal(dblValue, &stDecimal);
     // A double beyond the decimals has no places to round.
-    if (stDecimal.m_vt == VT_DECIMAL) {
+    if (CKestroDecimal::Convert2Decimal(szText, &stDecimal) == ERR_OK && stDecimal.m_vt == VT_DECIMAL) {
         ZoomDecimal({nullptr, true}, stDecimal, stPlaces.m_nValue, stRounded);
         dblValue = CKestroDecimal::Convert2Double(&stRounded);
     }

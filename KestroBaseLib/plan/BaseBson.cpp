@@ -244,6 +244,8 @@ int CBaseBson::AllocFromBsonBufferEx(UINT nSize, UINT& nOffset, LPBYTE& lpPointe
         if (const int nCode = AllocFirstBuffer(nSize)) return nCode;
     const std::uint64_t nPos = (std::uint64_t{m_nBsonDataSize} + 3) & ~std::uint64_t{3};
     if (nPos + nSize > m_nBsonBufferSize) return ERR_MEMORY;
+    // The pad is nobody's to write, and may have been in use before.
+    std::memset(m_lpBuffer + m_nBsonDataSize, 0, nPos - m_nBsonDataSize);
     ClearTo(static_cast<UINT>(nPos) + nSize);
     TakeBytes(static_cast<UINT>(nPos), nSize);
     lpPointer = m_lpBuffer + nPos;
@@ -262,6 +264,8 @@ void CBaseBson::ResetBuffer() {
     m_nExecutePlanDataSize -= std::min(m_nBsonDataSize, m_nExecutePlanDataSize);
     m_nBsonDataSize = 0;
     m_nFreeBufferSize = m_nBsonBufferSize;
+    // What the last plan wrote is stale for the next one; an adopted block's bytes are the caller's.
+    if (m_lpBuf && m_lpBuffer == m_lpBuf + FRAME_SPACE) SetCleanEnd(0);
 }
 
 LPBYTE CBaseBson::ConvertOffset2Addr(UINT nOffset) {

@@ -15,9 +15,8 @@
  * stand:
  *
  *     m_lpBuf      112 bytes for the sender's frame head, so that frame and plan leave together
- *     m_lpBuffer   the main buffer: EXECUTEPLANBSON, the statement's text, records in the order of allocation,
- * unaligned sections     further blocks of three kinds, numbered from 1 and sent behind the main buffer; for
- * write-backs only
+ *     m_lpBuffer   the main buffer: EXECUTEPLANBSON, the statement's text, unaligned records in the order of allocation
+ *     sections     further blocks of three kinds, numbered from 1, sent behind the main buffer; for write-backs only
  *
  * Never sent: bson sections (overflow of the main buffer, for those who allow it), scratch memory (a fixed block, then
  * a pool) and the tables of sections.
@@ -87,7 +86,7 @@ public:
     /** The same for one record; `lpRecord` comes in null, else it claims. */
     template <typename T>
     [[nodiscard]] int AllocFromBsonBuffer(T*& lpRecord, volatile UINT& nOffset);
-    /** Appends at a multiple of 4, no sections. Bytes that were in use before aren't zeroed again. */
+    /** Appends at a multiple of 4, no sections. Bytes that this plan had in use before aren't zeroed again. */
     [[nodiscard]] int AllocFromBsonBufferEx(UINT nSize, UINT& nOffset, LPBYTE& lpPointer);
     /**
      * Adopts a block, which stays the caller's; negative sizes count as 0. A main buffer of its own is out of use then,
@@ -158,7 +157,7 @@ public:
     void AddDataLen(UINT nLen) { SetDataLen(m_nBsonDataSize + std::min(nLen, ~m_nBsonDataSize)); }
     LPBYTE GetBuffer() const { return m_lpBuffer; }
     UINT GetBufferSize() const { return m_nBsonBufferSize; }
-    /** Empties the main buffer and keeps it. */
+    /** Empties the main buffer and keeps it; of what it held, nothing shows in the next plan. */
     void ResetBuffer();
     /** The offset of a place in the main buffer, 0 for null. */
     UINT GetOffset(const BYTE* lpPlace) const {

@@ -199,6 +199,8 @@ int CBaseBson::OpenNextSection(BYTE bType, std::uint64_t nSize) {
 int CBaseBson::AllocFromOpenSection(BYTE bType, UINT nSize, UINT& nAddrID, LPBYTE& lpPointer, bool& bChanged) {
     const OPENSECTION stOpen = OpenSectionOf(bType);
     const bool bOpen = stOpen.m_lpSection != nullptr;
+    // A plan tells its size in 32 bits. The heads of a new section are counted whether it is needed or not.
+    if (std::uint64_t{m_nExecutePlanDataSize} + HeadSize(bType) + nSize > UINT_MAX) return ERR_MEMORY;
     if (!bOpen || !FitsSection(stOpen.m_nDataSize, nSize, stOpen.m_nSectionSize)) {
         // A section smaller than its first piece is made larger.
         const std::uint64_t nSection =

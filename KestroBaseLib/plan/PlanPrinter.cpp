@@ -82,7 +82,8 @@ public:
           m_stWriter(stWriter),
           m_nBudget(nBudget),
           m_nBase(nBase),
-          m_nDepth(nDepth) {}
+          m_nDepth(nDepth),
+          m_nTextEnd(AsText(stPlan.Main()).rfind('\0') + 1) {}
 
     void Plan(const char* lpszField) {
         const PLANRECORD& stHead = GetPlanRecord(PLANRECORD_EXECUTEPLANBSON);
@@ -100,8 +101,11 @@ public:
 private:
     PLANPLACE Place(const SPOT& stSpot) const { return {stSpot.m_nSectionNo, stSpot.m_nPos + m_nBase}; }
 
-    /** Counts one thing to be printed; false when there were too many. */
-    bool Spend() { return m_nBudget != 0 && --m_nBudget != 0; }
+    /** Counts things to be printed; false when there were too many. */
+    bool Spend(std::size_t nThings = 1) {
+        m_nBudget -= std::min(m_nBudget, nThings);
+        return m_nBudget != 0;
+    }
 
     void Record(const char* lpszField, PLANRECORDNO nRecord, const SPOT& stSpot, bool bInChain) {
         const PLANRECORD& stRecord = GetPlanRecord(nRecord);
@@ -168,9 +172,12 @@ private:
             case PLANFIELD_ARRAY:
                 return Array(lpszField, nRecord, {m_stPlan.Main(), 0, nOffset}, Length(stRecord, stField, stSpot));
             case PLANFIELD_TEXT:
-                return Text(lpszField, nOffset, m_stPlan.Text(nOffset));
+                // The statement is printed whole, but once: not for every name that a bad plan finds in it.
+                return Text(lpszField, nOffset,
+                            stField.m_nRecord == PLANRECORD_EXECUTEPLANBSON ? m_stPlan.Text(nOffset) : TextAt(nOffset));
             case PLANFIELD_TEXT_OF:
-                return Text(lpszField, nOffset, m_stPlan.Text(nOffset, Length(stRecord, stField, stSpot)));
+                return Text(lpszField, nOffset,
+                            m_stPlan.Text(nOffset, Length(stRecord, stField, stSpot)).substr(0, PRINT_TEXT_MOST));
             default:
                 return InnerPlan(lpszField, nOffset);
         }
@@ -198,7 +205,14 @@ private:
 
     void Text(const char* lpszField, UINT nOffset, std::string_view szText) {
         if (!szText.data()) return Outside(lpszField, nOffset);
-        m_stWriter.Text(lpszField, nOffset == PLAN_TEXT_OFFSET ? szText : szText.substr(0, PRINT_TEXT_MOST));
+        m_stWriter.Text(lpszField, szText);
+    }
+
+    /** As much of a text as is printed. No search goes to its end, which in a bad plan is the end of many others. */
+    std::string_view TextAt(UINT nPos) const {
+        if (nPos >= m_nTextEnd || !m_stPlan.Bytes(nPos, 1)) return {};
+        const std::span<const BYTE> arByte = m_stPlan.Main().subspan(nPos);
+        return ToTerminator(arByte.first(std::min(arByte.size(), PRINT_TEXT_MOST)));
     }
 
     void Outside(const char* lpszField, UINT nOffset) {
@@ -258,6 +272,8 @@ private:
         const auto* const lpHead = m_stPlan.Record<EXECUTEPLANBSON>(nOffset);
         const BYTE* const lpPlan = lpHead ? m_stPlan.Bytes(nOffset, lpHead->m_nTotalDataSize) : nullptr;
         CPlanReader stInner;
+        // Its size is the price of looking at it: plans inside each other end with the budget.
+        if (lpPlan && !Spend(lpHead->m_nTotalDataSize)) return;
         if (!lpPlan || stInner.Open(lpPlan, lpHead->m_nTotalDataSize) != ERR_OK) return Outside(lpszField, nOffset);
         if (m_nDepth < PRINT_DEPTH_MOST)
             CWalker(stInner, m_stPrint, m_stWriter, m_nBudget, m_nBase + nOffset, m_nDepth).Plan(lpszField);
@@ -294,7 +310,7 @@ private:
         const UINT nLength = stType.m_lpszLength ? Length(stRecord, stField, stSpot) : 4;
         const std::size_t nElement = stType.m_nKind == PLANFIELD_TAIL_OFFSETS ? sizeof(UINT) : 1;
         if (stType.m_nKind == PLANFIELD_TAIL_RECORDS) return Array(lpszField, stType.m_nRecord, stTail, nLength);
-        if (stType.m_nKind == PLANFIELD_TAIL_TEXT) return TailText(lpszField, stTail.Bytes());
+        if (stType.m_nKind == PLANFIELD_TAIL_TEXT) return TailText(lpszField, stTail.m_nPos);
         if (stTail.Left() < nLength * nElement) return Outside(lpszField, stTail.m_nPos);
         const std::span<const BYTE> arByte = stTail.Bytes().first(nLength * nElement);
         switch (stType.m_nKind) {
@@ -311,9 +327,9 @@ private:
         }
     }
 
-    void TailText(const char* lpszField, std::span<const BYTE> arByte) {
-        if (!std::memchr(arByte.data(), 0, arByte.size())) return m_stWriter.Note(lpszField, "has no end");
-        m_stWriter.Text(lpszField, ToTerminator(arByte).substr(0, PRINT_TEXT_MOST));
+    void TailText(const char* lpszField, UINT nPos) {
+        const std::string_view szText = TextAt(nPos);
+        return szText.data() ? m_stWriter.Text(lpszField, szText) : m_stWriter.Note(lpszField, "has no end");
     }
 
     void TailOffsets(const char* lpszField, PLANRECORDNO nRecord, std::span<const BYTE> arByte) {
@@ -337,9 +353,10 @@ private:
     void TailBytes(const char* lpszField, std::span<const BYTE> arByte) {
         if (arByte.empty()) return;
         if (arByte.back() == 0) arByte = arByte.first(arByte.size() - 1);
+        arByte = arByte.first(std::min(arByte.size(), PRINT_TEXT_MOST));
         const bool bText = std::ranges::none_of(arByte, [](BYTE bByte) { return bByte > 0 && bByte < 9; });
         if (!bText) return m_stWriter.Note(lpszField, Hex(arByte));
-        m_stWriter.Text(lpszField, AsText(arByte).substr(0, PRINT_TEXT_MOST));
+        m_stWriter.Text(lpszField, AsText(arByte));
     }
 
     const CPlanReader& m_stPlan;
@@ -348,6 +365,8 @@ private:
     std::size_t& m_nBudget;
     UINT m_nBase;
     int m_nDepth;
+    /** Texts that begin here or behind it have no end. */
+    std::size_t m_nTextEnd;
     /** Offsets of the records that were printed. */
     std::unordered_set<UINT> m_setPrinted;
 };
@@ -362,8 +381,8 @@ public:
 
 void PrintPlan(const CPlanReader& stPlan, const PLANPRINT& stPrint, CPlanSink& stSink) {
     const std::unique_ptr<CPlanWriter> lpWriter = MakePlanWriter(stPrint, stSink);
-    // A sound plan prints each byte once at most as a field, and once as a target.
-    std::size_t nBudget = PRINT_BUDGET_BASE + 4 * stPlan.Head().m_nTotalDataSize;
+    // A sound plan prints each byte once at most as a field, once as a target, and once in a plan inside it.
+    std::size_t nBudget = PRINT_BUDGET_BASE + 4 * std::size_t{stPlan.Head().m_nTotalDataSize};
     CWalker(stPlan, stPrint, *lpWriter, nBudget).Plan("plan");
     lpWriter->Finish();
 }

@@ -161,6 +161,9 @@ protected:
     /** The ")" of the "(" at `nOpen`, searched up to `nEnd`; -1 without one. */
     int FindFunctionEndPos(int nOpen, int nEnd) const;
 
+    /** The first word of code `nKeyword` outside of all brackets from `nBegin` on; `nEnd` without one. */
+    int FindWord(int nKeyword, int nBegin, int nEnd) const;
+
     /** Appends a word, or any text, to the expression's text as far as there is room. */
     void Push(int nPos);
     void Push(const char* lpszText, int nLen);
@@ -245,9 +248,11 @@ private:
     int ParseWord(st_PARSEPARAM& stParam, int& nPos, int& nOpen);
     int ParseOperator(const st_PARSEPARAM& stParam, int nPos, BYTE bClass);
     int ParseAllFields();
-    int CheckIs(int nPos) const;
+    bool IsTruthWord(int nPos) const;
+    int PushNode(const stu_EXPFIELDBSON_MIXQUEUENODE& stNode);
 
-    int ReadName(int nPos, NAME& stName) const;
+    bool ReadName(int nPos, NAME& stName) const;
+    int NewWordField(int nPos, UINT& nOffset);
     int ParseElement(st_PARSEPARAM& stParam, UINT& nOffset);
     int ParseQualified(st_PARSEPARAM& stParam, BYTE bObjectNo, const NAME& stName, UINT& nOffset);
     int ParseTriggerRow(st_PARSEPARAM& stParam, UINT& nOffset);
@@ -266,9 +271,14 @@ private:
     int ParseCaseWhen(CALL& stCall);
     int ParseCheckChild(CALL& stCall);
     int ParseFunctionParam(CALL& stCall, int nBegin, int nEnd);
+    int OpenCall(CALL& stCall, int& nTaken, int& nActual);
+    int CloseCall(CALL& stCall, BYTE bCode, int nParamNum);
+    int QueueFunction(BYTE bCode, int nParamNum);
     int ParseArgument(CALL& stCall, int nBegin, int nEnd);
+    int ParseArgumentTree(CALL& stCall, int nBegin, int nEnd, CParseExpressionManager& stArgument);
+    int PushArgument(UINT nOffset);
     int SetDefaultParam(BYTE bCode, int nActual);
 
-    int FoldOperator(const stu_EXPFIELDBSON_MIXQUEUENODE& stNode, CKestroStack& skOperand);
+    int FoldOperator(stu_EXPFIELDBSON_MIXQUEUENODE& stNode, CKestroStack& skOperand);
     int FoldParamList(const stu_EXPFIELDBSON_MIXQUEUENODE& stNode, CKestroStack& skOperand, st_MATHEXPBSON& stRecord);
 };

@@ -12,6 +12,7 @@ struct CProbe : CBaseBson {
     using CBaseBson::m_bChangeSection;
     using CBaseBson::m_lpBsonSectionArray;
     using CBaseBson::m_nBsonSectionNum;
+    using CBaseBson::m_nExecutePlanDataSize;
     using CBaseBson::m_pMasterBson;
 
     const BUFFERSECTIONHEAD& Head(USHORT nNo) { return *reinterpret_cast<BUFFERSECTIONHEAD*>(GetBufferSection(nNo)); }
@@ -54,8 +55,7 @@ TEST(BaseBsonSection, HoldsManyRecordsStepsAndBlocks) {
     EXECUTEPLANBSON* lpPlan = nullptr;
     UINT nOffset = 0;
     ASSERT_EQ(stBson.AllocFromBsonBuffer(lpPlan, nOffset), ERR_OK);
-    UINT nFirst[3] = {};
-    std::vector<UINT> arBlockID;
+    std::vector<UINT> arRecordID, arStepID, arBlockID;
     for (UINT i = 0; i < COUNT; ++i) {
         RECORDHEAD* lpRecord = nullptr;
         EXECUTESTEP* lpStep = nullptr;
@@ -63,18 +63,17 @@ TEST(BaseBsonSection, HoldsManyRecordsStepsAndBlocks) {
         UINT nID = 0;
         ASSERT_EQ(stBson.AllocRecord(lpRecord, nID), ERR_OK);
         lpRecord->m_nRsFieldOffset = i;
-        if (i == 0) nFirst[0] = nID;
-        ASSERT_EQ(stBson.Place(nID), reinterpret_cast<LPBYTE>(lpRecord));
+        arRecordID.push_back(nID);
         ASSERT_EQ(stBson.AllocStep(lpStep, nOffset), ERR_OK);
         lpStep->m_nRecordAddrID = nID;
         lpStep->m_nNextPlanAddrID = i;
-        if (i == 0) nFirst[1] = nOffset;
+        arStepID.push_back(nOffset);
         ASSERT_EQ(stBson.AllocBlockInfo(lpBlock, nID), ERR_OK);
         lpBlock->m_nBlockNo = i;
         arBlockID.push_back(nID);
     }
-    EXPECT_EQ(nFirst[0], MakeAddrID(1, 16));
-    EXPECT_EQ(nFirst[1], MakeAddrID(2, 16));
+    EXPECT_EQ(arRecordID[0], MakeAddrID(1, 16));
+    EXPECT_EQ(arStepID[0], MakeAddrID(2, 16));
     EXPECT_EQ(arBlockID[0], MakeAddrID(3, 12));
 
     // Chained and sized, and once more after further records.
@@ -97,7 +96,10 @@ TEST(BaseBsonSection, HoldsManyRecordsStepsAndBlocks) {
         const BLOCKINFO& stBlock = *reinterpret_cast<BLOCKINFO*>(stBson.Place(arBlockID[i]));
         const bool bFirst = i != 0 && arBlockID[i - 1] >> 16 != arBlockID[i] >> 16;
         const bool bLast = i + 1 != COUNT && arBlockID[i + 1] >> 16 != arBlockID[i] >> 16;
-        ASSERT_EQ(stBlock.m_nBlockNo, i);
+        const EXECUTESTEP& stStep = *reinterpret_cast<EXECUTESTEP*>(stBson.Place(arStepID[i]));
+        ASSERT_TRUE(stBlock.m_nBlockNo == i && stStep.m_nNextPlanAddrID == i) << i;
+        ASSERT_EQ(stStep.m_nRecordAddrID, arRecordID[i]);
+        ASSERT_EQ(reinterpret_cast<RECORDHEAD*>(stBson.Place(arRecordID[i]))->m_nRsFieldOffset, i);
         ASSERT_EQ(stBlock.m_bFlag, bLast ? SECTION_LAST : bFirst ? SECTION_FIRST : 0);
     }
 }
@@ -200,7 +202,11 @@ TEST(BaseBsonSection, PutsSectionsIntoTheTopmostMaster) {
     EXPECT_EQ(stBson.GetBufferSection(0), nullptr);
     LPBYTE lpPiece = nullptr;
     EXPECT_EQ(stBson.AllocFromBufferSection(0xFFFFFFFF, nID, lpPiece), ERR_MEMORY);
+    // The plan's size ends with its 32 bits.
+    stTop.m_nExecutePlanDataSize = UINT_MAX - 16 - 47;
+    EXPECT_EQ(stBson.AllocRecord(lpRecord, nID), ERR_MEMORY);
     EXPECT_EQ(stTop.GetBufferSectionNum(), 3);
+    EXPECT_EQ(stBson.AllocBlockInfo(lpBlock, nID), ERR_OK);
 }
 
 } // namespace

@@ -121,10 +121,12 @@ TEST(BaseBson, HoldsNoStaleByte) {
             const UINT nPos = stRandom() % (stBson.GetBsonDataSize() + 300);
             LPBYTE lpPiece = nullptr;
             UINT nOffset = 0;
-            const int nVerb = static_cast<int>(stRandom() % 6);
+            const UINT nEnd = stBson.GetBsonDataSize();
+            const int nVerb = static_cast<int>(stRandom() % 25 == 0 ? 6 : stRandom() % 6);
             if (nVerb == 0) lpPiece = stBson.GetBuffer() + nPos;
             if (nVerb == 1) {
                 ASSERT_EQ(stBson.AllocFromBsonBufferEx(nSize, nOffset, lpPiece), ERR_OK);
+                std::fill_n(arModel.data() + nEnd, nSize == 0 ? 0 : nOffset - nEnd, 0); // the pad
             } else if (nVerb == 2) {
                 stBson.SetDataLen(nPos);
             } else if (nVerb == 3) {
@@ -134,6 +136,9 @@ TEST(BaseBson, HoldsNoStaleByte) {
             } else if (nVerb == 4) {
                 ASSERT_EQ(stBson.ReAllocBsonBuffer(65424 + nSize), ERR_OK);
                 arModel.resize(stBson.GetBsonBufferSize());
+            } else if (nVerb == 6) {
+                stBson.ResetBuffer(); // the next plan
+                std::ranges::fill(arModel, 0);
             } else {
                 ASSERT_EQ(stBson.AllocFromBsonBuffer(nSize, nOffset, lpPiece), ERR_OK);
                 std::fill_n(arModel.data() + nOffset, nSize, 0);

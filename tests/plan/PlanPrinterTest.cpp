@@ -179,4 +179,31 @@ TEST(PlanPrinter, ComesToAnEnd) {
     EXPECT_EQ(std::count(strDeep.begin(), strDeep.end(), '\n'), 997);
 }
 
+// Bytes of the plan's own in many places: what is printed grows with the plan, not with its square.
+TEST(PlanPrinter, PrintsALongStatementOnce) {
+    CPlanMaker stNames(PLAN_SELECT, std::string(20000, 's')), stViews(PLAN_CREATE, "v");
+    UINT nCommand = 0, nView = 0, nObject = 0;
+    auto* const lpQuery = stNames.New<QUERYEXECUTEPLANBSON>(nCommand);
+    stNames.m_lpPlan->m_nCommandOffset = nCommand;
+    for (int i = 0; i < 100; ++i) {
+        lpQuery->m_nObjectOffset = nObject;
+        auto* const lpObject = stNames.New<OBJECTBSON>(nObject);
+        lpObject->m_nObjectNameOffset = PLAN_TEXT_OFFSET;
+        lpObject->m_nNextOffset = lpQuery->m_nObjectOffset;
+    }
+    const std::string strNames = stNames.Finish();
+    auto* const lpCreate = stViews.New<CREATEEXECUTEPLANBSON>(nCommand);
+    stViews.m_lpPlan->m_nCommandOffset = nCommand;
+    lpCreate->m_bObjectType = CREATE_VIEW;
+    const UINT nInner = stViews.Text(strNames);
+    for (int i = 0; i < 100; ++i) {
+        lpCreate->m_nPlanOffset = nView;
+        auto* const lpView = stViews.New<VIEWBSON>(nView);
+        lpView->m_nViewExecutePlanOffset = nInner;
+        lpView->m_nNextViewOffset = lpCreate->m_nPlanOffset;
+    }
+    for (const std::string& strPlan : {strNames, stViews.Finish()})
+        EXPECT_LT(Print(strPlan, {PLANFORMAT_JSON, false, false}).size(), 8 * strPlan.size());
+}
+
 } // namespace

@@ -1,0 +1,305 @@
+#include "ParseSql.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "ChunkFault.h"
+#include "ExactBytes.h"
+#include "ParseSqlHead.h"
+#include "PlanLine.h"
+#include "PlanMaker.h"
+
+namespace {
+
+struct ROW {
+    const char* m_lpszSql;
+    const char* m_lpszPlan;
+};
+
+TEST(ParseSql, ChoosesTheParserByTheFirstWord) {
+    constexpr ROW ROWS[] = {
+        {"begin", "nType=10 bWriteLog=1"},
+        {"Begin Work;", "nType=10 bWriteLog=1"},
+        {"begin graph", "nType=15 bWriteLog=1"},
+        {"begin work work", "814 at 2"},
+        {"begin it", "814 at 0"},
+        {"commit", "nType=11 bWriteLog=1"},
+        {"commit graph", "nType=16 bWriteLog=1"},
+        {"commit work work", "815 at 0"},
+        {"rollback work", "nType=12 bWriteLog=1"},
+        {"rollback graph", "816 at 0"},
+        {"use Shop", "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"Shop\"}"},
+        {"use `my shop`", "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"my shop\"}"},
+        {"use", "835 at 0"},
+        {"use a b", "835 at 0"},
+        {"use 1", "835 at 1"},
+        {"show tables", "502 at 0"},
+        {"create table t (a int)", "502 at 0"},
+        {"frobnicate", "502 at 0"},
+        {"commi_t", "501 at 0"},
+        {"", "500 at 0"},
+        {" \t\r\n;;", "500 at 0"},
+        {"-- nothing", "500 at 0"},
+        {"1", "500 at 0"},
+    };
+    for (const ROW& stRow : ROWS)
+        EXPECT_EQ(Compiled(stRow.m_lpszSql), stRow.m_lpszPlan) << stRow.m_lpszSql;
+    const std::string strLongest(64, 'd');
+    EXPECT_EQ(Compiled("use " + strLongest),
+              "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"" + strLongest + "\"}");
+    EXPECT_EQ(Compiled("use d" + strLongest), "835 at 1");
+}
+
+/** What the head reader answers: "code text | word, position, brackets, hint". */
+std::string Head(std::string_view szSql, bool bHashComment = false) {
+    SQLHEAD stHead;
+    const ExactText stText(szSql);
+    const int nCode = ReadSqlHead(stText.View(), bHashComment, stHead);
+    if (nCode != ERR_OK) return std::to_string(nCode);
+    std::string strHead(stHead.m_szText);
+    strHead.append(" | ").append(stHead.m_szWord).append(" ").append(std::to_string(stHead.m_nPos));
+    if (stHead.m_nParens != 0) strHead.append(" (").append(std::to_string(stHead.m_nParens));
+    if (stHead.m_nHintEnd != 0)
+        strHead.append(" hint ").append(
+            stHead.m_szText.substr(static_cast<std::size_t>(stHead.m_nHintBegin),
+                                   static_cast<std::size_t>(stHead.m_nHintEnd - stHead.m_nHintBegin)));
+    return strHead;
+}
+
+TEST(ParseSql, ReadsTheHead) {
+    constexpr ROW ROWS[] = {
+        {"select 1;;", "select 1 | select 7"},
+        {"select 1 ; ;\n", "select 1  | select 7"},
+        {"(select 1)", "select 1 | select 7"},
+        {"( ((select 1 );) )", "select 1 | select 7"},
+        {"(select 1) union (select 2)", "(select 1) union (select 2) | select 8 (1"},
+        {"((select 1) union (select 2))", "(select 1) union (select 2) | select 8 (1"},
+        {" (select 1)", " (select 1) | select 9 (1"},
+        {"(select ')' from t)", "select ')' from t | select 7"},
+        {"(select '(' from t) union (select ')' from t)",
+         "(select '(' from t) union (select ')' from t) | select 8 (1"},
+        {"select*from t", "select*from t | select 7"},
+        {"-- c\r\n/* c */ select 1", "-- c\r\n/* c */ select 1 | select 21"},
+        {"sel/* c */update t", "sel/* c */update t | update 17"},
+        {"/*!40101 set x */", "/*!40101 set x */ | set 13 hint  set x */"},
+        {"select /*!1 a */ b", "select /*!1 a */ b | select 7"},
+        {"/*! set x", "/*! set x | set 8 hint set x"},
+        {"select", "select | select 6"},
+        {"deallocateab", "deallocateab | deallocateab 12"},
+        {"deallocateabc", "502"},
+        {"select(1)", "501"},
+        {"#c\nselect 1", "500"},
+        {"/* open", "500"},
+        {"()", "500"},
+        {"/*! */ select", "500"},
+    };
+    for (const ROW& stRow : ROWS)
+        EXPECT_EQ(Head(stRow.m_lpszSql), stRow.m_lpszPlan) << stRow.m_lpszSql;
+    EXPECT_EQ(Head("#c\nselect 1", true), "#c\nselect 1 | select 10");
+    // A million brackets are read in one pass.
+    const std::string strOpen(1'000'000, '('), strClose(1'000'000, ')');
+    EXPECT_EQ(Head(strOpen + "select 1" + strClose), "select 1 | select 7");
+    EXPECT_EQ(Head(strOpen + "select 1"), strOpen + "select 1 | select 1000007 (1000000");
+}
+
+TEST(ParseSql, ReadsTheHeadInPlace) {
+    char szSql[] = "(select 1 ;); ";
+    char* lpszSql = szSql;
+    char szWord[SQLHEAD::WORD_SIZE];
+    int nLen = sizeof szSql - 1, nPos = 0, nWordLen = 0, nParens = 0, nHintBegin = 0, nHintEnd = 0;
+    EXPECT_EQ(PraseSqlHead(lpszSql, 0, nLen, nPos, szWord, nWordLen, nParens, nHintBegin, nHintEnd), ERR_OK);
+    EXPECT_STREQ(lpszSql, "select 1 ");
+    EXPECT_EQ(std::string(szSql + 10, 4), std::string(4, '\0'));
+    EXPECT_EQ(nLen, 9);
+    EXPECT_STREQ(szWord, "select");
+}
+
+TEST(ParseSql, CompilesWhatStandsInAHint) {
+    EXPECT_EQ(Compiled("/*!40101 begin work */"), "nType=10 bWriteLog=1");
+    EXPECT_EQ(Compiled("/*!40101 begin work */ work"), "814 at 2");
+    EXPECT_EQ(Compiled("(/*! use */ shop)"), "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"shop\"}");
+}
+
+/** A statement of many words that compiles. */
+std::string LongStatement(std::size_t nBytes) {
+    std::string strSql = "alter system add ";
+    while (strSql.size() < nBytes)
+        strSql += "datafile '0123456789' ";
+    return strSql;
+}
+
+/** The plan's bytes as compiled into a block of the caller's, of `nCapacity` bytes and full of another statement. */
+std::string CompiledInto(std::string_view szSql, UINT nCapacity) {
+    const auto lpBlock = std::make_unique<BYTE[]>(nCapacity);
+    std::memset(lpBlock.get(), 0xA5, nCapacity);
+    auto* lpPlan = reinterpret_cast<EXECUTEPLANBSON*>(lpBlock.get());
+    lpPlan->m_nClientBsonDataSize = nCapacity;
+    CParseSql stParseSql;
+    if (stParseSql.ParseSql(szSql.data(), static_cast<int>(szSql.size()), lpPlan, 0, 0, 0) != ERR_OK) return {};
+    return {reinterpret_cast<const char*>(lpPlan), lpPlan->m_nTotalDataSize};
+}
+
+TEST(ParseSql, CompilesInAnyBufferIntoTheSameBytes) {
+    for (const std::size_t nBytes : {100'000, 10'000'000}) {
+        const std::string strSql = LongStatement(nBytes);
+        const std::string strRoomy = CompiledInto(strSql, static_cast<UINT>(2 * nBytes));
+        const UINT nSize = static_cast<UINT>(PLAN_TEXT_OFFSET + strSql.size() + 1 + sizeof(ALTEREXECUTEPLANBSON) +
+                                             sizeof(FILEINFOBSON));
+        ASSERT_EQ(strRoomy.size(), nSize);
+        for (const UINT nCapacity : {UINT{52}, UINT{89}, UINT{65536}, nSize - 1, nSize})
+            EXPECT_TRUE(CompiledInto(strSql, nCapacity) == strRoomy) << nCapacity;
+    }
+}
+
+TEST(ParseSql, FailsWithoutMemoryAndWorksAfterwards) {
+    const std::string strSql = LongStatement(200'000);
+    const std::string strExpected = CompiledInto(strSql, 1'000'000);
+    int nFailed = 0;
+    for (std::int64_t nNth = 1;; ++nNth) {
+        CParseSql stParseSql;
+        EXECUTEPLANBSON* lpPlan = nullptr;
+        const auto Compile = [&] {
+            lpPlan = nullptr;
+            return stParseSql.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, 0, 0, 0);
+        };
+        KestroChunkFailNth(nNth);
+        const int nCode = Compile();
+        const bool bCameTrue = KestroChunkFailNth(0) == 0;
+        if (!bCameTrue) break;
+        EXPECT_TRUE(nCode == ERR_OK || (nCode == ERR_MEMORY && !lpPlan)) << nNth;
+        nFailed += nCode == ERR_MEMORY;
+        ASSERT_EQ(Compile(), ERR_OK) << nNth;
+        EXPECT_TRUE(std::string_view(reinterpret_cast<const char*>(lpPlan), lpPlan->m_nTotalDataSize) == strExpected);
+    }
+    EXPECT_GT(nFailed, 0);
+}
+
+/** A compiler whose queries and parameters are made by hand. */
+class CHandParseSql : public CParseSql {
+public:
+    /** "no" of an object named with an alias or without one, or the error's code as a negative number. */
+    int Name(const char* lpszDatabase, const char* lpszName, const char* lpszTitle = nullptr,
+             BYTE bType = OBJECT_TABLE) {
+        BYTE bNo = 0;
+        const int nCode = lpszTitle ? SetObjectTitle(lpszDatabase, lpszName, bType, lpszTitle, bNo)
+                                    : SetObjectName(lpszDatabase, lpszName, bType, bNo);
+        return nCode == ERR_OK ? bNo : -nCode;
+    }
+    /** A plan with `nNum` parameters. */
+    void MakeParameters(int nNum) {
+        EXECUTEPLANBSON* lpPlan = nullptr;
+        UINT nOffset = 0;
+        EXPECT_EQ(m_stBson.AllocBsonBuffer(nullptr, 4096), ERR_OK);
+        EXPECT_EQ(m_stBson.AllocFromBsonBuffer(lpPlan, nOffset), ERR_OK);
+        while (nNum-- > 0) {
+            LPBYTE lpElement = nullptr;
+            EXPECT_EQ(m_stBson.AllocFromBsonBuffer(28, nOffset, lpElement), ERR_OK);
+            reinterpret_cast<MATHEXPELEMENTBSON*>(lpElement)->m_bDataSource = SOURCE_PARAM;
+            EXPECT_EQ(AddParameter(nOffset), ERR_OK);
+        }
+    }
+    /** "type length: bytes" of a parameter as bound. */
+    std::string Bound(int nIndex) {
+        const LPBYTE lpElement = m_stBson.ConvertOffset2Addr(m_vecFieldOffset.get(nIndex - 1));
+        UINT nOffset = 0;
+        std::memcpy(&nOffset, lpElement + 24, sizeof nOffset);
+        const auto* const lpRecord = reinterpret_cast<const MATHEXPELEMENTBSON*>(lpElement);
+        std::string strBound =
+            std::to_string(lpRecord->m_bDataType) + " " + std::to_string(lpRecord->m_nDataLen) + ": ";
+        if (nOffset == 0) return strBound;
+        return strBound.append(reinterpret_cast<const char*>(m_stBson.ConvertOffset2Addr(nOffset)),
+                               static_cast<std::size_t>(lpRecord->m_nDataLen));
+    }
+};
+
+TEST(ParseSqlObject, NumbersObjectsAndFindsThemOutward) {
+    CHandParseSql stSql;
+    ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
+    EXPECT_EQ(stSql.Name("", "T"), 1);
+    EXPECT_EQ(stSql.Name("d", "t"), 2);
+    EXPECT_EQ(stSql.Name("D", "t"), 2);
+    EXPECT_EQ(stSql.Name("", "t", nullptr, OBJECT_NODE), 3);
+    EXPECT_EQ(stSql.Name("", "u"), 4);
+    EXPECT_EQ(stSql.Name("", "U", "x"), 4) << "an object without an alias takes it";
+    EXPECT_EQ(stSql.Name("", "u", "y"), 5) << "the same object once more";
+    EXPECT_EQ(stSql.Name("", "v", "X"), -ERR_DUPLICATE_ALIAS);
+    EXPECT_EQ(stSql.Name("", "u", "y"), -ERR_DUPLICATE_ALIAS);
+    ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
+    EXPECT_EQ(stSql.Name("", "w", "x"), 6) << "another query's alias";
+    EXPECT_EQ(stSql.FindObject("", "X", 0), 6) << "the inner one hides the outer one";
+    EXPECT_EQ(stSql.FindObject("", "t", 0), 1);
+    EXPECT_EQ(stSql.FindObject("d", "T", 0), 2);
+    EXPECT_EQ(stSql.FindObject(nullptr, "t", OBJECT_NODE), 3);
+    EXPECT_EQ(stSql.FindObject("", "u", 0), 0) << "the alias hides the name";
+    EXPECT_EQ(stSql.FindObject("", "", 0), 0);
+    stSql.LeaveQuery();
+    EXPECT_EQ(stSql.FindObject("", "x", 0), 4);
+    ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
+    EXPECT_EQ(stSql.FindObject("", "x", 0), 4) << "a sibling is no outer query";
+    EXPECT_TRUE(stSql.FindDataBaseName("D") && stSql.FindObjectName("W") && stSql.FindObjectName("y"));
+    EXPECT_FALSE(stSql.FindDataBaseName("") || stSql.FindDataBaseName("t") || stSql.FindObjectName("d"));
+    for (int i = 7; i <= 255; ++i)
+        ASSERT_EQ(stSql.Name("", std::to_string(i).c_str()), i);
+    EXPECT_EQ(stSql.Name("", "one more"), -ERR_OBJECT_NUMBER);
+    const std::string strLong(500, 'n');
+    EXPECT_EQ(stSql.FindObject(strLong.c_str(), strLong.c_str(), 0), 0);
+}
+
+TEST(ParseSqlObject, NestsQueriesToALimit) {
+    CHandParseSql stSql;
+    for (int i = 1; i < 32; ++i)
+        ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
+    EXPECT_EQ(stSql.EnterQuery(), ERR_NESTED_QUERY);
+    EXPECT_EQ(stSql.GetQueryLevel(), 31);
+    for (int i = 32; i <= 255; ++i) {
+        stSql.LeaveQuery();
+        ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
+    }
+    stSql.LeaveQuery();
+    EXPECT_EQ(stSql.EnterQuery(), ERR_NESTED_QUERY);
+}
+
+TEST(ParseSqlBind, WritesValuesBehindThePlan) {
+    CHandParseSql stSql;
+    EXPECT_EQ(stSql.ExecuteBind(), ERR_NULL_POINTER);
+    constexpr int PARAM_NUM = 70;
+    stSql.MakeParameters(PARAM_NUM);
+    st_VARDATA stValue;
+    for (const int nIndex : {-1, 0, PARAM_NUM + 1})
+        EXPECT_EQ(stSql.BindData(nIndex, stValue), ERR_OUT_OF_BOUNDS);
+
+    std::string strText(100'000, 't');
+    stValue.AttachString(strText.data(), static_cast<int>(strText.size()), 0);
+    ASSERT_EQ(stSql.BindData(PARAM_NUM, stValue), ERR_OK) << "the plan moves";
+    EXPECT_EQ(stSql.Bound(PARAM_NUM), "6 100000: " + strText);
+    const UINT nSize = stSql.GetParseBson().GetBsonDataSize();
+    stValue.AttachString(strText.data(), 3, 0);
+    ASSERT_EQ(stSql.BindData(PARAM_NUM, stValue), ERR_OK);
+    EXPECT_EQ(stSql.Bound(PARAM_NUM), "6 3: ttt");
+    EXPECT_EQ(stSql.GetParseBson().GetBsonDataSize(), nSize) << "a value takes the place of the one before";
+    stValue.AttachString(strText.data(), 0, 0);
+    ASSERT_EQ(stSql.BindData(PARAM_NUM, stValue), ERR_OK);
+    EXPECT_EQ(stSql.Bound(PARAM_NUM), "10 4: ");
+
+    st_VARDATA stNumber;
+    stNumber.SetData(0x44434241);
+    EXPECT_EQ(stSql.BindData(1, stNumber), ERR_OK);
+    EXPECT_EQ(stSql.Bound(1), "1 4: ABCD");
+    stNumber.SetData(0x4847464544434241LL);
+    EXPECT_EQ(stSql.BindData(1, stNumber), ERR_OK);
+    EXPECT_EQ(stSql.Bound(1), "2 8: ABCDEFGH");
+    ASSERT_EQ(CKestroDecimal::Convert2Decimal("-12.5", &stNumber), ERR_OK);
+    EXPECT_EQ(stSql.BindData(2, stNumber), ERR_OK);
+    EXPECT_EQ(stSql.Bound(2), "240 3: " + DecimalImage("-12.5"));
+    stNumber.SetNull();
+    EXPECT_EQ(stSql.BindData(2, stNumber), ERR_OK);
+    EXPECT_EQ(stSql.Bound(2), "10 4: ");
+
+    EXPECT_EQ(stSql.ExecuteBind(), ERR_OK);
+    const EXECUTEPLANBSON* const lpPlan = stSql.GetExecutePlan();
+    EXPECT_EQ(lpPlan->m_nTotalDataSize, stSql.GetParseBson().GetBsonDataSize());
+    EXPECT_EQ(lpPlan->m_nBsonDataSize, lpPlan->m_nTotalDataSize);
+}
+
+} // namespace

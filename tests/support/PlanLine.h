@@ -1,0 +1,50 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+#include "ParseSql.h"
+#include "PlanPrinter.h"
+
+/** A compiled plan in one line, `field=value` and `field=RECORD{...}`, without what all plans have: sizes, hash, text.
+ */
+inline std::string PlanLine(const void* lpBytes, std::size_t nLen) {
+    CPlanReader stPlan;
+    if (stPlan.Open(lpBytes, nLen) != ERR_OK) return std::string("unsound: ") + stPlan.Fault();
+    const std::string strText = PrintPlan(stPlan, {.m_bOffsets = false});
+    constexpr std::string_view COMMON[] = {"m_nTotalDataSize",      "m_bVersion", "m_nBsonDataSize",
+                                           "m_nClientBsonDataSize", "m_dwHashID", "m_nSqlOffset"};
+    std::string strLine;
+    std::size_t nDepth = 1;
+    for (std::size_t nPos = strText.find('\n') + 1, nEnd; (nEnd = strText.find('\n', nPos)) != std::string::npos;
+         nPos = nEnd + 1) {
+        std::string_view szField = std::string_view(strText).substr(nPos, nEnd - nPos);
+        const std::size_t nIndent = szField.find_first_not_of(' ') / 2;
+        szField.remove_prefix(2 * nIndent);
+        const std::string_view szName = szField.substr(0, szField.find(' '));
+        if (nIndent == 1 && std::find(std::begin(COMMON), std::end(COMMON), szName) != std::end(COMMON)) continue;
+        if (nIndent > nDepth)
+            strLine += '{';
+        else if (nIndent < nDepth)
+            strLine.append(nDepth - nIndent, '}') += ' ';
+        else if (!strLine.empty())
+            strLine += ' ';
+        nDepth = nIndent;
+        const bool bPrefix = szName.substr(0, 2) == "m_";
+        strLine.append(szName.substr(bPrefix ? 2 : 0));
+        if (szName.size() != szField.size()) strLine.append("=").append(szField.substr(szName.size() + 1));
+    }
+    return strLine.append(nDepth - 1, '}');
+}
+
+/** A statement's plan in one line, or the code of its error and the number of the word: "509 at 2". */
+inline std::string Compiled(std::string_view szSql) {
+    CParseSql stParseSql;
+    EXECUTEPLANBSON* lpPlan = nullptr;
+    const int nCode = stParseSql.ParseSql(szSql.data(), static_cast<int>(szSql.size()), lpPlan, 0, 0, 0);
+    if (nCode != ERR_OK) return std::to_string(nCode) + " at " + std::to_string(stParseSql.GetErrorPos());
+    return PlanLine(lpPlan, lpPlan->m_nTotalDataSize);
+}
