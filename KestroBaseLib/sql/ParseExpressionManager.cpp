@@ -53,15 +53,7 @@ int CParseExpressionManager::ParseWord(st_PARSEPARAM& stParam, int& nPos, int& n
         const int nCode = PopToBracket();
         return nCode == ERR_OK ? ERR_OK : Fail(nCode, nPos);
     }
-    if (nKeyword == WORD_PAREN_OPEN) {
-        const int nNext = nPos + 1;
-        if (nNext >= stParam.m_nEndPos || Keyword(nNext) == WORD_PAREN_CLOSE ||
-            CheckValidOperator(nNext, stParam.m_bCondition) == OPCLASS_BINARY)
-            return Fail(ERR_EXPECT_EXPRESSION, nNext);
-        Push(nPos);
-        ++nOpen;
-        return PushOperator(OP_BRACKET);
-    }
+    if (nKeyword == WORD_PAREN_OPEN) return OpenBracket(stParam, nPos, nOpen);
     if (const BYTE bClass = CheckValidOperator(nPos, stParam.m_bCondition); bClass != OPCLASS_NONE)
         return ParseOperator(stParam, nPos, bClass);
     if (const BYTE bFunction = CheckValidFunction(nPos); bFunction != OP_NONE)
@@ -91,6 +83,30 @@ int CParseExpressionManager::ParseOperator(const st_PARSEPARAM& stParam, int nPo
     return PushOperator(bCode);
 }
 
+int CParseExpressionManager::OpenBracket(const st_PARSEPARAM& stParam, int nPos, int& nOpen) {
+    const int nNext = nPos + 1;
+    if (nNext >= stParam.m_nEndPos || Keyword(nNext) == WORD_PAREN_CLOSE ||
+        CheckValidOperator(nNext, stParam.m_bCondition) == OPCLASS_BINARY)
+        return Fail(ERR_EXPECT_EXPRESSION, nNext);
+    Push(nPos);
+    ++nOpen;
+    return PushOperator(OP_BRACKET);
+}
+
+int CParseExpressionManager::ParseSubQuery(int nSelect, int nEnd, BYTE bType, UINT& nOffset) {
+    st_PARSEPARAM stQuery;
+    stQuery.m_nBeginPos = nSelect + 1;
+    stQuery.m_nEndPos = stQuery.m_nQueryEnd = nEnd;
+    stQuery.m_bSubQueryType = bType;
+    int bLockOption = 0;
+    BYTE bExecuteParam = 0;
+    long long llTimestamp = 0;
+    if (const int nCode = m_pParseSql->ParseSingleQuery(m_lpWordArray, &stQuery, bLockOption, bExecuteParam, nOffset,
+                                                        llTimestamp, 0, 0))
+        return Fail(nCode, m_pParseSql->GetErrorPos());
+    return bLockOption ? Fail(ERR_FOR_UPDATE, nSelect) : ERR_OK;
+}
+
 int CParseExpressionManager::ParseSubQueryOperand(const st_PARSEPARAM& stParam, int& nPos, int& nOpen) {
     const int nKeyword = Keyword(nPos);
     const bool bQuantified = nKeyword != KW_SELECT;
@@ -109,18 +125,9 @@ int CParseExpressionManager::ParseSubQueryOperand(const st_PARSEPARAM& stParam, 
     const int nClose = FindFunctionEndPos(nPos - 1, stParam.m_nEndPos);
     if (nClose < 0) return Fail(ERR_SYNTAX_SELECT, nPos);
 
-    st_PARSEPARAM stQuery;
-    stQuery.m_nBeginPos = nPos + 1;
-    stQuery.m_nEndPos = stQuery.m_nQueryEnd = nClose;
-    stQuery.m_bSubQueryType = !bQuantified ? SUBQUERY_PLAIN : nKeyword == KW_ANY ? SUBQUERY_ANY : SUBQUERY_ALL;
-    int bLockOption = 0;
-    BYTE bExecuteParam = 0;
+    const BYTE bType = !bQuantified ? SUBQUERY_PLAIN : nKeyword == KW_ANY ? SUBQUERY_ANY : SUBQUERY_ALL;
     UINT nOffset = 0;
-    long long llTimestamp = 0;
-    if (const int nCode = m_pParseSql->ParseSingleQuery(m_lpWordArray, &stQuery, bLockOption, bExecuteParam, nOffset,
-                                                        llTimestamp, 0, 0))
-        return Fail(nCode, m_pParseSql->GetErrorPos());
-    if (bLockOption) return Fail(ERR_FOR_UPDATE, nPos);
+    if (const int nCode = ParseSubQuery(nPos, nClose, bType, nOffset)) return nCode;
     nPos = nClose - 1;
     return PushOperand(MIXNODE_SUBQUERY, nOffset);
 }
@@ -169,7 +176,6 @@ int CParseExpressionManager::ParseAllFields() {
     return CreateMathExpression();
 }
 
-/** UNKNOWN, NULL, FALSE or TRUE, or NOT and one of these. */
 bool CParseExpressionManager::IsTruthWord(int nPos) const {
     const int nKeyword = Keyword(nPos) == KW_NOT ? Keyword(nPos + 1) : Keyword(nPos);
     return nKeyword == KW_UNKNOWN || nKeyword == KW_NULL || nKeyword == KW_FALSE || nKeyword == KW_TRUE;
