@@ -63,24 +63,12 @@ int CParseExpressionManager::ParseWord(st_PARSEPARAM& stParam, int& nPos, int& n
     return ParseElementOperand(stParam, nPos);
 }
 
-int CParseExpressionManager::ParseOperator(const st_PARSEPARAM& stParam, int nPos, BYTE bClass) {
-    if (!IsOperatorPlace(nPos, stParam)) return Fail(ERR_EXPECT_EXPRESSION, nPos + 1);
-    const bool bSign = IsSign(nPos, stParam);
-    if (bClass == OPCLASS_BINARY && bSign) return Fail(ERR_EXPECT_EXPRESSION, nPos);
+int CParseExpressionManager::CheckOperatorPlace(const st_PARSEPARAM& stParam, int nPos, int nLast, BYTE bClass) {
+    if (!IsOperatorPlace(nLast, stParam)) return Fail(ERR_EXPECT_EXPRESSION, nLast + 1);
+    if (bClass == OPCLASS_BINARY && IsSign(nPos, stParam)) return Fail(ERR_EXPECT_EXPRESSION, nPos);
     if (bClass == OPCLASS_PREFIX && nPos > stParam.m_nBeginPos && Keyword(nPos - 1) == WORD_PAREN_CLOSE)
         return Fail(ERR_EXPECT_EXPRESSION, nPos);
-    BYTE bCode = ConvertOperatorString(Keyword(nPos));
-    if (bCode == OP_NONE || (bCode == OP_IS && !IsTruthWord(nPos + 1))) return Fail(ERR_EXPECT_OPERATOR, nPos);
-    if (bSign && bClass == OPCLASS_MINUS) bCode = OP_MINUS;
-    if (bSign && bClass == OPCLASS_PLUS) bCode = OP_PLUS;
-    Push(nPos);
-    // What stands in front of its operand takes none from the left: nothing there is complete yet.
-    if (!bSign) {
-        stu_MATHOPERATOR stOperator;
-        stOperator.Set(bCode);
-        if (const int nCode = PopOperators(stOperator.m_bPriority)) return nCode;
-    }
-    return PushOperator(bCode);
+    return ERR_OK;
 }
 
 int CParseExpressionManager::OpenBracket(const st_PARSEPARAM& stParam, int nPos, int& nOpen) {
@@ -93,18 +81,21 @@ int CParseExpressionManager::OpenBracket(const st_PARSEPARAM& stParam, int nPos,
     return PushOperator(OP_BRACKET);
 }
 
-int CParseExpressionManager::ParseSubQuery(int nSelect, int nEnd, BYTE bType, UINT& nOffset) {
-    st_PARSEPARAM stQuery;
-    stQuery.m_nBeginPos = nSelect + 1;
-    stQuery.m_nEndPos = stQuery.m_nQueryEnd = nEnd;
-    stQuery.m_bSubQueryType = bType;
-    int bLockOption = 0;
-    BYTE bExecuteParam = 0;
-    long long llTimestamp = 0;
-    if (const int nCode = m_pParseSql->ParseSingleQuery(m_lpWordArray, &stQuery, bLockOption, bExecuteParam, nOffset,
-                                                        llTimestamp, 0, 0))
-        return Fail(nCode, m_pParseSql->GetErrorPos());
-    return bLockOption ? Fail(ERR_FOR_UPDATE, nSelect) : ERR_OK;
+int CParseExpressionManager::ParseOperator(const st_PARSEPARAM& stParam, int nPos, BYTE bClass) {
+    if (const int nCode = CheckOperatorPlace(stParam, nPos, nPos, bClass)) return nCode;
+    const bool bSign = IsSign(nPos, stParam);
+    BYTE bCode = ConvertOperatorString(Keyword(nPos));
+    if (bCode == OP_NONE || (bCode == OP_IS && !IsTruthWord(nPos + 1))) return Fail(ERR_EXPECT_OPERATOR, nPos);
+    if (bSign && bClass == OPCLASS_MINUS) bCode = OP_MINUS;
+    if (bSign && bClass == OPCLASS_PLUS) bCode = OP_PLUS;
+    Push(nPos);
+    // What stands in front of its operand takes none from the left: nothing there is complete yet.
+    if (!bSign) {
+        stu_MATHOPERATOR stOperator;
+        stOperator.Set(bCode);
+        if (const int nCode = PopOperators(stOperator.m_bPriority)) return nCode;
+    }
+    return PushOperator(bCode);
 }
 
 int CParseExpressionManager::ParseSubQueryOperand(const st_PARSEPARAM& stParam, int& nPos, int& nOpen) {
@@ -125,11 +116,25 @@ int CParseExpressionManager::ParseSubQueryOperand(const st_PARSEPARAM& stParam, 
     const int nClose = FindFunctionEndPos(nPos - 1, stParam.m_nEndPos);
     if (nClose < 0) return Fail(ERR_SYNTAX_SELECT, nPos);
 
-    const BYTE bType = !bQuantified ? SUBQUERY_PLAIN : nKeyword == KW_ANY ? SUBQUERY_ANY : SUBQUERY_ALL;
     UINT nOffset = 0;
+    const BYTE bType = !bQuantified ? SUBQUERY_PLAIN : nKeyword == KW_ANY ? SUBQUERY_ANY : SUBQUERY_ALL;
     if (const int nCode = ParseSubQuery(nPos, nClose, bType, nOffset)) return nCode;
     nPos = nClose - 1;
     return PushOperand(MIXNODE_SUBQUERY, nOffset);
+}
+
+int CParseExpressionManager::ParseSubQuery(int nSelect, int nEnd, BYTE bType, UINT& nOffset) {
+    st_PARSEPARAM stQuery;
+    stQuery.m_nBeginPos = nSelect + 1;
+    stQuery.m_nEndPos = stQuery.m_nQueryEnd = nEnd;
+    stQuery.m_bSubQueryType = bType;
+    int bLockOption = 0;
+    BYTE bExecuteParam = 0;
+    long long llTimestamp = 0;
+    if (const int nCode = m_pParseSql->ParseSingleQuery(m_lpWordArray, &stQuery, bLockOption, bExecuteParam, nOffset,
+                                                        llTimestamp, 0, 0))
+        return Fail(nCode, m_pParseSql->GetErrorPos());
+    return bLockOption ? Fail(ERR_FOR_UPDATE, nSelect) : ERR_OK;
 }
 
 int CParseExpressionManager::ParseCallOperand(const st_PARSEPARAM& stParam, BYTE bCode, int& nPos, BOOL& bAggregate) {
@@ -174,11 +179,6 @@ int CParseExpressionManager::ParseAllFields() {
     Push("*", 1);
     if (const int nCode = PushOperand(MIXNODE_ELEMENT, nOffset)) return nCode;
     return CreateMathExpression();
-}
-
-bool CParseExpressionManager::IsTruthWord(int nPos) const {
-    const int nKeyword = Keyword(nPos) == KW_NOT ? Keyword(nPos + 1) : Keyword(nPos);
-    return nKeyword == KW_UNKNOWN || nKeyword == KW_NULL || nKeyword == KW_FALSE || nKeyword == KW_TRUE;
 }
 
 // --- queue and stack -------------------------------------------------------------------------------------------------
