@@ -207,9 +207,25 @@ protected:
      */
     BOOL CheckConnectCondition(BASECONDITIONBSON* lpNode, int& bFound);
 
+    // --- statements that change rows (ParseSqlInsert.cpp, ParseSqlUpdate.cpp, ParseSqlDelete.cpp, ParseSqlRows.cpp)
+
+    using PARSEWORDS = int (CParseSql::*)(stu_KestroWordArray*, int, int, EXECUTEPLANBSON*);
+    /** Compiles a text as the words it consists of, and closes the plan. */
+    [[nodiscard]] int ParseText(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan, PARSEWORDS pParse);
+    /** Copies a terminated text into the plan, with its terminator. */
+    [[nodiscard]] int AddText(const char* lpszText, UINT& nOffset);
+    /** One expression over a range of words, and its class, EXPCLASS. */
+    [[nodiscard]] int ParseValue(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UINT& nOffset, BYTE& bClass);
+
+    [[nodiscard]] int ParseCommonInsert(stu_KestroWordArray* lpWords, int nBegin, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] int ParseCommonUpdate(stu_KestroWordArray* lpWords, int nBegin, UPDATEEXECUTEPLANBSON& stUpdate);
+    [[nodiscard]] int ParseCommonDelete(stu_KestroWordArray* lpWords, int nBegin, DELETEEXECUTEPLANBSON& stDelete);
+
 private:
     struct STATEMENT;
     struct VERB;
+    struct INSERTROWS;
+    struct ROWSELECTION;
     struct TRANSACTIONVERB;
     struct ALTERVERB;
     struct ALTERFILEVERB;
@@ -231,6 +247,20 @@ private:
     int ParseAlterStorage(stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
     int AddObject(const char* lpszDatabase, const char* lpszName, BYTE bType, const char* lpszTitle, BYTE& bNo);
     bool IsInQuery(const OBJECTNAME& stObject) const { return stObject.m_bSupperID == GetQueryID(); }
+    int ParseInsertTarget(stu_KestroWordArray* lpWords, int& nWord, INSERTEXECUTEPLANBSON& stInsert);
+    int ParseInsertField(stu_KestroWordArray* lpWords, int& nWord, INSERTEXECUTEPLANBSON& stInsert);
+    int ParseInsertQuery(stu_KestroWordArray* lpWords, int nWord, INSERTEXECUTEPLANBSON& stInsert,
+                         EXECUTEPLANBSON* lpPlan);
+    int CountInsertRows(stu_KestroWordArray* lpWords, int nBegin, INSERTROWS& stRows);
+    int ParseInsertRows(stu_KestroWordArray* lpWords, int nBegin, INSERTEXECUTEPLANBSON& stInsert,
+                        EXECUTEPLANBSON* lpPlan);
+    int ParseInsertValue(stu_KestroWordArray* lpWords, int& nWord, int nValueNum, RSFIELDBSON* lpField);
+    int ParseUpdateField(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UPDATEEXECUTEPLANBSON& stUpdate);
+    int ParseUpdateName(stu_KestroWordArray* lpWords, int& nWord, EXECUTEFIELDBSON& stField);
+    int ParseRowObjects(stu_KestroWordArray* lpWords, int nBegin, int nEnd, ROWSELECTION& stRows);
+    int ParseRowCondition(stu_KestroWordArray* lpWords, int nWhere, ROWSELECTION& stRows);
+    int JoinRows(UINT nWhere, ROWSELECTION& stRows);
+    int JoinConditions(UINT nWhere, const ROWSELECTION& stRows, COMMONCONDITION& stCondition);
     int AllocBound(UINT nElementOffset, UINT nLen, UINT& nOffset);
 
     // Queries: ParseSqlQuery.h has their records.

@@ -9,12 +9,6 @@
 #define KESTRO_LATER_STATEMENT(Parse) KESTRO_LATER(Parse, const char*, int, EXECUTEPLANBSON*)
 #define KESTRO_LATER_ALTER(Parse) KESTRO_LATER(Parse, stu_KestroWordArray*, ALTEREXECUTEPLANBSON*)
 
-KESTRO_LATER_STATEMENT(ParseInsert)
-KESTRO_LATER_STATEMENT(ParseUpdate)
-KESTRO_LATER_STATEMENT(ParseDelete)
-KESTRO_LATER(ParseInsert, stu_KestroWordArray*, int, int, EXECUTEPLANBSON*)
-KESTRO_LATER(ParseUpdate, stu_KestroWordArray*, int, int, EXECUTEPLANBSON*)
-KESTRO_LATER(ParseDelete, stu_KestroWordArray*, int, int, EXECUTEPLANBSON*)
 KESTRO_LATER_STATEMENT(ParseCreate)
 KESTRO_LATER_STATEMENT(ParseDrop)
 KESTRO_LATER_STATEMENT(ParseTrancate)
