@@ -30,6 +30,8 @@ public:
     int FindClose(int nOpen, int nEnd) const;
     /** The first word of code `nKeyword` outside of all brackets from `nBegin` on; `nEnd` without one. */
     int Find(int nKeyword, int nBegin, int nEnd) const;
+    /** Narrows a range by all pairs of brackets that enclose the whole of it. */
+    void RemoveOuterBrackets(st_PARSEPARAM& stParam) const;
 
 private:
     CParseSql& m_stParseSql;
