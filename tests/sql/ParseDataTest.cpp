@@ -3,9 +3,8 @@
 #include <sstream>
 
 #include "ChunkFault.h"
-#include "KestroDecimal.h"
+#include "ConditionText.h"
 #include "ParseSql.h"
-#include "PlanReader.h"
 
 namespace {
 
@@ -52,8 +51,7 @@ private:
             for (const RSFIELDBSON& stField :
                  m_stPlan.Records<RSFIELDBSON>(stRow.m_nRsFieldOffset, stRow.m_bFieldNum)) {
                 m_stText << (stField.m_bTempNo == ++nPlace ? ' ' : '?');
-                Expression(stField.m_nFieldDataOffset);
-                m_stText << '/' << int{stField.m_bFlag};
+                Value(stField.m_nFieldDataOffset, stField.m_bFlag);
             }
         }
     }
@@ -65,7 +63,8 @@ private:
         Objects(stQuery.m_nObjectOffset);
         if (stQuery.m_nQueryPathOffset) m_stText << " tree";
         if (stCondition.m_bJoin) m_stText << " join" << int{stCondition.m_bJoin};
-        if (stCondition.m_nWhereOffset) Condition(stCondition.m_nWhereOffset, CONDITION_NODE);
+        if (stCondition.m_nWhereOffset)
+            m_stText << " where " << CConditionText(m_stPlan).Root(stCondition.m_nWhereOffset);
     }
 
     void Objects(UINT nOffset) {
@@ -79,66 +78,19 @@ private:
         }
     }
 
+    void Value(UINT nOffset, BYTE bClass, const char* lpszBefore = "") {
+        m_stText << lpszBefore << CExpressionText(m_stPlan).Root(nOffset) << ':' << int{bClass};
+    }
+
     void Fields(UINT nOffset, UINT nNum) {
         for (const char* lpszBefore = " ("; nOffset != 0; lpszBefore = ", ") {
             const auto& stField = At<EXECUTEFIELDBSON>(nOffset);
             m_stText << lpszBefore << m_stPlan.Text(stField.m_nExpNameOffset, stField.m_bNameLen);
             if (stField.m_bObjectNo) m_stText << '#' << int{stField.m_bObjectNo};
-            if (stField.m_nExpOffset) Expression(stField.m_nExpOffset, " = ");
-            if (stField.m_nExpOffset) m_stText << '/' << int{stField.m_bExpressionType};
+            if (stField.m_nExpOffset) Value(stField.m_nExpOffset, stField.m_bExpressionType, " = ");
             nOffset = stField.m_nNextOffset;
             m_stText << (--nNum == 0 ? ")" : "");
         }
-    }
-
-    void Expression(UINT nOffset, const char* lpszBefore = "") {
-        const auto& stNode = At<st_MATHEXPBSON>(nOffset);
-        m_stText << lpszBefore;
-        if (stNode.m_bOperator) m_stText << '<' << int{stNode.m_bOperator} << ' ';
-        Operand(stNode.m_bExpressionType1, stNode.m_nExpOffset1);
-        Operand(stNode.m_bExpressionType2, stNode.m_nExpOffset2, " ");
-        if (stNode.m_bOperator) m_stText << '>';
-    }
-    void Operand(BYTE bKind, UINT nOffset, const char* lpszBefore = "") {
-        if (bKind == EXP_NONE) return;
-        if (bKind == EXP_EXPRESSION) return Expression(nOffset, lpszBefore);
-        m_stText << lpszBefore;
-        if (bKind != EXP_ELEMENT) return static_cast<void>(m_stText << "kind" << int{bKind});
-        const auto& stLeaf = At<MATHEXPELEMENTBSON>(nOffset);
-        const UINT nLen = static_cast<UINT>(stLeaf.m_nDataLen);
-        const std::string_view szData =
-            m_stPlan.Text(nOffset + UINT{offsetof(MATHEXPELEMENTBSON, m_bDataBuffer)}, nLen);
-        st_VARDATA stValue;
-        char szText[DECIMAL_TEXT_SIZE] = "NULL";
-        if (stLeaf.m_bDataSource == SOURCE_PARAM) std::strcpy(szText, "?");
-        if (stLeaf.m_bDataType == VT_DECIMAL) {
-            EXPECT_EQ(
-                CKestroDecimal::LoadBin(reinterpret_cast<const BYTE*>(szData.data()), static_cast<int>(nLen), &stValue),
-                ERR_OK);
-            CKestroDecimal::PrintDecimal(&stValue, szText);
-        }
-        if (stLeaf.m_bDataType == VT_VARCHAR)
-            m_stText << '\'' << szData.substr(0, nLen - 1) << '\'';
-        else if (stLeaf.m_bDataSource == SOURCE_FIELD)
-            m_stText << szData.substr(0, szData.find('\0'));
-        else
-            m_stText << szText;
-    }
-
-    void Condition(UINT nOffset, BYTE bKind) {
-        if (bKind == CONDITION_NONE) return;
-        m_stText << " [";
-        if (bKind == CONDITION_COMPARE) {
-            const auto& stCompare = At<COMPAREEXPBSON>(nOffset);
-            m_stText << int{stCompare.m_bOperator};
-            if (stCompare.m_nMathExpOffset1) Expression(stCompare.m_nMathExpOffset1, " ");
-            if (stCompare.m_nMathExpOffset2) Expression(stCompare.m_nMathExpOffset2, " ");
-        } else {
-            const auto& stNode = At<BASECONDITIONBSON>(nOffset);
-            Condition(stNode.m_nConditionOffset1, stNode.m_bConditionType1);
-            Condition(stNode.m_nConditionOffset2, stNode.m_bConditionType2);
-        }
-        m_stText << ']';
     }
 
     const CPlanReader& m_stPlan;
@@ -170,8 +122,8 @@ std::string Repeated(const char* lpszText, int nTimes) {
 
 TEST(ParseData, CompilesInsert) {
     ExpectPlans({
-        {"insert into t values(1)", "T#1 : 1/4"},
-        {"insert into db.\"t\" (a, `b`) values (1,'x'),(?,y)", "db.t#1 (A, B) : 1/4 'x'/4 : ?/4 y/1"},
+        {"insert into t values(1)", "T#1 : 1:4"},
+        {"insert into db.\"t\" (a, `b`) values (1,'x'),(?,y)", "db.t#1 (A, B) : 1:4 'x':4 : ?:4 Y:1"},
         {"insert t values (1)", "506 at 0"},
         {"insert", "506 at 0"},
         {"insert node (a) into t values (1)", "99 at 0"},
