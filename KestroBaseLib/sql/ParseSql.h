@@ -276,12 +276,11 @@ private:
     int ParseFields(QUERYBLOCK& stBlock);
     int ParseConnect(QUERYBLOCK& stBlock);
     int ParseWhere(QUERYBLOCK& stBlock);
-    int JoinConditions(QUERYBLOCK& stBlock);
+    int ParseJoins(QUERYBLOCK& stBlock);
     int ParseHaving(QUERYBLOCK& stBlock);
     int ParseOrderBy(QUERYBLOCK& stBlock);
     int ParsePage(QUERYBLOCK& stBlock);
     int ParsePaging(QUERYBLOCK& stBlock);
-    bool HasDistinctBits(UINT nObjectOffset);
     int ParseField(stu_KestroWordArray* lpWords, const LISTITEM& stItem, st_PARSEPARAM& stParam,
                    EXECUTEFIELDBSON& stField);
     int ParseFieldExpression(stu_KestroWordArray* lpWords, const LISTITEM& stItem, const st_PARSEPARAM& stParam,
@@ -298,8 +297,6 @@ private:
     /** The condition of a range: its root, 0 for none, and the sides of comparisons that aren't constant. */
     int ParseConditionRange(stu_KestroWordArray* lpWords, const st_PARSEPARAM& stParam, int nBegin, int nEnd,
                             UINT& nCondition, int& nVarNum);
-    /** A terminated copy of a text in the plan. */
-    int CopyToPlan(const char* lpszText, int nLen, UINT& nOffset);
     /**
      * An object of a FROM list, which is one of its own under each alias. Once more the same without an alias, which no
      * name could tell apart, is ERR_SYNTAX_SELECT; else as `SetObjectTitle`.

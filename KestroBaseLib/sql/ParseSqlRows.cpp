@@ -9,6 +9,24 @@
 #include "ParseConditionManager.h"
 #include "ParseSqlJoin.h"
 
+namespace {
+
+/** Whether each object has a bit of its own in the sets of a join tree; objects 64 apart share one. */
+bool HasDistinctBits(CBaseBson& stBson, UINT nObjectOffset) {
+    relbitmap nAll = 0;
+    while (nObjectOffset != 0) {
+        const auto* const lpObject = reinterpret_cast<OBJECTBSON*>(stBson.ConvertOffset2Addr(nObjectOffset));
+        relbitmap nOne = 0;
+        AddRel(lpObject->m_bObjectNo, nOne);
+        if (BmsOverlap(nAll, nOne)) return false;
+        nAll |= nOne;
+        nObjectOffset = lpObject->m_nNextOffset;
+    }
+    return true;
+}
+
+} // namespace
+
 int CParseSql::ParseText(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan, PARSEWORDS pParse) {
     stu_KestroWordArray stWords;
     if (const int nCode = Parse(lpszSql, nPos, &stWords)) return nCode;
@@ -88,7 +106,9 @@ int CParseSql::JoinRows(UINT nWhere, ROWSELECTION& stRows) {
                     AddCondition(&m_stBson, CONDITION_NODE, stMoved.front(), LOGIC_AND, stRows.m_nOuterOn))
                 return nCode;
     }
-    return stRows.m_nJoinTree == 0 ? ERR_OK : AddBaseRel2JoinTree(m_stBson, stRows.m_nObjectOffset, stRows.m_nJoinTree);
+    if (stRows.m_nJoinTree == 0) return ERR_OK;
+    if (!HasDistinctBits(m_stBson, stRows.m_nObjectOffset)) return ERR_OBJECT_NUMBER;
+    return AddBaseRel2JoinTree(m_stBson, stRows.m_nObjectOffset, stRows.m_nJoinTree);
 }
 
 /** Conditions of inner joins count as those of WHERE; those of outer ones stand in front of it. */
