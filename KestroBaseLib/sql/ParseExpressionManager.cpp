@@ -53,15 +53,7 @@ int CParseExpressionManager::ParseWord(st_PARSEPARAM& stParam, int& nPos, int& n
         const int nCode = PopToBracket();
         return nCode == ERR_OK ? ERR_OK : Fail(nCode, nPos);
     }
-    if (nKeyword == WORD_PAREN_OPEN) {
-        const int nNext = nPos + 1;
-        if (nNext >= stParam.m_nEndPos || Keyword(nNext) == WORD_PAREN_CLOSE ||
-            CheckValidOperator(nNext, stParam.m_bCondition) == OPCLASS_BINARY)
-            return Fail(ERR_EXPECT_EXPRESSION, nNext);
-        Push(nPos);
-        ++nOpen;
-        return PushOperator(OP_BRACKET);
-    }
+    if (nKeyword == WORD_PAREN_OPEN) return OpenBracket(stParam, nPos, nOpen);
     if (const BYTE bClass = CheckValidOperator(nPos, stParam.m_bCondition); bClass != OPCLASS_NONE)
         return ParseOperator(stParam, nPos, bClass);
     if (const BYTE bFunction = CheckValidFunction(nPos); bFunction != OP_NONE)
@@ -69,6 +61,16 @@ int CParseExpressionManager::ParseWord(st_PARSEPARAM& stParam, int& nPos, int& n
     if (nKeyword == KW_ANY || nKeyword == KW_ALL || nKeyword == KW_SELECT)
         return ParseSubQueryOperand(stParam, nPos, nOpen);
     return ParseElementOperand(stParam, nPos);
+}
+
+int CParseExpressionManager::OpenBracket(const st_PARSEPARAM& stParam, int nPos, int& nOpen) {
+    const int nNext = nPos + 1;
+    if (nNext >= stParam.m_nEndPos || Keyword(nNext) == WORD_PAREN_CLOSE ||
+        CheckValidOperator(nNext, stParam.m_bCondition) == OPCLASS_BINARY)
+        return Fail(ERR_EXPECT_EXPRESSION, nNext);
+    Push(nPos);
+    ++nOpen;
+    return PushOperator(OP_BRACKET);
 }
 
 int CParseExpressionManager::ParseOperator(const st_PARSEPARAM& stParam, int nPos, BYTE bClass) {
@@ -109,20 +111,25 @@ int CParseExpressionManager::ParseSubQueryOperand(const st_PARSEPARAM& stParam, 
     const int nClose = FindFunctionEndPos(nPos - 1, stParam.m_nEndPos);
     if (nClose < 0) return Fail(ERR_SYNTAX_SELECT, nPos);
 
+    UINT nOffset = 0;
+    const BYTE bType = !bQuantified ? SUBQUERY_PLAIN : nKeyword == KW_ANY ? SUBQUERY_ANY : SUBQUERY_ALL;
+    if (const int nCode = ParseSubQuery(nPos, nClose, bType, nOffset)) return nCode;
+    nPos = nClose - 1;
+    return PushOperand(MIXNODE_SUBQUERY, nOffset);
+}
+
+int CParseExpressionManager::ParseSubQuery(int nSelect, int nEnd, BYTE bType, UINT& nOffset) {
     st_PARSEPARAM stQuery;
-    stQuery.m_nBeginPos = nPos + 1;
-    stQuery.m_nEndPos = stQuery.m_nQueryEnd = nClose;
-    stQuery.m_bSubQueryType = !bQuantified ? SUBQUERY_PLAIN : nKeyword == KW_ANY ? SUBQUERY_ANY : SUBQUERY_ALL;
+    stQuery.m_nBeginPos = nSelect + 1;
+    stQuery.m_nEndPos = stQuery.m_nQueryEnd = nEnd;
+    stQuery.m_bSubQueryType = bType;
     int bLockOption = 0;
     BYTE bExecuteParam = 0;
-    UINT nOffset = 0;
     long long llTimestamp = 0;
     if (const int nCode = m_pParseSql->ParseSingleQuery(m_lpWordArray, &stQuery, bLockOption, bExecuteParam, nOffset,
                                                         llTimestamp, 0, 0))
         return Fail(nCode, m_pParseSql->GetErrorPos());
-    if (bLockOption) return Fail(ERR_FOR_UPDATE, nPos);
-    nPos = nClose - 1;
-    return PushOperand(MIXNODE_SUBQUERY, nOffset);
+    return bLockOption ? Fail(ERR_FOR_UPDATE, nSelect) : ERR_OK;
 }
 
 int CParseExpressionManager::ParseCallOperand(const st_PARSEPARAM& stParam, BYTE bCode, int& nPos, BOOL& bAggregate) {
@@ -167,12 +174,6 @@ int CParseExpressionManager::ParseAllFields() {
     Push("*", 1);
     if (const int nCode = PushOperand(MIXNODE_ELEMENT, nOffset)) return nCode;
     return CreateMathExpression();
-}
-
-/** UNKNOWN, NULL, FALSE or TRUE, or NOT and one of these. */
-bool CParseExpressionManager::IsTruthWord(int nPos) const {
-    const int nKeyword = Keyword(nPos) == KW_NOT ? Keyword(nPos + 1) : Keyword(nPos);
-    return nKeyword == KW_UNKNOWN || nKeyword == KW_NULL || nKeyword == KW_FALSE || nKeyword == KW_TRUE;
 }
 
 // --- queue and stack -------------------------------------------------------------------------------------------------

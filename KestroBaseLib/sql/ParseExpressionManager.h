@@ -158,6 +158,8 @@ protected:
     bool IsOperandEnd(int nPos, const st_PARSEPARAM& stParam) const;
     /** Whether what follows the operator at `nPos` may follow one: a word, and no operator but "+", "-", a prefix. */
     bool IsOperatorPlace(int nPos, const st_PARSEPARAM& stParam) const;
+    /** What may stand behind IS: UNKNOWN, NULL, FALSE or TRUE, or NOT and one of these. */
+    bool IsTruthWord(int nPos) const;
     /** The ")" of the "(" at `nOpen`, searched up to `nEnd`; -1 without one. */
     int FindFunctionEndPos(int nOpen, int nEnd) const;
 
@@ -194,6 +196,10 @@ protected:
 
     // --- operands in a range; `nPos` moves on to the operand's last word ---------------------------------------------
 
+    /** The "(" at `nPos` as a mark, counted by `nOpen`. */
+    [[nodiscard]] int OpenBracket(const st_PARSEPARAM& stParam, int nPos, int& nOpen);
+    /** A subquery from its SELECT at `nSelect` up to `nEnd`, of kind `bType`, PLANSUBQUERY. */
+    [[nodiscard]] int ParseSubQuery(int nSelect, int nEnd, BYTE bType, UINT& nOffset);
     /** ANY (SELECT, ALL (SELECT or SELECT at `nPos`; `nOpen` counts the brackets it opens. */
     [[nodiscard]] int ParseSubQueryOperand(const st_PARSEPARAM& stParam, int& nPos, int& nOpen);
     /** A call of function `bCode`, or the name of one that is a column as well; `bAggregate` is set for aggregates. */
@@ -248,7 +254,6 @@ private:
     int ParseWord(st_PARSEPARAM& stParam, int& nPos, int& nOpen);
     int ParseOperator(const st_PARSEPARAM& stParam, int nPos, BYTE bClass);
     int ParseAllFields();
-    bool IsTruthWord(int nPos) const;
     int PushNode(const stu_EXPFIELDBSON_MIXQUEUENODE& stNode);
 
     bool ReadName(int nPos, NAME& stName) const;

@@ -218,6 +218,11 @@ bool CParseExpressionManager::IsOperatorPlace(int nPos, const st_PARSEPARAM& stP
     }
 }
 
+bool CParseExpressionManager::IsTruthWord(int nPos) const {
+    const int nKeyword = Keyword(nPos) == KW_NOT ? Keyword(nPos + 1) : Keyword(nPos);
+    return nKeyword == KW_UNKNOWN || nKeyword == KW_NULL || nKeyword == KW_FALSE || nKeyword == KW_TRUE;
+}
+
 int CParseExpressionManager::FindFunctionEndPos(int nOpen, int nEnd) const {
     return CSqlWordReader(*m_pParseSql, *m_lpWordArray).FindClose(nOpen, nEnd);
 }
