@@ -89,6 +89,7 @@ private:
     int ReadName(NAMES& stNames);
     int ReadTitle(NAMES& stNames);
     int AddObject(BYTE bType, const NAMES& stNames, int nWord, UINT nQuery);
+    int CopyText(const char* lpszText, UINT& nOffset, BYTE* lpLen);
     int PushPending();
 
     int ParseLink();
@@ -219,27 +220,26 @@ int CParseSql::CFromList::AddObject(BYTE bType, const NAMES& stNames, int nWord,
     lpObject->m_bObjectType = bType;
     lpObject->m_bObjectNo = bNo;
     UINT nSource = nQuery;
-    if (nQuery != 0) {
+    if (nQuery != 0)
         lpObject->m_bView = 1;
-    } else {
-        const int nLen = static_cast<int>(std::strlen(stNames.m_szName));
-        if (const int nCode = m_stParse.CopyToPlan(stNames.m_szName, nLen, nSource)) return nCode;
-        lpObject->m_bObjectNameLen = static_cast<BYTE>(nLen + 1);
-    }
+    else if (const int nCode = CopyText(stNames.m_szName, nSource, &lpObject->m_bObjectNameLen))
+        return nCode;
+    if (const int nCode = CopyText(stNames.m_szTitle, nTitle, &lpObject->m_bObjectTitleLen)) return nCode;
+    if (const int nCode = CopyText(stNames.m_szDatabase, nDatabase, nullptr)) return nCode;
     lpObject->m_nObjectNameOffset = nSource;
-    if (const int nLen = static_cast<int>(std::strlen(stNames.m_szTitle))) {
-        if (const int nCode = m_stParse.CopyToPlan(stNames.m_szTitle, nLen, nTitle)) return nCode;
-        lpObject->m_bObjectTitleLen = static_cast<BYTE>(nLen + 1);
-        lpObject->m_nObjectTitleOffset = nTitle;
-    }
-    if (const int nLen = static_cast<int>(std::strlen(stNames.m_szDatabase))) {
-        if (const int nCode = m_stParse.CopyToPlan(stNames.m_szDatabase, nLen, nDatabase)) return nCode;
-        lpObject->m_nDataBaseNameOffset = nDatabase;
-    }
+    lpObject->m_nObjectTitleOffset = nTitle;
+    lpObject->m_nDataBaseNameOffset = nDatabase;
     m_bObjectNext = false;
     m_lpPending = lpObject;
     // In brackets, and behind a join, it's part of a tree for certain.
     return m_nDepth != 0 || m_lpJoin ? PushPending() : ERR_OK;
+}
+
+/** A text into the plan, unless it's empty; its length counts the terminator. */
+int CParseSql::CFromList::CopyText(const char* lpszText, UINT& nOffset, BYTE* lpLen) {
+    if (!*lpszText) return ERR_OK;
+    if (lpLen) *lpLen = static_cast<BYTE>(std::strlen(lpszText) + 1);
+    return m_stParse.AddText(lpszText, nOffset);
 }
 
 /** The object that waits becomes a relation of the tree. */

@@ -93,7 +93,7 @@ int CParseSql::ParseCommonQuery(stu_KestroWordArray* lpWords, st_PARSEPARAM* lpP
     if (stDepth.IsTooDeep()) return Fail(ERR_NESTED_QUERY, lpParam->m_nBeginPos);
     const CSqlWordReader stReader(*this, *lpWords);
     st_PARSEPARAM stParam = *lpParam;
-    RemoveOuterBrackets(stReader, stParam);
+    stReader.RemoveOuterBrackets(stParam);
     const bool bBracket = stParam.m_nBeginPos != lpParam->m_nBeginPos;
     if (bBracket && !BeginsQuery(stReader.Keyword(stParam.m_nBeginPos)))
         return Fail(ERR_SYNTAX_SELECT, stParam.m_nBeginPos);
@@ -151,24 +151,4 @@ int CParseSql::ChainQuery(BYTE bUnionType, UINT nQuery, UINT& nLast) {
     lpLast->m_nUnionOffset = nOffset;
     nLast = nQuery;
     return ERR_OK;
-}
-
-void RemoveOuterBrackets(const CSqlWordReader& stReader, st_PARSEPARAM& stParam) {
-    int nBegin = stParam.m_nBeginPos, nEnd = stParam.m_nEndPos;
-    while (nBegin < nEnd && stReader.Keyword(nBegin) == WORD_PAREN_OPEN)
-        ++nBegin;
-    while (nEnd > nBegin && stReader.Keyword(nEnd - 1) == WORD_PAREN_CLOSE)
-        --nEnd;
-    const int nOpen = nBegin - stParam.m_nBeginPos, nClose = stParam.m_nEndPos - nEnd;
-    int nDepth = nOpen, nLeast = nOpen;
-    for (int i = nBegin; i < nEnd; ++i) {
-        const int nKeyword = stReader.Keyword(i);
-        nDepth += (nKeyword == WORD_PAREN_OPEN) - (nKeyword == WORD_PAREN_CLOSE);
-        nLeast = std::min(nLeast, nDepth);
-    }
-    // Brackets that the middle leaves open or closes are closed or opened first, from the inside.
-    const int nPairs = std::max(std::min(nLeast, nClose - (nDepth - nLeast)), 0);
-    if (nDepth != nClose) return;
-    stParam.m_nBeginPos += nPairs;
-    stParam.m_nEndPos -= nPairs;
 }

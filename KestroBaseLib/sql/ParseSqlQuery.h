@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ParseSql.h"
+#include "ParseSqlRows.h"
 #include "SqlWordReader.h"
 
 /** The clauses of a query in the order in which they are written. */
@@ -58,10 +59,7 @@ struct CParseSql::QUERYBLOCK {
     int m_nHiddenNum = 0;
     ITEMLIST m_stFields = {}; // the select list, if a column may name one of its fields
     ITEMLIST m_stGroup = {};
-    UINT m_nObjectOffset = 0;
-    UINT m_nInnerOn = 0;
-    UINT m_nOuterOn = 0;
-    UINT m_nJoinTree = 0;
+    ROWSELECTION m_stRows = {};
     UINT m_nWhere = 0;
 
     bool Has(QUERYCLAUSE nClause) const { return m_arClause[nClause].m_nWord >= 0; }
@@ -87,9 +85,3 @@ private:
  * "." nor "(". AS in front of it belongs to neither.
  */
 LISTITEM CutTitle(const CSqlWordReader& stReader, int nBegin, int nEnd);
-
-/**
- * Narrows a range while one pair of brackets encloses the whole of it. One pass for any number of pairs; an unbalanced
- * range keeps what doesn't match.
- */
-void RemoveOuterBrackets(const CSqlWordReader& stReader, st_PARSEPARAM& stParam);
