@@ -196,6 +196,8 @@ protected:
 
     // --- operands in a range; `nPos` moves on to the operand's last word ---------------------------------------------
 
+    /** Whether an operator from `nPos` to `nLast` may stand between what is beside it: 0 or ERR_EXPECT_EXPRESSION. */
+    [[nodiscard]] int CheckOperatorPlace(const st_PARSEPARAM& stParam, int nPos, int nLast, BYTE bClass);
     /** The "(" at `nPos` as a mark, counted by `nOpen`. */
     [[nodiscard]] int OpenBracket(const st_PARSEPARAM& stParam, int nPos, int& nOpen);
     /** A subquery from its SELECT at `nSelect` up to `nEnd`, of kind `bType`, PLANSUBQUERY. */
