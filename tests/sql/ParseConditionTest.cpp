@@ -1,0 +1,280 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "ChunkFault.h"
+#include "ConditionText.h"
+#include "ParseConditionManager.h"
+#include "ParseSql.h"
+
+namespace {
+
+/** A condition behind its clause's words, compiled by itself. */
+struct COMPILED {
+    explicit COMPILED(std::string_view szCondition, std::string_view szClause = "WHERE", BOOL bHaving = 0) {
+        m_nCode = Compile(std::string(szClause) + ' ' + std::string(szCondition), szClause, bHaving);
+    }
+    std::string Text() {
+        if (m_nCode != ERR_OK)
+            return std::to_string(m_nCode) + "@" + std::to_string(m_stCondition.GetSqlErrorPos() - m_nFirst);
+        EXPECT_EQ(m_stSql.ClosePlan(m_lpPlan), ERR_OK);
+        CPlanReader stPlan;
+        if (stPlan.Open(m_lpPlan, m_stSql.GetParseBson().GetBsonDataSize()) != ERR_OK) return stPlan.Fault();
+        return CConditionText(stPlan).Root(m_stCondition.GetConditionOffset());
+    }
+
+    CParseSql m_stSql;
+    CParseConditionManager m_stCondition;
+    EXECUTEPLANBSON* m_lpPlan = nullptr;
+    stu_KestroWordArray m_stWords;
+    int m_nFirst = 0;
+    int m_nCode;
+
+private:
+    int Compile(const std::string& strText, std::string_view szClause, BOOL bHaving) {
+        CBaseBson& stBson = m_stSql.GetParseBson();
+        const UINT nSize = 65'536 + 64 * static_cast<UINT>(strText.size());
+        UINT nOffset = 0;
+        if (const int nCode = stBson.AllocBsonBuffer(nullptr, nSize)) return nCode;
+        if (const int nCode = stBson.AllocFromBsonBuffer(m_lpPlan, nOffset)) return nCode;
+        m_lpPlan->m_bVersion = PLAN_VERSION;
+        m_lpPlan->m_nType = PLAN_SELECT;
+        if (const int nCode = m_stSql.Parse(strText.c_str(), 0, &m_stWords)) return nCode;
+        BYTE bNo = 0;
+        if (const int nCode = m_stSql.EnterQuery()) return nCode;
+        if (const int nCode = m_stSql.SetObjectTitle(nullptr, "emp", OBJECT_TABLE, "t", bNo)) return nCode;
+        m_stCondition.Initial(&stBson, &m_stWords, &m_stSql);
+        m_nFirst = static_cast<int>(std::count(szClause.begin(), szClause.end(), ' ')) + 1;
+        st_PARSEPARAM stParam;
+        stParam.m_nBeginPos = m_nFirst;
+        stParam.m_nEndPos = m_stWords.m_nNum;
+        stParam.m_bHaving = bHaving;
+        return m_stCondition.ParseCondition(&stParam);
+    }
+};
+
+std::string Where(std::string_view szCondition) {
+    return COMPILED(szCondition).Text();
+}
+
+using ROW = std::pair<const char*, const char*>;
+
+TEST(ParseConditionTest, ComparisonsAndLogic) {
+    static constexpr ROW ROWS[] = {
+        {"a = 1", "(= A:1 1:4)"},
+        {"t.a <> 1 and b<=a", "(and (!= 1.A:1 1:4) (<= B:1 A:1))"},
+        {"a=1 or b>2 and not c>=3", "(or (= A:1 1:4) (and (> B:1 2:4) !(>= C:1 3:4)))"},
+        {"(a=1 or b=2) and c=3", "(and (or (= A:1 1:4) (= B:1 2:4)) (= C:1 3:4))"},
+        {"not (a=1 and b=2)", "!(and (= A:1 1:4) (= B:1 2:4))"},
+        {"not not a=1", "(= A:1 1:4)"},
+        {"not (not (a=1 or b=1))", "(or (= A:1 1:4) (= B:1 1:4))"},
+        {"((a + 1) * 2 < -b)", "(< (* (+ A 1) 2):5 (neg B):1)"},
+        {"a", "(bare A:1)"},
+        {"not a and (b + 1)", "(and !(bare A:1) (bare (+ B 1):5))"},
+        {"a between 1 and 2 and b=3", "(and (between A:1 1:4 2:4) (= B:1 3:4))"},
+        {"a between b+1 and (c*2) or d", "(or (between A:1 (+ B 1):5 (* C 2):5) (bare D:1))"},
+        {"a is null and b is not true", "(and (is A:1 NULL:4) (isnot B:1 TRUE:1))"},
+        {"a like 'x%' or b not like 'y_' or 'x' like c",
+         "(or (or (like A:1 'x\\1':4) (notlike B:1 'y\\2':4)) (like 'x':4 C:1))"},
+        {"a in (1+1, 2)", "(in A:1 {2 2})"},
+        {"a not in (b, -1, 'x') and c in ((1+2)*3)", "(and (notin A:1 [B -1 'x']) (in C:1 {9}))"},
+        {"not a in (null)", "!(in A:1 {NULL})"},
+        {"a in (?, 1, 5 % 2) and ? = 1", "(and (in A:1 [? 1 (% 5 2)]) (= ?:4 1:4))"},
+        {"a = b(+)", "(=r A:1 B:1)"},
+        {"a(+) = b and c = d", "(and (=l A:1 B:1) (= C:1 D:1))"},
+        {"(a+1)(+) > b", "(>l (+ A 1):5 B:1)"},
+        {"abs(a) > 1", "(> (f61 A):5 1:4)"},
+    };
+    for (const auto& [lpszCondition, lpszTree] : ROWS)
+        EXPECT_EQ(Where(lpszCondition), lpszTree) << lpszCondition;
+}
+
+TEST(ParseConditionTest, Faults) {
+    // The codes, and the word at fault.
+    static constexpr ROW ROWS[] = {
+        {"", "558@0"},
+        {"()", "558@1"},
+        {"= 1", "558@0"},
+        {")", "558@0"},
+        {"node", "558@0"},
+        {"a = ", "515@2"},
+        {"a = = 1", "515@2"},
+        {"a and or b", "515@2"},
+        {"(a = 1", "505@3"},
+        {"a = 1)", "515@3"},
+        {"a = (b = 1)", "558@4"},
+        {"a = b = c", "610@3"},
+        {"a = exists (select 1)", "515@2"},
+        {"a between 1", "558@2"},
+        {"a between 1 or 2", "558@3"},
+        {"a between (1 and 2)", "558@4"},
+        {"a is 1", "514@2"},
+        {"a is not 1", "514@3"},
+        {"a in 1", "515@2"},
+        {"a in (1", "515@2"},
+        {"a in ()", "515@3"},
+        {"a in (1,,2)", "515@5"},
+        {"a in (1) b", "514@5"},
+        {"a in (sum(b))", "515@3"},
+        {"1+2 like 'x'", "558@3"},
+        {"sum(a) > 1", "515@0"},
+        {"abs(sum(a)) > 1", "515@0"},
+        {"a(+) = b(+)", "99@8"},
+        {"a(+)", "558@3"},
+        {"a between 1(+) and 2", "558@6"},
+        {"a = ANY 1", "505@3"},
+        {"a = ANY (1)", "558@4"},
+        {"prior a = b", "558@0"},
+        {"a b = 1", "515@1"},
+    };
+    for (const auto& [lpszCondition, lpszFault] : ROWS)
+        EXPECT_EQ(Where(lpszCondition), lpszFault) << lpszCondition;
+}
+
+TEST(ParseConditionTest, HavingAndPrior) {
+    EXPECT_EQ(COMPILED("sum(a) + 1 > 1", "HAVING", 1).Text(), "(> (+ (f84 A) 1):10 1:4)");
+    EXPECT_EQ(COMPILED("max(a) in (sum(b))", "HAVING", 1).Text(), "(in (f83 A):3 [(f84 B)])");
+    EXPECT_EQ(COMPILED("sum(a + max(b)) > 1", "HAVING", 1).Text(), "1502@9");
+    static constexpr ROW ROWS[] = {
+        {"prior a = b", "(prior A:1 B:1)"},
+        {"((prior a = b))", "(prior A:1 B:1)"},
+        {"a = prior b and c = 1", "(and (prior B:1 A:1) (= C:1 1:4))"},
+        {"prior a = A", "558@3"},
+        {"prior a + 1 = b", "558@2"},
+        {"prior a > b", "558@2"},
+        {"prior a", "558@1"},
+        {"prior a = prior b", "558@3"},
+        {"a = prior b and c = prior d", "558@7"},
+        {"a = prior (b + 1)", "558@7"},
+    };
+    for (const auto& [lpszCondition, lpszTree] : ROWS)
+        EXPECT_EQ(COMPILED(lpszCondition, "CONNECT BY").Text(), lpszTree) << lpszCondition;
+}
+
+TEST(ParseConditionTest, SidesThatAreNotConstantAreCounted) {
+    EXPECT_EQ(COMPILED("a = 1").m_stCondition.GetVarMathExpressionNum(), 1);
+    EXPECT_EQ(COMPILED("a between b and 2 and c in (d) and 1 = 1").m_stCondition.GetVarMathExpressionNum(), 3);
+}
+
+TEST(ParseConditionTest, ConstantConditionsAreDecidedHere) {
+    static constexpr ROW ROWS[] = {
+        {"1=1", "none"},
+        {"1=2", "false"},
+        {"1=2 or 1=3", "false"},
+        {"not (1=1 or 1=3)", "false"},
+        {"(1=2 and 1=1) or (2=1 or 1=0)", "false"},
+        {"(1=1 and 2=2) and 1=0", "false"},
+        {"'a' = 'A' and 2 between 1 and 3", "none"},
+        {"null = 1", "false"},
+        // These stay as they are.
+        {"1", "(bare 1:4)"},
+        {"1 in (1)", "(in 1:4 {1})"},
+        {"1 is null", "(is 1:4 NULL:4)"},
+        {"5 % 2 = 1", "(= (% 5 2):4 1:4)"},
+        {"1 = 1 and ? = 1", "(and (= 1:4 1:4) (= ?:4 1:4))"},
+        {"abs(1) = 1", "(= (f61 {1}):5 1:4)"},
+    };
+    for (const auto& [lpszCondition, lpszTree] : ROWS)
+        EXPECT_EQ(Where(lpszCondition), lpszTree) << lpszCondition;
+}
+
+/** Conditions over small numbers, with their truth. */
+class CRandomCondition {
+public:
+    explicit CRandomCondition(unsigned nSeed) : m_stRandom(nSeed) {}
+
+    std::pair<std::string, bool> Condition(int nDepth) {
+        const int nForm = nDepth == 0 ? Below(2) : Below(6);
+        if (nForm <= 1) return Comparison(nForm == 1);
+        const auto [strLeft, bLeft] = Condition(nDepth - 1);
+        if (nForm == 2) return {"NOT (" + strLeft + ")", !bLeft};
+        const auto [strRight, bRight] = Condition(nDepth - 1);
+        if (nForm == 3) return {"(" + strLeft + ") or (" + strRight + ")", bLeft || bRight};
+        return {"(" + strLeft + ") AND (" + strRight + ")", bLeft && bRight};
+    }
+
+private:
+    std::pair<std::string, bool> Comparison(bool bBetween) {
+        const auto [strFirst, nFirst] = Number();
+        const auto [strSecond, nSecond] = Number();
+        if (bBetween) {
+            const auto [strThird, nThird] = Number();
+            return {strFirst + " between " + strSecond + " and " + strThird, nSecond <= nFirst && nFirst <= nThird};
+        }
+        static constexpr const char* OPERATORS[] = {"=", "<>", "<", ">=", ">", "<="};
+        const int nOperator = Below(6);
+        const int nOrder = (nFirst > nSecond) - (nFirst < nSecond);
+        const bool arHolds[] = {nOrder == 0, nOrder != 0, nOrder<0, nOrder >= 0, nOrder> 0, nOrder <= 0};
+        return {strFirst + OPERATORS[nOperator] + strSecond, arHolds[nOperator]};
+    }
+    std::pair<std::string, int> Number() {
+        const int a = Below(4), b = Below(4), c = Below(4);
+        return {std::to_string(a) + "-" + std::to_string(b) + "*(-" + std::to_string(c) + ")", a + b * c};
+    }
+    int Below(int n) { return static_cast<int>(m_stRandom() % static_cast<unsigned>(n)); }
+
+    std::mt19937 m_stRandom;
+};
+
+TEST(ParseConditionTest, ConstantConditionsAreWorkedOutExactly) {
+    CRandomCondition stRandom(20'261'121);
+    for (int i = 0; i < 2'000; ++i) {
+        const auto [strCondition, bTrue] = stRandom.Condition(i % 7);
+        ASSERT_EQ(Where(strCondition), bTrue ? "none" : "false") << strCondition;
+    }
+}
+
+std::string Repeat(const char* lpszText, int nTimes) {
+    std::string strText;
+    for (int i = 0; i < nTimes; ++i)
+        strText += lpszText;
+    return strText;
+}
+
+TEST(ParseConditionTest, LongTextsNeitherOverflowNorTakeLong) {
+    static constexpr int MANY = 100'000;
+    EXPECT_EQ(COMPILED("a = 1" + Repeat(" and b between 1 and 2", MANY)).m_nCode, ERR_OK);
+    EXPECT_EQ(Where("1 = 1" + Repeat(" and 1 = 1", MANY) + " and 1 = 2"), "false");
+    EXPECT_EQ(COMPILED("a in (1" + Repeat(",1", MANY) + ")").m_nCode, ERR_OK);
+    EXPECT_EQ(Where(Repeat("(", MANY) + "a" + Repeat(")", MANY)), "(bare A:1)");
+    // Nested to the right, it ends with an error.
+    for (const char* lpszPart : {"(a = 1 and ", "a = 1 or (", "not ", "a + (", "a = abs(1 + ", "a in ((1 + "})
+        EXPECT_EQ(COMPILED(Repeat(lpszPart, MANY) + "a" + Repeat(")", 2 * MANY)).m_nCode, ERR_EXPECT_EXPRESSION)
+            << lpszPart;
+    const int nFits = CParseConditionManager::OPERATOR_DEPTH_MAX / 2 - 1;
+    EXPECT_EQ(Where(Repeat("1 = 1 and (", nFits) + "2 = 1" + Repeat(")", nFits)), "false");
+}
+
+TEST(ParseConditionTest, ConditionsAreJoined) {
+    COMPILED st("a = 1 and b = 1");
+    CBaseBson& stBson = st.m_stSql.GetParseBson();
+    COMPAREEXPBSON* lpFalse = nullptr;
+    UINT nFalse = 0, nRoot = 0;
+    ASSERT_EQ(stBson.AllocFromBsonBuffer(lpFalse, nFalse), ERR_OK);
+    lpFalse->m_bOperator = COMPARE_FALSE;
+    ASSERT_EQ(AddCondition(&stBson, CONDITION_COMPARE, nFalse, LOGIC_AND, nRoot), ERR_OK);
+    ASSERT_EQ(AddCondition(&stBson, CONDITION_NODE, st.m_stCondition.GetConditionOffset(), LOGIC_OR, nRoot), ERR_OK);
+    ASSERT_EQ(st.m_stSql.ClosePlan(st.m_lpPlan), ERR_OK);
+    CPlanReader stPlan;
+    ASSERT_EQ(stPlan.Open(st.m_lpPlan, stBson.GetBsonDataSize()), ERR_OK);
+    const auto& stRoot = *stPlan.Record<BASECONDITIONBSON>(nRoot);
+    EXPECT_EQ(CConditionText(stPlan).Root(stRoot.m_nConditionOffset1), "false");
+    EXPECT_EQ(CConditionText(stPlan).Root(stRoot.m_nConditionOffset2), "(and (= A:1 1:4) (= B:1 1:4))");
+    EXPECT_EQ(stRoot.m_bLogicOperator, LOGIC_OR);
+}
+
+TEST(ParseConditionTest, LackOfMemoryIsAnError) {
+    const std::string strText = Repeat("(a + 1 = b or not c in (1, 2)) and ", 70) + "d between 1 and 2 + 3";
+    for (std::int64_t nNth = 1;; ++nNth) {
+        const CChunkFault stFault(nNth);
+        const int nCode = COMPILED(strText).m_nCode;
+        if (!stFault.CameTrue()) {
+            EXPECT_EQ(nCode, ERR_OK);
+            break;
+        }
+        ASSERT_EQ(nCode, ERR_MEMORY) << nNth;
+    }
+}
+
+} // namespace

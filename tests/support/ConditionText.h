@@ -1,0 +1,112 @@
+#pragma once
+
+#include "ExpressionText.h"
+
+/**
+ * Conditions of a plan as one line, operators in front: `(and (= A:1 1d:4) !(in B:1 {1d 2d}))`. Behind each side stands
+ * its class; "!" negates. A root that wraps a comparison prints as that. Comparisons:
+ *
+ *     (=l x y)  (=r x y)   with a "(+)" on the left, on the right     (is x y) (isnot x y)
+ *     (in x {1d 2d})       constants                                  (in x [A 2d])  other lists  (in x [q]) subqueries
+ *     (bare x)  (prior x y)  (exists [q]:7)  false                    BAD for fields that don't agree
+ */
+class CConditionText {
+public:
+    explicit CConditionText(const CPlanReader& stPlan) : m_stPlan(stPlan) {}
+
+    std::string Root(UINT nOffset) const {
+        const auto* const lp = m_stPlan.Record<BASECONDITIONBSON>(nOffset);
+        if (!lp) return nOffset == 0 ? "none" : "BAD";
+        if (lp->m_bLogicOperator != LOGIC_NONE) return Node(nOffset);
+        const bool bWrapper = lp->m_bConditionType1 == CONDITION_COMPARE && lp->m_bConditionType2 == CONDITION_NONE &&
+                              lp->m_nConditionOffset2 == 0 && lp->m_bLogicNot == 0;
+        return bWrapper ? Comparison(lp->m_nConditionOffset1) : "BAD";
+    }
+
+private:
+    std::string Node(UINT nOffset) const {
+        const auto* const lp = m_stPlan.Record<BASECONDITIONBSON>(nOffset);
+        if (!lp || (lp->m_bLogicOperator != LOGIC_AND && lp->m_bLogicOperator != LOGIC_OR)) return "BAD";
+        return (lp->m_bLogicNot ? "!(" : "(") + std::string(lp->m_bLogicOperator == LOGIC_AND ? "and " : "or ") +
+               Operand(lp->m_bConditionType1, lp->m_nConditionOffset1) + " " +
+               Operand(lp->m_bConditionType2, lp->m_nConditionOffset2) + ")";
+    }
+
+    std::string Operand(BYTE bType, UINT nOffset) const {
+        return bType == CONDITION_NODE ? Node(nOffset) : bType == CONDITION_COMPARE ? Comparison(nOffset) : "BAD";
+    }
+
+    std::string Comparison(UINT nOffset) const {
+        const auto* const lp = m_stPlan.Record<COMPAREEXPBSON>(nOffset);
+        if (!lp) return "BAD";
+        if (lp->m_bOperator == COMPARE_FALSE) {
+            COMPAREEXPBSON stFalse{};
+            stFalse.m_bOperator = COMPARE_FALSE;
+            return std::memcmp(lp, &stFalse, sizeof stFalse) == 0 ? "false" : "BAD";
+        }
+        std::string strText = (lp->m_bLogicNot ? "!(" : "(") + Operator(*lp);
+        strText += Side(lp->m_bExpressionType1, lp->m_nMathExpOffset1);
+        strText += Side(lp->m_bExpressionType2, lp->m_nMathExpOffset2);
+        return strText + Side(lp->m_bExpressionType3, lp->m_nMathExpOffset3) + ")";
+    }
+
+    std::string Side(BYTE bClass, UINT nOffset) const {
+        if (nOffset == 0) return bClass == EXPCLASS_NONE ? "" : "BAD";
+        if (bClass == EXPCLASS_IN) return " " + In(nOffset);
+        return " " + CExpressionText(m_stPlan).Root(nOffset) + ":" + std::to_string(bClass);
+    }
+
+    std::string In(UINT nOffset) const {
+        const auto* const lp = m_stPlan.Record<INCONDITIONBSON>(nOffset);
+        if (!lp) return "BAD";
+        if (lp->m_bType == IN_SUBQUERY)
+            return m_stPlan.Record<QUERYEXECUTEPLANBSON>(lp->m_nExpressionOffset[0]) ? "[q]" : "BAD";
+        std::string strText = lp->m_bType == IN_CONSTANTS ? "{" : "[";
+        for (UINT i = 0; i < lp->m_nDataNum; ++i) {
+            UINT nEntry = 0;
+            const UINT nTail = nOffset + static_cast<UINT>(offsetof(INCONDITIONBSON, m_nExpressionOffset));
+            const BYTE* const lpEntry = m_stPlan.Bytes(nTail + i * 4, 4);
+            if (!lpEntry) return "BAD";
+            std::memcpy(&nEntry, lpEntry, sizeof nEntry);
+            strText += (i ? " " : "") + CExpressionText(m_stPlan).Root(nEntry);
+        }
+        return strText + (lp->m_bType == IN_CONSTANTS ? "}" : "]");
+    }
+
+    /** With the place of a "(+)", which the sides' own marks must confirm. */
+    std::string Operator(const COMPAREEXPBSON& st) const {
+        const bool bTwoSides = st.m_bOperator != COMPARE_BARE && st.m_bOperator != OP_BETWEEN &&
+                               st.m_bOperator != OP_IN && st.m_bOperator != OP_NOT_IN;
+        const bool bLeft = IsMarked(st.m_nMathExpOffset1), bRight = bTwoSides && IsMarked(st.m_nMathExpOffset2);
+        const BYTE bJoin = !bTwoSides ? 0 : bLeft ? OUTER_LEFT : bRight ? OUTER_RIGHT : OUTER_NONE;
+        if (st.m_bJoinType != bJoin) return "BAD";
+        static constexpr std::pair<BYTE, const char*> WORDS[] = {{COMPARE_BARE, "bare"},
+                                                                 {OP_LIKE, "like"},
+                                                                 {OP_IN, "in"},
+                                                                 {OP_NOT_IN, "notin"},
+                                                                 {OP_EXISTS, "exists"},
+                                                                 {OP_NOT_EXISTS, "notexists"},
+                                                                 {OP_NOT_LIKE, "notlike"},
+                                                                 {OP_EQUAL, "="},
+                                                                 {OP_NOT_EQUAL, "!="},
+                                                                 {OP_GREATER, ">"},
+                                                                 {OP_GREATER_EQUAL, ">="},
+                                                                 {OP_LESS, "<"},
+                                                                 {OP_LESS_EQUAL, "<="},
+                                                                 {OP_BETWEEN, "between"},
+                                                                 {COMPARE_PRIOR_EQUAL, "prior"},
+                                                                 {OP_IS, "is"},
+                                                                 {OP_IS_NOT, "isnot"}};
+        for (const auto& [bCode, lpszWord] : WORDS)
+            if (bCode == st.m_bOperator)
+                return lpszWord + std::string(bJoin == OUTER_LEFT ? "l" : bJoin == OUTER_RIGHT ? "r" : "");
+        return "op" + std::to_string(st.m_bOperator);
+    }
+
+    bool IsMarked(UINT nOffset) const {
+        const auto* const lp = m_stPlan.Record<st_MATHEXPBSON>(nOffset);
+        return lp && lp->m_bAllowNull;
+    }
+
+    const CPlanReader& m_stPlan;
+};
