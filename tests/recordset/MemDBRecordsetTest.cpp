@@ -10,6 +10,9 @@
 #include "TraceHook.h"
 #include "ValueText.h"
 
+/** 1 for bytes that make a recordset, 0 for others; what must not be ends the process. */
+extern "C" int FuzzRecordset(const BYTE* lpBytes, std::size_t nLen);
+
 namespace {
 
 /** One field of each type that rows have, with a text at the limit of the short count. */
@@ -20,39 +23,6 @@ std::string MixedBlock() {
         .Row(8, "-|-|-|-|-|-|-|-|-|-|-|-|-")
         .Row(9, "1|-|2|-||" + std::string(255, 'y') + "||-1:00:00|-|-|0.1|1 77|-")
         .Block();
-}
-
-/** All that a caller can ask of a set; nothing of it may fail on bytes that were taken. */
-void ReadAll(CMemDBRecordset& stSet) {
-    for (stSet.MoveFirst(); !stSet.eof(); stSet.MoveNext())
-        for (int i = 0; i < stSet.GetFieldNum(); ++i) {
-            int nValue, nLen;
-            long long llValue;
-            double dblValue;
-            tm stTime;
-            char* lpszText;
-            wchar_t* lpszWide;
-            unsigned char* lpBytes;
-            (void)stSet.FieldValue(i, nValue), (void)stSet.FieldValue(i, llValue), (void)stSet.FieldValue(i, dblValue);
-            (void)stSet.FieldValue(i, stTime), (void)stSet.FieldValue(i, lpszWide);
-            EXPECT_TRUE(stSet.FieldValue(i, lpszText) != ERR_OK || std::strlen(lpszText) < 10000);
-            EXPECT_TRUE(stSet.FieldValue(i, lpBytes, nLen) != ERR_OK || lpBytes[nLen] == 0);
-        }
-}
-
-/** Changes what it can, and makes the plan and a copy. */
-void ChangeAll(CMemDBRecordset& stSet) {
-    stSet.MoveFirst();
-    for (int i = 0; i < stSet.GetFieldNum(); ++i)
-        (void)stSet.SetField(i, "12");
-    int nCode = 0;
-    const std::string strPlan = ChangePlan(stSet, nCode);
-    CPlanReader stPlan;
-    EXPECT_TRUE(nCode != ERR_OK || stPlan.Open(strPlan.data(), strPlan.size()) == ERR_OK) << stPlan.Fault();
-    IKestroDBRecordset* lpClone = nullptr;
-    ASSERT_EQ(stSet.Clone(lpClone), ERR_OK);
-    EXPECT_EQ(lpClone->GetRowNum(), stSet.GetRowNum());
-    lpClone->Release();
 }
 
 TEST(MemDBRecordset, DecodesEachTypeAtItsLimits) {
@@ -190,11 +160,7 @@ TEST(MemDBRecordset, TakesMutatedBlocksCalmly) {
         std::string strMutated = strBlock;
         for (UINT n = 1 + stRandom() % 4; n != 0; --n)
             strMutated[stRandom() % strMutated.size()] = static_cast<char>(stRandom() >> 8);
-        CMemDBRecordset stSet;
-        if (Analyse(stSet, strMutated) != ERR_OK) continue;
-        ++nTaken;
-        ReadAll(stSet);
-        ChangeAll(stSet);
+        nTaken += FuzzRecordset(reinterpret_cast<const BYTE*>(strMutated.data()), strMutated.size());
     }
     EXPECT_GT(nTaken, 500);
 }
