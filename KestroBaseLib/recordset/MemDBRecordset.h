@@ -84,7 +84,7 @@ public:
     /**
      * Writes the changes as a plan into a buffer, which comes empty or with a main buffer and nothing in it. 0; 3 when
      * the buffer is too small, for the caller to try again in a larger one; 1501 for a changed field of a type that
-     * isn't stored (JSON); 1524 with over 255 fields; 516; 91.
+     * isn't stored (JSON); 1524 with over 255 fields; 37 for rows of no table; 516; 91.
      */
     [[nodiscard]] int ParseRecordset(CBaseBson& stBson, EXECUTEPLANBSON*& pPlan) {
         return ParseRecordsetMemDB(stBson, pPlan);

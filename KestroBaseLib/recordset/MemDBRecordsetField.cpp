@@ -66,8 +66,9 @@ int ToNumber(const st_VARDATA& stValue, T& nValue) {
             nValue = stValue.m_nValue;
             return ERR_OK;
         case VT_BIGINT:
+            // The low bits are given even where they aren't all.
             nValue = static_cast<T>(stValue.m_llValue);
-            return CodeOf(nValue == stValue.m_llValue, nValue);
+            return nValue == stValue.m_llValue ? ERR_OK : ERR_DATA_TYPE;
         case VT_DOUBLE:
             return CodeOf(CutDouble(stValue.m_dblValue, nValue), nValue);
         case VT_DECIMAL:

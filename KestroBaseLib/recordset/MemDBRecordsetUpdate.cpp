@@ -107,6 +107,8 @@ int WriteField(CBaseBson& stBson, BYTE bType, const st_VARDATA& stSource, RSFIEL
 int CMemDBRecordset::ParseRecordsetMemDB(CBaseBson& stBson, EXECUTEPLANBSON*& pPlan) {
     pPlan = nullptr;
     if (m_nFieldNum > PLAN_FIELD_MOST) return ERR_FIELD_NUMBER;
+    // In a plan such an object has a query where others have their name.
+    if (m_nFieldNum != 0 && m_lpFieldInfo->m_bObjectType == OBJECT_SUBQUERY) return ERR_INTERNAL_DATA;
     EXECUTEPLANBSON* lpHead = nullptr;
     UPDATERECORDSETPLANBSON* lpUpdate = nullptr;
     UINT nOffset = 0, nCommandOffset = 0;

@@ -2,13 +2,14 @@
 
 #include "MemDBRecordset.h"
 
+#include <algorithm>
 #include <random>
 
 #include "ChunkFault.h"
 #include "ExactBytes.h"
 #include "RecordsetMaker.h"
 #include "TraceHook.h"
-#include "ValueText.h"
+#include "ValueRows.h"
 
 /** 1 for bytes that make a recordset, 0 for others; what must not be ends the process. */
 extern "C" int FuzzRecordset(const BYTE* lpBytes, std::size_t nLen);
@@ -244,34 +245,22 @@ TEST(MemDBRecordset, MovesItsCursor) {
 
 TEST(MemDBRecordset, ReadsEachTypeAsEachOther) {
     // Column and value, and what reads as int, long long, double and tm (date and time of day) answer.
-    constexpr const char* ROWS =
-        "1|-5 => -5 -5 -5 1899-12-25_0:0:0\n"
-        "80|-128 => -128 -128 -128 1899-08-24_0:0:0\n"
-        "2|2147483648 => 1501 2147483648 2147483648 1501\n"
-        "2|-2147483648 => -2147483648 -2147483648 -2147483648 -5877712-06-19_0:0:0\n"
-        "3|-2.9 => -2 -2 -2.9 1899-12-28_21:36:0\n"
-        "3|1e10 => 1501 10000000000 10000000000 1501\n"
-        "3|1e19 => 1501 1501 1e+19 1501\n"
-        "3|nan => 1501 1501 nan 1501\n"
-        "240|2147483647.999999999999999999 => 2147483647 2147483647 2147483648 1501\n"
-        "240|-2147483648.5 => -2147483648 -2147483648 -2147483648.5 1501\n"
-        "240|9223372036854775808 => 1501 1501 9.22337203685478e+18 1501\n"
-        "240|nix => 1501 1501 1501 1501\n"
-        "6|12.7abc => 12 12 12.7 1501\n"
-        "6|2024-02-29_01:02:03 => 2024 2024 2024 2024-02-29_1:2:3\n"
-        "4|45322.25 => 45322 45322 45322.25 2024-01-31_6:0:0\n"
-        "12|2024-01-31 => 45322 45322 45322 2024-01-31_0:0:0\n"
-        "11|-1:00:30 => 1501 1501 -0.0420138888888889 1900-01-00_-1:0:-30\n"
-        "8|xyz => 1501 1501 1501 1501\n"
-        "6| => -1 -1 -1 -1\n";
-    std::istringstream stRows(ROWS);
-    for (std::string strRow; std::getline(stRows, strRow);) {
-        const std::size_t nBar = strRow.find('|'), nArrow = strRow.find(" => ");
-        std::string strValue = strRow.substr(nBar + 1, nArrow - nBar - 1);
-        for (char& c : strValue)
-            if (c == '_') c = ' ';
+    constexpr const char* ROWS = R"(
+        1 -5 -5 -5 -5 1899-12-25_0:0:0; 80 -128 -128 -128 -128 1899-08-24_0:0:0;
+        2 2147483648 1501 2147483648 2147483648 1501;
+        2 -2147483648 -2147483648 -2147483648 -2147483648 -5877712-06-19_0:0:0; 3 -2.9 -2 -2 -2.9 1899-12-28_21:36:0;
+        3 1e10 1501 10000000000 10000000000 1501; 3 1e19 1501 1501 1e+19 1501; 3 nan 1501 1501 nan 1501;
+        240 2147483647.999999999999999999 2147483647 2147483647 2147483648 1501;
+        240 -2147483648.5 -2147483648 -2147483648 -2147483648.5 1501;
+        240 9223372036854775808 1501 1501 9.22337203685478e+18 1501; 240 nix 1501 1501 1501 1501;
+        6 12.7abc 12 12 12.7 1501; 6 2024-02-29_01:02:03 2024 2024 2024 2024-02-29_1:2:3;
+        4 45322.25 45322 45322 45322.25 2024-01-31_6:0:0; 12 2024-01-31 45322 45322 45322 2024-01-31_0:0:0;
+        11 -1:00:30 1501 1501 -0.0420138888888889 1900-01-00_-1:0:-30; 8 xyz 1501 1501 1501 1501; 6 ~ -1 -1 -1 -1)";
+    for (const std::vector<std::string>& arWord : RowsOf(ROWS)) {
+        std::string strValue = arWord[1] == "~" ? "" : arWord[1];
+        std::replace(strValue.begin(), strValue.end(), '_', ' ');
         CMemDBRecordset stSet;
-        ASSERT_EQ(Analyse(stSet, CRecordsetMaker("A:" + strRow.substr(0, nBar)).Row(1, strValue).Block()), ERR_OK);
+        ASSERT_EQ(Analyse(stSet, CRecordsetMaker("A:" + arWord[0]).Row(1, strValue).Block()), ERR_OK);
         int nValue = 9;
         long long llValue = 9;
         double dblValue = 9;
@@ -281,10 +270,9 @@ TEST(MemDBRecordset, ReadsEachTypeAsEachOther) {
         const std::string arText[] = {std::to_string(nValue), std::to_string(llValue), PrintText("%.15g", dblValue),
                                       PrintText("%d-%02d-%02d_%d:%d:%d", st.tm_year + 1900, st.tm_mon + 1, st.tm_mday,
                                                 st.tm_hour, st.tm_min, st.tm_sec)};
-        std::string strShown;
-        for (int i = 0; i < 4; ++i)
-            strShown.append(i == 0 ? "" : " ").append(arCode[i] == ERR_OK ? arText[i] : std::to_string(arCode[i]));
-        EXPECT_EQ(strShown, strRow.substr(nArrow + 4)) << strRow;
+        for (std::size_t i = 0; i < 4; ++i)
+            EXPECT_EQ(arCode[i] == ERR_OK ? arText[i] : std::to_string(arCode[i]), arWord[2 + i])
+                << arWord[0] << " " << arWord[1] << " as " << i;
     }
 }
 
