@@ -142,6 +142,9 @@ public:
 
     /** The column's kind, KESTROFIELDCATEGORY. */
     virtual int FieldCategory(int nField) = 0;
-    /** The whole set as CSV text, which the caller gives back with `delete[]`. */
+    /**
+     * The whole set as CSV text, which the caller gives back with `delete[]`; without rows the pointer stays as it was.
+     * Dates and times of day are blanks, bytes hexadecimal. The cursor is at the end then. 3.
+     */
     [[nodiscard]] virtual int RecordsetToCSV(char*& lpszText) = 0;
 };

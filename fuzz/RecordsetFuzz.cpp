@@ -80,6 +80,9 @@ extern "C" int FuzzRecordset(const BYTE* lpBytes, std::size_t nLen) {
     const int nRows = stSet.GetRowNum();
     WalkAndChange(stSet, nRows);
     Save(stSet);
+    char* lpszCsv = nullptr;
+    Check(stSet.RecordsetToCSV(lpszCsv) == ERR_OK, "no text of the set");
+    delete[] lpszCsv;
     IKestroDBRecordset* lpClone = nullptr;
     Check(stSet.Clone(lpClone) == ERR_OK && lpClone->GetRowNum() == stSet.GetRowNum(), "a clone of other rows");
     lpClone->Release();

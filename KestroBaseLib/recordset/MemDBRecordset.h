@@ -99,6 +99,11 @@ public:
      * the caller is expected to run the query again.
      */
     void ClearState();
+    /**
+     * Writes a text of `nLen` bytes as a CSV cell, which has two bytes more and one for each double quote at most;
+     * `nLen` becomes its length. Without a terminator; always 0.
+     */
+    static int DelteteSpecialChar(const char* lpszText, char* lpszCell, int& nLen);
 
     // --- IKestroDBRecordset ------------------------------------------------------------------------------------------
 
@@ -242,6 +247,10 @@ private:
     int SetFieldData(int nField, const st_VARDATA& stSource);
     int SetFieldText(int nField, const char* lpszText, int nLen);
     void StoreField(int nField, const st_VARDATA& stValue);
+
+    // CSV.
+    std::uint64_t CsvSize() const;
+    char* WriteCsvNames(char* lpOut) const;
 
     // Saving.
     void CountChanges();

@@ -343,8 +343,3 @@ int CMemDBRecordset::Delete() {
     }
     return ERR_OK;
 }
-
-int CMemDBRecordset::RecordsetToCSV(char*& lpszText) {
-    lpszText = nullptr;
-    return ERR_NOT_DEVELOPED;
-}

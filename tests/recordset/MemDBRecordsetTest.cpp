@@ -295,4 +295,36 @@ TEST(MemDBRecordset, HandsOutTextsThatStay) {
     EXPECT_EQ(lpszWide, nullptr);
 }
 
+TEST(MemDBRecordset, WritesItselfAsCsv) {
+    struct {
+        const char* m_lpszFields;
+        std::vector<const char*> m_arRow;
+        const char* m_lpszCsv;
+    } const arSet[] = {
+        {"ID:1|L:2|Y:80", {"-5|9000000000|3", "-|-|-"}, "\"ID\",L,Y\r\n-5,9000000000,3\r\n , , \r\n"},
+        {"id:3|D:240|S:4", {"0.5|-1.50|45322.25"}, "id,D,S\r\n0.500000,-1.50,2024-01-31 06:00:00\r\n"},
+        {"A,B:6|a\"b:5",
+         {"a\"b|a,b", "a\tb|x\ny", "plain|\"", "|\r"},
+         "A,B,\"a\"\"b\"\r\n\"a\"\"b\",\"a,b\"\r\n\"a\tb\",\"x\ny\"\r\nplain,\"\"\"\"\r\n ,\r\r\n"},
+        {"B:8|T:11|A:12|J:30", {"xyz|10:00:00|2024-01-31|6 {}", "|-|-|1 7"}, "B,T,A,J\r\n78797A, , ,{}\r\n, , ,7\r\n"},
+        {"D:3", {"1e300", "nan"}, nullptr},
+    };
+    for (const auto& st : arSet) {
+        CRecordsetMaker stMaker(st.m_lpszFields);
+        for (const char* const lpszRow : st.m_arRow)
+            stMaker.Row(1, lpszRow);
+        CMemDBRecordset stSet;
+        ASSERT_EQ(Analyse(stSet, stMaker.Block()), ERR_OK);
+        char* lpszText = nullptr;
+        ASSERT_EQ(stSet.RecordsetToCSV(lpszText), ERR_OK);
+        EXPECT_STREQ(lpszText, st.m_lpszCsv ? st.m_lpszCsv : lpszText);
+        EXPECT_TRUE(stSet.eof());
+        delete[] lpszText;
+    }
+    CMemDBRecordset stEmpty;
+    char* lpszText = nullptr;
+    EXPECT_EQ(stEmpty.RecordsetToCSV(lpszText), ERR_OK);
+    EXPECT_EQ(lpszText, nullptr);
+}
+
 } // namespace
