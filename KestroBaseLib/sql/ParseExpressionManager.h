@@ -232,9 +232,8 @@ protected:
     BYTE CheckValidFunction(int nPos);
     /** Functions that may stand without "()". */
     static bool IsFunctionWithoutParam(BYTE bCode);
-    /** Whether a call may have the arguments between `nBegin` and `nEnd`; how many it has, and how many it takes. */
-    bool CheckFunctionParam(int nBegin, int nEnd, BYTE bShape, BYTE bCode, bool bOptional, int& nTaken,
-                            int& nActual) const;
+    /** Whether a call may have `nActual` arguments, and how many its function's node takes. */
+    static bool CheckFunctionParam(int nActual, BYTE bShape, BYTE bCode, bool bOptional, int& nTaken);
 
     CBaseBson* m_pBson = nullptr;
     stu_KestroWordArray* m_lpWordArray = nullptr;
@@ -277,7 +276,8 @@ private:
     int ParseConvertOrCast(CALL& stCall);
     int ParseCaseWhen(CALL& stCall);
     int ParseCheckChild(CALL& stCall);
-    int ParseFunctionParam(CALL& stCall, int nBegin, int nEnd);
+    int CountArguments(int nOpen, int nEnd, int& nActual) const;
+    int ParseFunctionParam(CALL& stCall, int nBegin, int nEnd, int nNum);
     int OpenCall(CALL& stCall, int& nTaken, int& nActual);
     int CloseCall(CALL& stCall, BYTE bCode, int nParamNum);
     int QueueFunction(BYTE bCode, int nParamNum);
