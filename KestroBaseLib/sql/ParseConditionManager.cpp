@@ -221,7 +221,10 @@ int CParseConditionManager::ReadOperator(WALK& stWalk, BYTE bClass, OPERATORWORD
     return bLike && !IsLikeSide(nPos - 1) ? Fail(ERR_SELECT_CONDITION, nPos) : ERR_OK;
 }
 
-/** Whether the word in front of LIKE may end its left side: a name, or another word that is the whole side. */
+/**
+ * Whether the word in front of LIKE may end its left side: a name, or another word that is the whole side. Calls and
+ * brackets aren't taken there. Intended.
+ */
 bool CParseConditionManager::IsLikeSide(int nPos) const {
     const int nKeyword = Keyword(nPos);
     if (nKeyword == WORD_NAME || nKeyword == WORD_BRACKET_CLOSE) return true;
