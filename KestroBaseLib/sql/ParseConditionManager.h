@@ -74,7 +74,7 @@ private:
     int ParseCall(WALK& stWalk, BYTE bFunction);
     int ParseOperand(WALK& stWalk);
     int ParseConditionOperator(WALK& stWalk, BYTE bClass);
-    int ReadOperator(WALK& stWalk, BYTE bClass, OPERATORWORDS& stOperator);
+    int ReadOperator(WALK& stWalk, OPERATORWORDS& stOperator);
     bool IsLikeSide(int nPos) const;
     int ParseIn(WALK& stWalk);
 
