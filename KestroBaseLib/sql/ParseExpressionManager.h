@@ -275,6 +275,8 @@ private:
     int ParseSEQ(CALL& stCall);
     int ParseConvertOrCast(CALL& stCall);
     int ParseCaseWhen(CALL& stCall);
+    int FindCaseWord(int nPos, int nEnd) const;
+    int ParseBranch(CALL& stCall, int nWhen, int nThen, int nEnd);
     int ParseCheckChild(CALL& stCall);
     int CountArguments(int nOpen, int nEnd, int& nActual) const;
     int ParseFunctionParam(CALL& stCall, int nBegin, int nEnd, int nNum);

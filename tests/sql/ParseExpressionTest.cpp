@@ -233,6 +233,39 @@ TEST(ParseExpression, TellsTextAggregateAndSequence) {
     }
 }
 
+// No word leads to CASE, so it's called by its code; only one branch and ELSE make a node that folds.
+TEST(ParseExpression, CaseTakesPairsAndOneElse) {
+    struct {
+        const char* m_lpszExpression;
+        int m_nCode;
+        int m_nWord;
+    } const ROWS[] = {
+        {"case when a = 1 then b + 1 else (c) end", ERR_OK, 12},
+        {"case when a = 1 then b when (c > 2) then d end", ERR_OK, 14},
+        {"case end", ERR_EXPECT_FUNCTION, 1},
+        {"case a when 1 then b end", ERR_EXPECT_FUNCTION, 1},
+        {"case when a = 1 end", ERR_EXPECT_FUNCTION, 5},
+        {"case when a = 1 then b then c end", ERR_EXPECT_FUNCTION, 7},
+        {"case when a = 1 then b", ERR_EXPECT_FUNCTION, 7},
+        {"case else b end", ERR_EXPECT_FUNCTION, 1},
+        {"case when a = 1 then b else c else d end", ERR_EXPECT_FUNCTION, 9},
+        {"case when a = 1 then b else c when d = 1 then e end", ERR_EXPECT_FUNCTION, 9},
+        {"case when a = then b end", ERR_EXPECT_EXPRESSION, 4},
+        {"case when a = 1 then b + end", ERR_EXPECT_EXPRESSION, 8},
+    };
+    for (const auto& stRow : ROWS) {
+        CExpressionParse stParse(stRow.m_lpszExpression);
+        CParseExpressionManager stManager;
+        stManager.Initial(&stParse.m_stParseSql.GetParseBson(), &stParse.m_stWords, &stParse.m_stParseSql);
+        BYTE bState = 0;
+        EXPECT_EQ(stManager.ParseFunction(&stParse.m_stParam, FN_CASE, bState), stRow.m_nCode)
+            << stRow.m_lpszExpression;
+        const int nWord = stRow.m_nCode == ERR_OK ? stParse.m_stParam.m_nEndPos : stManager.GetSqlErrorPos();
+        EXPECT_EQ(nWord, stRow.m_nWord) << stRow.m_lpszExpression;
+        EXPECT_TRUE(stRow.m_nCode != ERR_OK || stManager.CreateMathExpression() == ERR_OK) << stRow.m_lpszExpression;
+    }
+}
+
 // Long chains and many brackets are taken as they are; calls and arguments have their limits.
 TEST(ParseExpression, HostileLengthsAndDepths) {
     constexpr int MANY = 100000;
