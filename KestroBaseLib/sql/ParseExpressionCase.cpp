@@ -21,17 +21,18 @@ int CParseExpressionManager::FindCaseWord(int nPos, int nEnd) const {
 
 int CParseExpressionManager::ParseCaseWhen(CALL& stCall) {
     const int nEnd = stCall.m_stParam.m_nEndPos;
+    const auto Word = [&](int nPos) { return nPos < nEnd ? Keyword(nPos) : static_cast<int>(WORD_NONE); };
     Push(stCall.m_nName);
     int nNum = 0;
     int nWord = stCall.m_nName + 1;
-    for (bool bElse = false; nNum == 0 || nWord >= nEnd || Keyword(nWord) != KW_END;) {
-        bElse = !bElse && nNum > 0 && nWord < nEnd && Keyword(nWord) == KW_ELSE;
-        if (!bElse && (nWord >= nEnd || Keyword(nWord) != KW_WHEN)) return Fail(ERR_EXPECT_FUNCTION, nWord);
+    while (nNum == 0 || Word(nWord) != KW_END) {
+        const bool bElse = nNum > 0 && Word(nWord) == KW_ELSE;
+        if (!bElse && Word(nWord) != KW_WHEN) return Fail(ERR_EXPECT_FUNCTION, nWord);
         const int nThen = bElse ? nWord : FindCaseWord(nWord + 1, nEnd);
-        if (!bElse && (nThen >= nEnd || Keyword(nThen) != KW_THEN)) return Fail(ERR_EXPECT_FUNCTION, nThen);
+        if (!bElse && Word(nThen) != KW_THEN) return Fail(ERR_EXPECT_FUNCTION, nThen);
         const int nNext = FindCaseWord(nThen + 1, nEnd);
-        if (nNext >= nEnd || Keyword(nNext) == KW_THEN || (bElse && Keyword(nNext) != KW_END) || nNum == UCHAR_MAX)
-            return Fail(ERR_EXPECT_FUNCTION, nNext);
+        const bool bFollows = Word(nNext) == KW_END || (!bElse && (Word(nNext) == KW_WHEN || Word(nNext) == KW_ELSE));
+        if (!bFollows || nNum == UCHAR_MAX) return Fail(ERR_EXPECT_FUNCTION, nNext);
         if (const int nCode = ParseBranch(stCall, nWord, nThen, nNext)) return nCode;
         ++nNum;
         nWord = nNext;

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "ChunkFault.h"
 #include "ExpressionText.h"
 #include "ParseDepth.h"
@@ -240,8 +242,8 @@ TEST(ParseExpression, CaseTakesPairsAndOneElse) {
         int m_nCode;
         int m_nWord;
     } const ROWS[] = {
-        {"case when a = 1 then b + 1 else (c) end", ERR_OK, 12},
-        {"case when a = 1 then b when (c > 2) then d end", ERR_OK, 14},
+        {"case when a = 1 then b + 1 else (c) end", ERR_OK, 13},
+        {"case when a = 1 then b when (c > 2) then d end", ERR_OK, 15},
         {"case end", ERR_EXPECT_FUNCTION, 1},
         {"case a when 1 then b end", ERR_EXPECT_FUNCTION, 1},
         {"case when a = 1 end", ERR_EXPECT_FUNCTION, 5},
@@ -312,6 +314,25 @@ TEST(ParseExpression, EveryTruncationAndEveryMissingWordEndsWell) {
         EXPECT_EQ(stGap.Text().find("BAD"), std::string::npos) << i;
         EXPECT_LE(stGap.m_stManager.GetSqlErrorPos(), stGap.m_stWords.m_nNum) << i;
     }
+}
+
+TEST(ParseExpression, AnyWordsEndWell) {
+    constexpr const char* WORDS[] = {
+        "a",   "t",     ".",        "*",       "+",  "-",    "(",      ")",    ",",    "1",       "'x'",     "?",
+        "abs", "count", "sum",      "sysdate", "ln", "cast", "as",     "char", "new",  "nextval", "convert", "date",
+        "->",  ">",     "interval", "day",     "db", "null", "select", "any",  "like", "escape",  "round",   "\""};
+    std::mt19937 stRandom(20240229);
+    int nWell = 0;
+    for (int i = 0; i < 20000; ++i) {
+        std::string strText;
+        for (unsigned n = stRandom() % 12 + 1; n > 0; --n)
+            strText.append(WORDS[stRandom() % std::size(WORDS)]).append(stRandom() % 8 ? " " : "");
+        CExpressionParse stParse(strText, 4096, i % 2);
+        EXPECT_EQ(stParse.Text().find("BAD"), std::string::npos) << strText;
+        EXPECT_LE(stParse.m_stManager.GetSqlErrorPos(), stParse.m_stWords.m_nNum) << strText;
+        nWell += stParse.m_nCode == ERR_OK;
+    }
+    EXPECT_GT(nWell, 500);
 }
 
 TEST(ParseExpression, RoomAndMemoryThatEnd) {
