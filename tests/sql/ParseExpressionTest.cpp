@@ -59,7 +59,7 @@ struct ROW {
     const char* m_lpszExpected;
 };
 
-constexpr UINT LARGE = 64 << 20;
+constexpr UINT LARGE = 16 << 20;
 
 std::string Parsed(const std::string& strExpression) {
     return CExpressionParse(strExpression).Text();
@@ -208,6 +208,14 @@ TEST(ParseExpression, ConditionsHaveMoreOperators) {
             << stRow.m_lpszExpression;
 }
 
+// Behind GROUP BY there are no fields of an object as a whole.
+TEST(ParseExpression, GroupsHaveNoAllFields) {
+    CExpressionParse stParse("t.*");
+    stParse.m_stManager.SetGroupByOffset(100);
+    EXPECT_EQ(stParse.m_stManager.ParseMathExpression(&stParse.m_stParam), ERR_SYNTAX_SELECT);
+    EXPECT_EQ(stParse.m_stManager.GetSqlErrorPos(), 2);
+}
+
 TEST(ParseExpression, TellsTextAggregateAndSequence) {
     const std::string LONG_SUM = Repeat("x+", 63, "", "'");
     struct {
@@ -323,7 +331,7 @@ TEST(ParseExpression, AnyWordsEndWell) {
         "->",  ">",     "interval", "day",     "db", "null", "select", "any",  "like", "escape",  "round",   "\""};
     std::mt19937 stRandom(20240229);
     int nWell = 0;
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 5000; ++i) {
         std::string strText;
         for (unsigned n = stRandom() % 12 + 1; n > 0; --n)
             strText.append(WORDS[stRandom() % std::size(WORDS)]).append(stRandom() % 8 ? " " : "");
@@ -332,7 +340,7 @@ TEST(ParseExpression, AnyWordsEndWell) {
         EXPECT_LE(stParse.m_stManager.GetSqlErrorPos(), stParse.m_stWords.m_nNum) << strText;
         nWell += stParse.m_nCode == ERR_OK;
     }
-    EXPECT_GT(nWell, 500);
+    EXPECT_GT(nWell, 100);
 }
 
 TEST(ParseExpression, RoomAndMemoryThatEnd) {
