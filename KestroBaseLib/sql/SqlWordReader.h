@@ -37,3 +37,10 @@ private:
     CParseSql& m_stParseSql;
     stu_KestroWordArray& m_stWords;
 };
+
+/** The same words as if the statement ended in front of word `nEnd`; they share their arrays. */
+inline stu_KestroWordArray SqlWordsUpTo(const stu_KestroWordArray& stWords, int nEnd) {
+    stu_KestroWordArray stFirst = stWords;
+    if (nEnd < stFirst.m_nNum) stFirst.m_nNum = nEnd;
+    return stFirst;
+}
