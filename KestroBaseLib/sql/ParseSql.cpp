@@ -165,7 +165,8 @@ int CParseSql::HideHintMark(const STATEMENT& stStatement, const char*& lpszText)
     lpszText = reinterpret_cast<const char*>(m_stBson.GetBuffer()) + PLAN_TEXT_OFFSET;
     const int nMark = stHead.m_nHintEnd - 2;
     const std::string_view szText(lpszText, stHead.m_szText.size());
-    if (nMark < std::max(stHead.m_nPos, stHead.m_nHintBegin) ||
+    // The verb may have taken the mark's star with it.
+    if (nMark < std::max(stHead.m_nPos - 1, stHead.m_nHintBegin) ||
         szText.substr(static_cast<std::size_t>(nMark), 2) != "*/")
         return ERR_OK;
     LPBYTE lpCopy = nullptr;

@@ -73,6 +73,9 @@ TEST(ParseSql, ReadsTheHead) {
         {"select 1 ; ;\n", "select 1  | select 7"},
         {"(select 1)", "select 1 | select 7"},
         {"( ((select 1 );) )", "select 1 | select 7"},
+        {"((select 1) ;)", "select 1 | select 7"},
+        {"(select ' -- it''s' /* ) it's */ -- it's )\n)", "select ' -- it''s' /* ) it's */ -- it's ) | select 7"},
+        {"(select 1 /* ( */) union (select 2)", "(select 1 /* ( */) union (select 2) | select 8 (1"},
         {"(select 1) union (select 2)", "(select 1) union (select 2) | select 8 (1"},
         {"((select 1) union (select 2))", "(select 1) union (select 2) | select 8 (1"},
         {" (select 1)", " (select 1) | select 9 (1"},
@@ -117,6 +120,7 @@ TEST(ParseSql, ReadsTheHeadInPlace) {
 
 TEST(ParseSql, CompilesWhatStandsInAHint) {
     EXPECT_EQ(Compiled("/*!40101 begin work */"), "nType=10 bWriteLog=1");
+    EXPECT_EQ(Compiled("/*!40101 begin*/"), "nType=10 bWriteLog=1");
     EXPECT_EQ(Compiled("/*!40101 begin work */ work"), "814 at 2");
     EXPECT_EQ(Compiled("(/*! use */ shop)"), "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"shop\"}");
 }
