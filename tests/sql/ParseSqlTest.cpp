@@ -74,7 +74,7 @@ TEST(ParseSql, ReadsTheHead) {
         {"(select 1)", "select 1 | select 7"},
         {"( ((select 1 );) )", "select 1 | select 7"},
         {"((select 1) ;)", "select 1 | select 7"},
-        {"(select ' -- it''s' /* ) it's */ -- it's )\n)", "select ' -- it''s' /* ) it's */ -- it's ) | select 7"},
+        {"(select ' -- it''s' /* ) it's */ -- it's\n)", "select ' -- it''s' /* ) it's */ -- it's | select 7"},
         {"(select 1 /* ( */) union (select 2)", "(select 1 /* ( */) union (select 2) | select 8 (1"},
         {"(select 1) union (select 2)", "(select 1) union (select 2) | select 8 (1"},
         {"((select 1) union (select 2))", "(select 1) union (select 2) | select 8 (1"},
