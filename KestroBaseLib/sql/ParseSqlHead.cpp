@@ -140,7 +140,9 @@ private:
     /** The scan goes on inside a hint: the first word may stand there. */
     void OpenHint() {
         const std::size_t nSize = m_szText.size();
-        m_stHead.m_nHintEnd = static_cast<int>(BehindClose(m_szText, m_nPos));
+        // A mark found before closes this one too: a text full of hints isn't searched again for each.
+        if (static_cast<std::size_t>(m_stHead.m_nHintEnd) < m_nPos + 4)
+            m_stHead.m_nHintEnd = static_cast<int>(BehindClose(m_szText, m_nPos));
         m_nPos = std::min(m_szText.find_first_not_of(WHITE, m_nPos + 3), nSize);
         if (m_nPos < nSize && IsDigit(m_szText[m_nPos]))
             m_nPos = std::min(m_szText.find_first_of(WHITE, m_nPos), nSize);
