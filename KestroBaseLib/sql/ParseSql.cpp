@@ -55,7 +55,9 @@ CParseSql::~CParseSql() {
 
 int CParseSql::ParseSql(const char* lpszSql, int nLen, EXECUTEPLANBSON*& lpPlan, int nPageStart, int nPageSize,
                         BYTE bDatabaseNo) {
-    STATEMENT stStatement = {{}, WORD_NONE, nPageStart, nPageSize, lpPlan};
+    // This object's own last plan is no block of the caller's: it goes now.
+    EXECUTEPLANBSON* const lpBlock = lpPlan == GetExecutePlan() ? nullptr : lpPlan;
+    STATEMENT stStatement = {{}, WORD_NONE, nPageStart, nPageSize, lpBlock};
     lpPlan = nullptr;
     m_bDatabaseNo = bDatabaseNo;
     if (!m_pKestroKeywordParse) return ERR_MEMORY;
