@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "CommonDataDef.h"
-#include "SqlWordReader.h"
+#include "ParseSqlQuery.h"
 
 namespace {
 
@@ -91,10 +91,10 @@ int CParseSql::ParseInsertTarget(stu_KestroWordArray* lpWords, int& nWord, INSER
     lpObject->m_bObjectType = OBJECT_TABLE;
     lpObject->m_bObjectNo = bNo;
     lpObject->m_bObjectNameLen = static_cast<BYTE>(std::strlen(szName) + 1);
-    if (const int nCode = AddText(szName, nText)) return nCode;
+    if (const int nCode = CopyToPlan(szName, lpObject->m_bObjectNameLen - 1, nText)) return nCode;
     lpObject->m_nObjectNameOffset = nText;
     if (!bDatabase) return ERR_OK;
-    const int nCode = AddText(szDatabase, nText);
+    const int nCode = CopyToPlan(szDatabase, static_cast<int>(std::strlen(szDatabase)), nText);
     lpObject->m_nDataBaseNameOffset = nText;
     return nCode;
 }
@@ -102,27 +102,24 @@ int CParseSql::ParseInsertTarget(stu_KestroWordArray* lpWords, int& nWord, INSER
 /** The columns in brackets, and `nWord` is behind them. */
 int CParseSql::ParseInsertField(stu_KestroWordArray* lpWords, int& nWord, INSERTEXECUTEPLANBSON& stInsert) {
     const CSqlWordReader stReader(*this, *lpWords);
-    EXECUTEFIELDBSON* lpLast = nullptr;
+    UINT nFirst = 0, nNum = 0;
+    CFieldChain stChain(m_stBson, nFirst, nNum);
     do {
         char szName[KESTRO_NAME_SIZE];
         ++nWord;
         if (CopyNameFromSql(stReader.Text(nWord), stReader.Len(nWord), szName) == NAME_BAD)
             return Fail(ERR_SYNTAX_INSERT, nWord);
         EXECUTEFIELDBSON* lpField = nullptr;
-        UINT nOffset = 0, nText = 0;
-        if (const int nCode = m_stBson.AllocFromBsonBuffer(lpField, nOffset)) return nCode;
-        if (const int nCode = AddText(szName, nText)) return nCode;
-        lpField->m_nExpNameOffset = nText;
+        UINT nOffset = 0;
+        if (const int nCode = stChain.Append(lpField, nOffset)) return nCode;
         lpField->m_bNameLen = static_cast<BYTE>(std::strlen(szName));
-        if (lpLast)
-            lpLast->m_nNextOffset = nOffset;
-        else
-            stInsert.m_nExecuteFieldOffset = nOffset;
-        lpLast = lpField;
-        ++stInsert.m_nExecuteFieldNum;
+        if (const int nCode = CopyToPlan(szName, lpField->m_bNameLen, nOffset)) return nCode;
+        lpField->m_nExpNameOffset = nOffset;
         ++nWord;
     } while (stReader.Keyword(nWord) == WORD_COMMA);
     if (stReader.Keyword(nWord) != WORD_PAREN_CLOSE) return Fail(ERR_SYNTAX_INSERT, nWord);
+    stInsert.m_nExecuteFieldOffset = nFirst;
+    stInsert.m_nExecuteFieldNum = nNum;
     ++nWord;
     return ERR_OK;
 }
