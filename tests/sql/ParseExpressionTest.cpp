@@ -151,7 +151,7 @@ TEST(ParseExpression, ErrorsTellTheirWord) {
         {"any a", "505 at 1"},
         {"any(a)", "558 at 2"},
         {"(select 1", "505 at 1"},
-        {"(select 1)", "502 at 0"},
+        {"(select 1)", "505 at 3"},
         {"concat(a)", "515 at 1"},
         {"abs", "517 at 1"},
         {"abs(a", "517 at 1"},
