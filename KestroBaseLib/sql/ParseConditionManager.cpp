@@ -153,14 +153,11 @@ int CParseConditionManager::ParseConditionOperator(WALK& stWalk, BYTE bClass) {
     const st_PARSEPARAM& stParam = stWalk.m_stParam;
     const int nPos = stWalk.m_nPos;
     const bool bSign = IsSign(nPos, stParam);
-    if (bClass == OPCLASS_BINARY && bSign) return Fail(ERR_EXPECT_EXPRESSION, nPos);
-    if (bClass == OPCLASS_PREFIX && nPos > stParam.m_nBeginPos && Keyword(nPos - 1) == WORD_PAREN_CLOSE)
-        return Fail(ERR_EXPECT_EXPRESSION, nPos);
     OPERATORWORDS stWords;
     if (const int nCode = ReadOperator(stWalk, bClass, stWords)) return nCode;
     if (stWalk.m_bPriorWaits) return Fail(ERR_SELECT_CONDITION, nPos);
-    if (!IsOperatorPlace(stWords.m_nLast, stParam) || m_skOperatorStack.size() >= OPERATOR_DEPTH_MAX)
-        return Fail(ERR_EXPECT_EXPRESSION, stWords.m_nLast + 1);
+    if (m_skOperatorStack.size() >= OPERATOR_DEPTH_MAX) return Fail(ERR_EXPECT_EXPRESSION, nPos);
+    if (const int nCode = CheckOperatorPlace(stParam, nPos, stWords.m_nLast, bClass)) return nCode;
     for (int i = nPos; i <= stWords.m_nLast; ++i)
         Push(i);
 

@@ -229,14 +229,21 @@ int CParseExpressionManager::ParseFunction(st_PARSEPARAM* lpParam, BYTE bCode, B
     }
 }
 
-bool CParseExpressionManager::CheckFunctionParam(int nBegin, int nEnd, BYTE bShape, BYTE bCode, bool bOptional,
-                                                 int& nTaken, int& nActual) const {
-    nActual = nBegin == nEnd ? 0 : 1;
-    for (int i = nBegin, nDepth = 0; i < nEnd; ++i) {
+/** The ")" of the "(" at `nOpen` and how many arguments are between; -1 without one. */
+int CParseExpressionManager::CountArguments(int nOpen, int nEnd, int& nActual) const {
+    int nCommas = 0;
+    for (int i = nOpen, nDepth = 0; i < nEnd; ++i) {
         const int nKeyword = Keyword(i);
         nDepth += (nKeyword == WORD_PAREN_OPEN) - (nKeyword == WORD_PAREN_CLOSE);
-        if (nDepth == 0 && nKeyword == WORD_COMMA) ++nActual;
+        if (nDepth == 1 && nKeyword == WORD_COMMA) ++nCommas;
+        if (nDepth != 0) continue;
+        nActual = i == nOpen + 1 ? 0 : nCommas + 1;
+        return i;
     }
+    return -1;
+}
+
+bool CParseExpressionManager::CheckFunctionParam(int nActual, BYTE bShape, BYTE bCode, bool bOptional, int& nTaken) {
     nTaken = nActual;
     // The count of a list of arguments is a byte.
     if (nActual > UCHAR_MAX) return false;
@@ -265,11 +272,11 @@ int CParseExpressionManager::OpenCall(CALL& stCall, int& nTaken, int& nActual) {
     const int nOpen = stCall.m_nName + 1;
     if (nOpen >= stCall.m_stParam.m_nEndPos || Keyword(nOpen) != WORD_PAREN_OPEN)
         return Fail(ERR_EXPECT_FUNCTION, nOpen);
-    stCall.m_nClose = FindFunctionEndPos(nOpen, stCall.m_stParam.m_nEndPos);
+    stCall.m_nClose = CountArguments(nOpen, stCall.m_stParam.m_nEndPos, nActual);
     if (stCall.m_nClose < 0) return Fail(ERR_EXPECT_FUNCTION, nOpen);
     const FUNCTIONROW& stRow = stCall.m_stRow;
-    if (!CheckFunctionParam(nOpen + 1, stCall.m_nClose, stRow.m_bShape, stRow.m_bCode,
-                            stRow.m_bHandler == HANDLER_OPTIONAL, nTaken, nActual))
+    const bool bOptional = stRow.m_bHandler == HANDLER_OPTIONAL;
+    if (!CheckFunctionParam(nActual, stRow.m_bShape, stRow.m_bCode, bOptional, nTaken))
         return Fail(ERR_EXPECT_FUNCTION, stCall.m_nName);
     Push(stCall.m_nName);
     Push(nOpen);
@@ -302,22 +309,23 @@ int CParseExpressionManager::ParseCommonFunction(CALL& stCall) {
     if (const int nCode = OpenCall(stCall, nTaken, nActual)) return nCode;
     const bool bNone = stRow.m_bShape == SHAPE_NONE || (stRow.m_bCode == FN_RAND && nActual == 0);
     if (!bNone)
-        if (const int nCode = ParseFunctionParam(stCall, nOpen + 1, stCall.m_nClose)) return nCode;
+        if (const int nCode = ParseFunctionParam(stCall, nOpen + 1, stCall.m_nClose, nActual)) return nCode;
     if (stRow.m_bHandler == HANDLER_OPTIONAL)
         if (const int nCode = SetDefaultParam(stRow.m_bCode, nActual)) return nCode;
     return CloseCall(stCall, stRow.m_bCode, nTaken);
 }
 
 /** Arguments with commas between, each into the queue. */
-int CParseExpressionManager::ParseFunctionParam(CALL& stCall, int nBegin, int nEnd) {
-    int nDepth = 0;
-    for (int i = nBegin; i < nEnd; ++i) {
+int CParseExpressionManager::ParseFunctionParam(CALL& stCall, int nBegin, int nEnd, int nNum) {
+    // Behind the last comma there is nothing to look for, so calls of one argument inside each other are scanned once.
+    for (int i = nBegin, nDepth = 0; nNum > 1; ++i) {
         const int nKeyword = Keyword(i);
         nDepth += (nKeyword == WORD_PAREN_OPEN) - (nKeyword == WORD_PAREN_CLOSE);
         if (nDepth != 0 || nKeyword != WORD_COMMA) continue;
         if (const int nCode = ParseArgument(stCall, nBegin, i)) return nCode;
         Push(i);
         nBegin = i + 1;
+        --nNum;
     }
     return ParseArgument(stCall, nBegin, nEnd);
 }

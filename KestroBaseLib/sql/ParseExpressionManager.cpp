@@ -63,6 +63,14 @@ int CParseExpressionManager::ParseWord(st_PARSEPARAM& stParam, int& nPos, int& n
     return ParseElementOperand(stParam, nPos);
 }
 
+int CParseExpressionManager::CheckOperatorPlace(const st_PARSEPARAM& stParam, int nPos, int nLast, BYTE bClass) {
+    if (!IsOperatorPlace(nLast, stParam)) return Fail(ERR_EXPECT_EXPRESSION, nLast + 1);
+    if (bClass == OPCLASS_BINARY && IsSign(nPos, stParam)) return Fail(ERR_EXPECT_EXPRESSION, nPos);
+    if (bClass == OPCLASS_PREFIX && nPos > stParam.m_nBeginPos && Keyword(nPos - 1) == WORD_PAREN_CLOSE)
+        return Fail(ERR_EXPECT_EXPRESSION, nPos);
+    return ERR_OK;
+}
+
 int CParseExpressionManager::OpenBracket(const st_PARSEPARAM& stParam, int nPos, int& nOpen) {
     const int nNext = nPos + 1;
     if (nNext >= stParam.m_nEndPos || Keyword(nNext) == WORD_PAREN_CLOSE ||
@@ -74,11 +82,8 @@ int CParseExpressionManager::OpenBracket(const st_PARSEPARAM& stParam, int nPos,
 }
 
 int CParseExpressionManager::ParseOperator(const st_PARSEPARAM& stParam, int nPos, BYTE bClass) {
-    if (!IsOperatorPlace(nPos, stParam)) return Fail(ERR_EXPECT_EXPRESSION, nPos + 1);
+    if (const int nCode = CheckOperatorPlace(stParam, nPos, nPos, bClass)) return nCode;
     const bool bSign = IsSign(nPos, stParam);
-    if (bClass == OPCLASS_BINARY && bSign) return Fail(ERR_EXPECT_EXPRESSION, nPos);
-    if (bClass == OPCLASS_PREFIX && nPos > stParam.m_nBeginPos && Keyword(nPos - 1) == WORD_PAREN_CLOSE)
-        return Fail(ERR_EXPECT_EXPRESSION, nPos);
     BYTE bCode = ConvertOperatorString(Keyword(nPos));
     if (bCode == OP_NONE || (bCode == OP_IS && !IsTruthWord(nPos + 1))) return Fail(ERR_EXPECT_OPERATOR, nPos);
     if (bSign && bClass == OPCLASS_MINUS) bCode = OP_MINUS;

@@ -196,6 +196,8 @@ protected:
 
     // --- operands in a range; `nPos` moves on to the operand's last word ---------------------------------------------
 
+    /** Whether an operator from `nPos` to `nLast` may stand between what is beside it: 0 or ERR_EXPECT_EXPRESSION. */
+    [[nodiscard]] int CheckOperatorPlace(const st_PARSEPARAM& stParam, int nPos, int nLast, BYTE bClass);
     /** The "(" at `nPos` as a mark, counted by `nOpen`. */
     [[nodiscard]] int OpenBracket(const st_PARSEPARAM& stParam, int nPos, int& nOpen);
     /** A subquery from its SELECT at `nSelect` up to `nEnd`, of kind `bType`, PLANSUBQUERY. */
@@ -230,9 +232,8 @@ protected:
     BYTE CheckValidFunction(int nPos);
     /** Functions that may stand without "()". */
     static bool IsFunctionWithoutParam(BYTE bCode);
-    /** Whether a call may have the arguments between `nBegin` and `nEnd`; how many it has, and how many it takes. */
-    bool CheckFunctionParam(int nBegin, int nEnd, BYTE bShape, BYTE bCode, bool bOptional, int& nTaken,
-                            int& nActual) const;
+    /** Whether a call may have `nActual` arguments, and how many its function's node takes. */
+    static bool CheckFunctionParam(int nActual, BYTE bShape, BYTE bCode, bool bOptional, int& nTaken);
 
     CBaseBson* m_pBson = nullptr;
     stu_KestroWordArray* m_lpWordArray = nullptr;
@@ -275,7 +276,8 @@ private:
     int ParseConvertOrCast(CALL& stCall);
     int ParseCaseWhen(CALL& stCall);
     int ParseCheckChild(CALL& stCall);
-    int ParseFunctionParam(CALL& stCall, int nBegin, int nEnd);
+    int CountArguments(int nOpen, int nEnd, int& nActual) const;
+    int ParseFunctionParam(CALL& stCall, int nBegin, int nEnd, int nNum);
     int OpenCall(CALL& stCall, int& nTaken, int& nActual);
     int CloseCall(CALL& stCall, BYTE bCode, int nParamNum);
     int QueueFunction(BYTE bCode, int nParamNum);
