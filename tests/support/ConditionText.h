@@ -86,27 +86,14 @@ private:
         const bool bLeft = IsMarked(st.m_nMathExpOffset1), bRight = bTwoSides && IsMarked(st.m_nMathExpOffset2);
         const BYTE bJoin = !bTwoSides ? 0 : bLeft ? OUTER_LEFT : bRight ? OUTER_RIGHT : OUTER_NONE;
         if (st.m_bJoinType != bJoin) return "BAD";
-        static constexpr std::pair<BYTE, const char*> WORDS[] = {{COMPARE_BARE, "bare"},
-                                                                 {OP_LIKE, "like"},
-                                                                 {OP_IN, "in"},
-                                                                 {OP_NOT_IN, "notin"},
-                                                                 {OP_EXISTS, "exists"},
-                                                                 {OP_NOT_EXISTS, "notexists"},
-                                                                 {OP_NOT_LIKE, "notlike"},
-                                                                 {OP_EQUAL, "="},
-                                                                 {OP_NOT_EQUAL, "!="},
-                                                                 {OP_GREATER, ">"},
-                                                                 {OP_GREATER_EQUAL, ">="},
-                                                                 {OP_LESS, "<"},
-                                                                 {OP_LESS_EQUAL, "<="},
-                                                                 {OP_BETWEEN, "between"},
-                                                                 {COMPARE_PRIOR_EQUAL, "prior"},
-                                                                 {OP_IS, "is"},
-                                                                 {OP_IS_NOT, "isnot"}};
-        for (const auto& [bCode, lpszWord] : WORDS)
-            if (bCode == st.m_bOperator)
-                return lpszWord + std::string(bJoin == OUTER_LEFT ? "l" : bJoin == OUTER_RIGHT ? "r" : "");
-        return "op" + std::to_string(st.m_bOperator);
+        // By their codes.
+        static constexpr const char* WORDS[] = {
+            "bare", "",   "", "",        "",        "", "", "like",  "in", "notin", "exists", "notexists",
+            "",     "",   "", "",        "notlike", "", "", "",      "=",  "!=",    ">",      ">=",
+            "<",    "<=", "", "between", "",        "", "", "prior", "",   "",      "is",     "isnot"};
+        const std::string strWord = st.m_bOperator < std::size(WORDS) ? WORDS[st.m_bOperator] : "";
+        if (strWord.empty()) return "op" + std::to_string(st.m_bOperator);
+        return strWord + (bJoin == OUTER_LEFT ? "l" : bJoin == OUTER_RIGHT ? "r" : "");
     }
 
     bool IsMarked(UINT nOffset) const {
