@@ -4,7 +4,8 @@
 
 /**
  * Conditions of a plan as one line, operators in front: `(and (= A:1 1d:4) !(in B:1 {1d 2d}))`. Behind each side stands
- * its class; "!" negates. A root that wraps a comparison prints as that. Comparisons:
+ * its class; "!" negates. A root that wraps a comparison prints as that, such a node inside a tree in braces, and "-"
+ * is an operand that has left. Comparisons:
  *
  *     (=l x y)  (=r x y)   with a "(+)" on the left, on the right     (is x y) (isnot x y)
  *     (in x {1d 2d})       constants                                  (in x [A 2d])  other lists  (in x [q]) subqueries
@@ -26,13 +27,18 @@ public:
 private:
     std::string Node(UINT nOffset) const {
         const auto* const lp = m_stPlan.Record<BASECONDITIONBSON>(nOffset);
-        if (!lp || (lp->m_bLogicOperator != LOGIC_AND && lp->m_bLogicOperator != LOGIC_OR)) return "BAD";
-        return (lp->m_bLogicNot ? "!(" : "(") + std::string(lp->m_bLogicOperator == LOGIC_AND ? "and " : "or ") +
+        if (!lp) return "BAD";
+        if (lp->m_bLogicOperator == LOGIC_NONE && lp->m_bConditionType2 == CONDITION_NONE)
+            return std::string("{") + Operand(lp->m_bConditionType1, lp->m_nConditionOffset1) + "}";
+        if (lp->m_bLogicOperator != LOGIC_AND && lp->m_bLogicOperator != LOGIC_OR) return "BAD";
+        return std::string(lp->m_bLogicNot ? "!(" : "(") +
+               std::string(lp->m_bLogicOperator == LOGIC_AND ? "and " : "or ") +
                Operand(lp->m_bConditionType1, lp->m_nConditionOffset1) + " " +
                Operand(lp->m_bConditionType2, lp->m_nConditionOffset2) + ")";
     }
 
     std::string Operand(BYTE bType, UINT nOffset) const {
+        if (bType == CONDITION_NONE && nOffset == 0) return "-";
         return bType == CONDITION_NODE ? Node(nOffset) : bType == CONDITION_COMPARE ? Comparison(nOffset) : "BAD";
     }
 
@@ -44,7 +50,7 @@ private:
             stFalse.m_bOperator = COMPARE_FALSE;
             return std::memcmp(lp, &stFalse, sizeof stFalse) == 0 ? "false" : "BAD";
         }
-        std::string strText = (lp->m_bLogicNot ? "!(" : "(") + Operator(*lp);
+        std::string strText = std::string(lp->m_bLogicNot ? "!(" : "(") + Operator(*lp);
         strText += Side(lp->m_bExpressionType1, lp->m_nMathExpOffset1);
         strText += Side(lp->m_bExpressionType2, lp->m_nMathExpOffset2);
         return strText + Side(lp->m_bExpressionType3, lp->m_nMathExpOffset3) + ")";
@@ -52,8 +58,8 @@ private:
 
     std::string Side(BYTE bClass, UINT nOffset) const {
         if (nOffset == 0) return bClass == EXPCLASS_NONE ? "" : "BAD";
-        if (bClass == EXPCLASS_IN) return " " + In(nOffset);
-        return " " + CExpressionText(m_stPlan).Root(nOffset) + ":" + std::to_string(bClass);
+        if (bClass == EXPCLASS_IN) return std::string(" ") + In(nOffset);
+        return std::string(" ") + CExpressionText(m_stPlan).Root(nOffset) + ":" + std::to_string(bClass);
     }
 
     std::string In(UINT nOffset) const {
@@ -68,7 +74,7 @@ private:
             const BYTE* const lpEntry = m_stPlan.Bytes(nTail + i * 4, 4);
             if (!lpEntry) return "BAD";
             std::memcpy(&nEntry, lpEntry, sizeof nEntry);
-            strText += (i ? " " : "") + CExpressionText(m_stPlan).Root(nEntry);
+            strText += std::string(i ? " " : "") + CExpressionText(m_stPlan).Root(nEntry);
         }
         return strText + (lp->m_bType == IN_CONSTANTS ? "}" : "]");
     }
@@ -99,8 +105,8 @@ private:
                                                                  {OP_IS_NOT, "isnot"}};
         for (const auto& [bCode, lpszWord] : WORDS)
             if (bCode == st.m_bOperator)
-                return lpszWord + std::string(bJoin == OUTER_LEFT ? "l" : bJoin == OUTER_RIGHT ? "r" : "");
-        return "op" + std::to_string(st.m_bOperator);
+                return std::string(lpszWord) + std::string(bJoin == OUTER_LEFT ? "l" : bJoin == OUTER_RIGHT ? "r" : "");
+        return std::string("op") + std::to_string(st.m_bOperator);
     }
 
     bool IsMarked(UINT nOffset) const {
