@@ -148,7 +148,7 @@ int CParseSql::ParseField(stu_KestroWordArray* lpWords, const LISTITEM& stItem, 
         if (CopyTitleFromSql(lpszWord, lpWords->m_arWordLen[stItem.m_nTitle], szTitle) == NAME_BAD)
             return Fail(ERR_EXPECT_EXPRESSION, stItem.m_nTitle);
         stField.m_bTitleLen = static_cast<BYTE>(std::strlen(szTitle));
-        if (const int nCode = AddText(szTitle, nOffset)) return nCode;
+        if (const int nCode = CopyToPlan(szTitle, stField.m_bTitleLen, nOffset)) return nCode;
         stField.m_nExpTitleOffset = nOffset;
     }
     CParseExpressionManager stExpression;
@@ -192,12 +192,17 @@ int CParseSql::NameField(const CParseExpressionManager& stExpression, EXECUTEFIE
             reinterpret_cast<MATHEXPELEMENTBSON*>(m_stBson.ConvertOffset2Addr(lpRoot->m_nExpOffset1));
         if (lpElement && lpRoot->m_bExpressionType1 == EXP_ELEMENT) stField.m_bObjectNo = lpElement->m_bObjectNo;
     }
-    char szCut[FIELD_NAME_LEN + 1] = "";
     const int nLen = CutLen(lpszName, static_cast<int>(std::strlen(lpszName)), FIELD_NAME_LEN);
-    std::memcpy(szCut, lpszName, static_cast<std::size_t>(nLen));
     UINT nOffset = 0;
     stField.m_bNameLen = static_cast<BYTE>(nLen);
-    if (const int nCode = AddText(szCut, nOffset)) return nCode;
+    if (const int nCode = CopyToPlan(lpszName, nLen, nOffset)) return nCode;
     stField.m_nExpNameOffset = nOffset;
+    return ERR_OK;
+}
+
+int CParseSql::CopyToPlan(const char* lpszText, int nLen, UINT& nOffset) {
+    LPBYTE lpBytes = nullptr;
+    if (const int nCode = m_stBson.AllocFromBsonBuffer(static_cast<UINT>(nLen) + 1, nOffset, lpBytes)) return nCode;
+    std::memcpy(lpBytes, lpszText, static_cast<std::size_t>(nLen));
     return ERR_OK;
 }
