@@ -206,12 +206,11 @@ int CParseExpressionManager::QueueOperator(const stu_MATHOPERATOR& stOperator) {
     return PushNode(stNode);
 }
 
-int CParseExpressionManager::PushOperator(BYTE bCode, BYTE bParamNum) {
+int CParseExpressionManager::PushOperator(BYTE bCode) {
     LPBYTE lpBytes = nullptr;
     if (const int nCode = m_pBson->AllocFromBufferPool(sizeof(stu_MATHOPERATOR), lpBytes, 0)) return nCode;
     auto* const lpOperator = new (lpBytes) stu_MATHOPERATOR;
     lpOperator->Set(bCode);
-    lpOperator->m_bParamNum = bParamNum;
     return PushEntry(m_skOperatorStack, static_cast<void*>(lpOperator));
 }
 

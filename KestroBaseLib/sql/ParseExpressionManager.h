@@ -150,7 +150,7 @@ protected:
     static BYTE ConvertOperatorString(int nKeyword);
     /** How an operator or function takes its operands, OPERATORFORM. */
     static BYTE CheckOperatorType(BYTE bCode);
-    /** "+" and "-" with one side, for one at `nPos` that stands first, behind "(" or behind an operator. */
+    /** Whether the operator at `nPos` has no left side: it stands first, behind "(" or behind an operator. */
     bool IsSign(int nPos, const st_PARSEPARAM& stParam) const;
     /** The join mark "(+)". */
     bool IsJoinOperator(int nPos) const;
@@ -162,7 +162,6 @@ protected:
     bool IsTruthWord(int nPos) const;
     /** The ")" of the "(" at `nOpen`, searched up to `nEnd`; -1 without one. */
     int FindFunctionEndPos(int nOpen, int nEnd) const;
-
     /** The first word of code `nKeyword` outside of all brackets from `nBegin` on; `nEnd` without one. */
     int FindWord(int nKeyword, int nBegin, int nEnd) const;
 
@@ -181,9 +180,9 @@ protected:
     }
     /** An operand of kind `bType`, MIXNODETYPE, into the postfix queue. */
     [[nodiscard]] int PushOperand(BYTE bType, UINT nOffset);
-    /** An operator or function onto the stack, without popping anything. */
-    [[nodiscard]] int PushOperator(BYTE bCode, BYTE bParamNum = 0);
-    /** An operator that stands in the queue already when its turn comes. */
+    /** An operator onto the stack, without popping anything. */
+    [[nodiscard]] int PushOperator(BYTE bCode);
+    /** An operator into the queue, behind its operands. */
     [[nodiscard]] int QueueOperator(const stu_MATHOPERATOR& stOperator);
     /** The top of the stack, null for an empty one. */
     stu_MATHOPERATOR* TopOperator() const { return static_cast<stu_MATHOPERATOR*>(m_skOperatorStack.top()); }
@@ -232,9 +231,8 @@ protected:
     BYTE CheckValidFunction(int nPos);
     /** Functions that may stand without "()". */
     static bool IsFunctionWithoutParam(BYTE bCode);
-    /** Whether a call may have the arguments between `nBegin` and `nEnd`; how many it has, and how many it takes. */
-    bool CheckFunctionParam(int nBegin, int nEnd, BYTE bShape, BYTE bCode, bool bOptional, int& nTaken,
-                            int& nActual) const;
+    /** Whether a call may have `nActual` arguments, and how many its function's node takes. */
+    static bool CheckFunctionParam(int nActual, BYTE bShape, BYTE bCode, bool bOptional, int& nTaken);
 
     CBaseBson* m_pBson = nullptr;
     stu_KestroWordArray* m_lpWordArray = nullptr;
@@ -276,8 +274,11 @@ private:
     int ParseSEQ(CALL& stCall);
     int ParseConvertOrCast(CALL& stCall);
     int ParseCaseWhen(CALL& stCall);
+    int FindCaseWord(int nPos, int nEnd) const;
+    int ParseBranch(CALL& stCall, int nWhen, int nThen, int nEnd);
     int ParseCheckChild(CALL& stCall);
-    int ParseFunctionParam(CALL& stCall, int nBegin, int nEnd);
+    int CountArguments(int nOpen, int nEnd, int& nActual) const;
+    int ParseFunctionParam(CALL& stCall, int nBegin, int nEnd, int nNum);
     int OpenCall(CALL& stCall, int& nTaken, int& nActual);
     int CloseCall(CALL& stCall, BYTE bCode, int nParamNum);
     int QueueFunction(BYTE bCode, int nParamNum);
