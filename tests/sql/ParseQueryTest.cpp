@@ -260,7 +260,7 @@ TEST(ParseQueryTest, HostileStatementsEnd) {
     const auto Nested = [](int nDepth) {
         return "select a from " + Repeat(nDepth, "(select a from ") + "t" + Repeat(nDepth, ")");
     };
-    constexpr int MANY = 100000;
+    constexpr int MANY = 30000;
     const std::pair<std::string, std::string> ROWS[] = {
         {"select a" + Repeat(65535, ",b") + ",c from t group by b order by z" + Repeat(253, ",x") + ",c",
          "1524 at 131588"},
