@@ -262,8 +262,7 @@ TEST(ParseQueryTest, HostileStatementsEnd) {
     };
     constexpr int MANY = 30000;
     const std::pair<std::string, std::string> ROWS[] = {
-        {"select a" + Repeat(65535, ",b") + ",c from t group by b order by z" + Repeat(253, ",x") + ",c",
-         "1524 at 131588"},
+        {"select a" + Repeat(65535, ",b") + ",c from t group by b order by z, c", "1524 at 131082"},
         {"select a from t group by z" + Repeat(255, ",c"), "1524 at 515"},
         {"select a from t" + Repeat(MANY, " union select a from t"), "1541 at 1274"},
         {Numbered(",t", 255), "1516 at 512"},
@@ -271,7 +270,7 @@ TEST(ParseQueryTest, HostileStatementsEnd) {
         {"select 1 from u join v" + Numbered(",t", 63).substr(15), "1516 at 2"},
         {Nested(31), "1541 at 123"},
         {Nested(MANY), "1541 at 123"},
-        {"select a from t where a in " + Repeat(MANY, "(select a from t where a in "), "505 at 800006"},
+        {"select a from t where a in " + Repeat(MANY, "(select a from t where a in "), "505 at 240006"},
         {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY - 1, ")") + " union select 1 from t)",
          "q1.1 1=1:4 from 1:T then q2.1 1=1:4 from 2:T"},
         {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY, " union select 1 from t)") + " union select 1 from t",
