@@ -32,6 +32,13 @@ int CParseExpressionManager::ParseTree(st_PARSEPARAM* lpParam) {
         return Fail(ERR_EXPECT_EXPRESSION, nBegin);
     const int nFirst = Keyword(nBegin);
     if (nFirst == WORD_STAR && nBegin + 1 == nEnd) return ParseAllFields();
+    // A literal alone, as nearly all values of rows are, needs neither stack nor queue.
+    if (nBegin + 1 == nEnd && IsLiteral(nFirst)) {
+        UINT nLiteral = 0;
+        if (const int nCode = ParseLiteral(stParam, nLiteral)) return nCode;
+        Push(nBegin);
+        return WrapOperand(EXP_ELEMENT, nLiteral);
+    }
     if (nFirst == WORD_PAREN_CLOSE || CheckValidOperator(nBegin, stParam.m_bCondition) == OPCLASS_BINARY)
         return Fail(ERR_EXPECT_EXPRESSION, nBegin);
 

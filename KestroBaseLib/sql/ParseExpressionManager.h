@@ -259,6 +259,10 @@ private:
     bool ReadName(int nPos, NAME& stName) const;
     int NewWordField(int nPos, UINT& nOffset);
     int ParseElement(st_PARSEPARAM& stParam, UINT& nOffset);
+    static bool IsLiteral(int nKeyword);
+    int ParseLiteral(st_PARSEPARAM& stParam, UINT& nOffset);
+    /** Makes an operand that isn't an expression the root, under a node of its own. */
+    int WrapOperand(BYTE bKind, UINT nOperand);
     int ParseQualified(st_PARSEPARAM& stParam, BYTE bObjectNo, const NAME& stName, UINT& nOffset);
     int ParseTriggerRow(st_PARSEPARAM& stParam, UINT& nOffset);
     int ParseNamed(st_PARSEPARAM& stParam, const NAME& stName, UINT& nOffset);

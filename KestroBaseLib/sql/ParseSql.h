@@ -194,6 +194,18 @@ protected:
     [[nodiscard]] int WriteSetting(BYTE bAction, ALTEREXECUTEPLANBSON* lpAlter, BYTE bDataType,
                                    const char* lpszParameter, int nValue);
 
+    // --- statements that change rows (ParseSqlInsert.cpp, ParseSqlUpdate.cpp, ParseSqlDelete.cpp, ParseSqlRows.cpp)
+
+    using PARSEWORDS = int (CParseSql::*)(stu_KestroWordArray*, int, int, EXECUTEPLANBSON*);
+    /** Compiles a text as the words it consists of, and closes the plan. */
+    [[nodiscard]] int ParseText(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan, PARSEWORDS pParse);
+    /** One expression over a range of words, and its class, EXPCLASS. */
+    [[nodiscard]] int ParseValue(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UINT& nOffset, BYTE& bClass);
+
+    [[nodiscard]] int ParseCommonInsert(stu_KestroWordArray* lpWords, int nBegin, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] int ParseCommonUpdate(stu_KestroWordArray* lpWords, int nBegin, UPDATEEXECUTEPLANBSON& stUpdate);
+    [[nodiscard]] int ParseCommonDelete(stu_KestroWordArray* lpWords, int nBegin, DELETEEXECUTEPLANBSON& stDelete);
+
     // --- parts of a query, each in its own file ----------------------------------------------------------------------
 
     /**
@@ -207,20 +219,6 @@ protected:
      * well for a condition that is nested too deep.
      */
     BOOL CheckConnectCondition(BASECONDITIONBSON* lpNode, int& bFound);
-
-    // --- statements that change rows (ParseSqlInsert.cpp, ParseSqlUpdate.cpp, ParseSqlDelete.cpp, ParseSqlRows.cpp)
-
-    using PARSEWORDS = int (CParseSql::*)(stu_KestroWordArray*, int, int, EXECUTEPLANBSON*);
-    /** Compiles a text as the words it consists of, and closes the plan. */
-    [[nodiscard]] int ParseText(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan, PARSEWORDS pParse);
-    /** Copies a terminated text into the plan, with its terminator. */
-    [[nodiscard]] int AddText(const char* lpszText, UINT& nOffset);
-    /** One expression over a range of words, and its class, EXPCLASS. */
-    [[nodiscard]] int ParseValue(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UINT& nOffset, BYTE& bClass);
-
-    [[nodiscard]] int ParseCommonInsert(stu_KestroWordArray* lpWords, int nBegin, EXECUTEPLANBSON* lpPlan);
-    [[nodiscard]] int ParseCommonUpdate(stu_KestroWordArray* lpWords, int nBegin, UPDATEEXECUTEPLANBSON& stUpdate);
-    [[nodiscard]] int ParseCommonDelete(stu_KestroWordArray* lpWords, int nBegin, DELETEEXECUTEPLANBSON& stDelete);
 
 private:
     struct STATEMENT;
@@ -258,10 +256,8 @@ private:
     int ParseInsertValue(stu_KestroWordArray* lpWords, int& nWord, int nValueNum, RSFIELDBSON* lpField);
     int ParseUpdateField(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UPDATEEXECUTEPLANBSON& stUpdate);
     int ParseUpdateName(stu_KestroWordArray* lpWords, int& nWord, EXECUTEFIELDBSON& stField);
-    int ParseRowObjects(stu_KestroWordArray* lpWords, int nBegin, int nEnd, ROWSELECTION& stRows);
-    int ParseRowCondition(stu_KestroWordArray* lpWords, int nWhere, ROWSELECTION& stRows);
-    int JoinRows(UINT nWhere, ROWSELECTION& stRows);
-    int JoinConditions(UINT nWhere, const ROWSELECTION& stRows, COMMONCONDITION& stCondition);
+    int ParseRowObjects(int nBegin, int nEnd, ROWSELECTION& stRows);
+    int ParseRowCondition(int nWhere, ROWSELECTION& stRows);
     int AllocBound(UINT nElementOffset, UINT nLen, UINT& nOffset);
 
     // Queries: ParseSqlQuery.h has their records.
@@ -277,11 +273,12 @@ private:
     int ParseFields(QUERYBLOCK& stBlock);
     int ParseConnect(QUERYBLOCK& stBlock);
     int ParseWhere(QUERYBLOCK& stBlock);
-    int ParseJoins(QUERYBLOCK& stBlock);
+    int JoinConditions(QUERYBLOCK& stBlock);
     int ParseHaving(QUERYBLOCK& stBlock);
     int ParseOrderBy(QUERYBLOCK& stBlock);
     int ParsePage(QUERYBLOCK& stBlock);
     int ParsePaging(QUERYBLOCK& stBlock);
+    bool HasDistinctBits(UINT nObjectOffset);
     int ParseField(stu_KestroWordArray* lpWords, const LISTITEM& stItem, st_PARSEPARAM& stParam,
                    EXECUTEFIELDBSON& stField);
     int ParseFieldExpression(stu_KestroWordArray* lpWords, const LISTITEM& stItem, const st_PARSEPARAM& stParam,
@@ -298,6 +295,8 @@ private:
     /** The condition of a range: its root, 0 for none, and the sides of comparisons that aren't constant. */
     int ParseConditionRange(stu_KestroWordArray* lpWords, const st_PARSEPARAM& stParam, int nBegin, int nEnd,
                             UINT& nCondition, int& nVarNum);
+    /** A terminated copy of a text in the plan. */
+    int CopyToPlan(const char* lpszText, int nLen, UINT& nOffset);
     /**
      * An object of a FROM list, which is one of its own under each alias. Once more the same without an alias, which no
      * name could tell apart, is ERR_SYNTAX_SELECT; else as `SetObjectTitle`.

@@ -91,10 +91,10 @@ int CParseSql::ParseInsertTarget(stu_KestroWordArray* lpWords, int& nWord, INSER
     lpObject->m_bObjectType = OBJECT_TABLE;
     lpObject->m_bObjectNo = bNo;
     lpObject->m_bObjectNameLen = static_cast<BYTE>(std::strlen(szName) + 1);
-    if (const int nCode = AddText(szName, nText)) return nCode;
+    if (const int nCode = CopyToPlan(szName, lpObject->m_bObjectNameLen - 1, nText)) return nCode;
     lpObject->m_nObjectNameOffset = nText;
     if (!bDatabase) return ERR_OK;
-    const int nCode = AddText(szDatabase, nText);
+    const int nCode = CopyToPlan(szDatabase, static_cast<int>(std::strlen(szDatabase)), nText);
     lpObject->m_nDataBaseNameOffset = nText;
     return nCode;
 }
@@ -113,7 +113,7 @@ int CParseSql::ParseInsertField(stu_KestroWordArray* lpWords, int& nWord, INSERT
         UINT nOffset = 0;
         if (const int nCode = stChain.Append(lpField, nOffset)) return nCode;
         lpField->m_bNameLen = static_cast<BYTE>(std::strlen(szName));
-        if (const int nCode = AddText(szName, nOffset)) return nCode;
+        if (const int nCode = CopyToPlan(szName, lpField->m_bNameLen, nOffset)) return nCode;
         lpField->m_nExpNameOffset = nOffset;
         ++nWord;
     } while (stReader.Keyword(nWord) == WORD_COMMA);
