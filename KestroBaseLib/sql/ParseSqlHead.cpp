@@ -55,6 +55,7 @@ int CountEnclosingPairs(std::string_view szText) {
         if (c != ')' && (nClose == 0 || (!IsWhite(c) && c != ';'))) break;
         nClose += c == ')';
     }
+    if (nOpen == 0 || nClose == 0) return 0;
     int nDepth = nOpen, nLeast = nOpen;
     char cQuote = 0;
     for (const char c : szText.substr(nBegin, nEnd - nBegin)) {
