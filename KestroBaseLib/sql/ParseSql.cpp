@@ -169,11 +169,9 @@ int CParseSql::ParseStatement(const STATEMENT& stStatement, EXECUTEPLANBSON* lpP
 int CParseSql::HideHintMark(const STATEMENT& stStatement, const char*& lpszText) {
     const SQLHEAD& stHead = stStatement.m_stHead;
     lpszText = reinterpret_cast<const char*>(m_stBson.GetBuffer()) + PLAN_TEXT_OFFSET;
-    const int nMark = stHead.m_nHintEnd - 2;
+    const int nMark = stHead.HintMark();
+    if (nMark < 0) return ERR_OK;
     const std::string_view szText(lpszText, stHead.m_szText.size());
-    if (nMark < std::max(stHead.m_nPos, stHead.m_nHintBegin) ||
-        szText.substr(static_cast<std::size_t>(nMark), 2) != "*/")
-        return ERR_OK;
     LPBYTE lpCopy = nullptr;
     if (const int nCode = m_stBson.AllocFromBufferPool(static_cast<UINT>(szText.size()) + 1, lpCopy, 0)) return nCode;
     std::memcpy(lpCopy, szText.data(), szText.size() + 1);

@@ -81,18 +81,25 @@ public:
         while (m_nPos < m_szText.size()) {
             if (SkipComment()) continue;
             const char c = m_szText[m_nPos++];
+            if (m_stHead.m_nWordLen == 0) m_stHead.m_nWordPos = static_cast<int>(m_nPos - 1);
             if (IsLetter(c)) {
                 if (m_stHead.m_nWordLen + 1 == SQLHEAD::WORD_SIZE) return ERR_INVALID_COMMAND;
                 m_stHead.m_szWord[m_stHead.m_nWordLen++] = c;
                 continue;
             }
             // The character that ends the word goes with it, even a "*".
-            if (m_stHead.m_nWordLen != 0) return IsWhite(c) || c == ':' || c == '*' ? End() : ERR_INVALID_CHARACTER;
+            if (m_stHead.m_nWordLen != 0) {
+                if (IsWhite(c) || c == ':' || c == '*') return End();
+                m_stHead.m_nWordPos = static_cast<int>(m_nPos - 1);
+                return ERR_INVALID_CHARACTER;
+            }
             if (IsWhite(c)) continue;
             if (c != '(') return ERR_START_CHARACTER;
             ++m_stHead.m_nParens;
         }
-        return m_stHead.m_nWordLen != 0 ? End() : ERR_START_CHARACTER;
+        if (m_stHead.m_nWordLen != 0) return End();
+        m_stHead.m_nWordPos = static_cast<int>(m_nPos);
+        return ERR_START_CHARACTER;
     }
 
 private:
@@ -143,6 +150,13 @@ private:
 };
 
 } // namespace
+
+int SQLHEAD::HintMark() const {
+    const int nMark = m_nHintEnd - 2;
+    const bool bMark =
+        nMark >= std::max(m_nPos, m_nHintBegin) && m_szText.substr(static_cast<std::size_t>(nMark), 2) == "*/";
+    return bMark ? nMark : -1;
+}
 
 int ReadSqlHead(std::string_view szSql, bool bHashComment, SQLHEAD& stHead) {
     stHead = SQLHEAD();
