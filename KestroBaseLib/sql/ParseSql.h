@@ -253,7 +253,8 @@ private:
     int CountInsertRows(stu_KestroWordArray* lpWords, int nBegin, INSERTROWS& stRows);
     int ParseInsertRows(stu_KestroWordArray* lpWords, int nBegin, INSERTEXECUTEPLANBSON& stInsert,
                         EXECUTEPLANBSON* lpPlan);
-    int ParseInsertValue(stu_KestroWordArray* lpWords, int& nWord, int nValueNum, RSFIELDBSON* lpField);
+    int ParseInsertValue(stu_KestroWordArray* lpWords, int& nWord, int nValueNum, CParseExpressionManager& stLiterals,
+                         RSFIELDBSON* lpField);
     int ParseUpdateField(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UPDATEEXECUTEPLANBSON& stUpdate);
     int ParseUpdateName(stu_KestroWordArray* lpWords, int& nWord, EXECUTEFIELDBSON& stField);
     int ParseRowObjects(int nBegin, int nEnd, ROWSELECTION& stRows);

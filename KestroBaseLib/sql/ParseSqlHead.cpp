@@ -72,6 +72,7 @@ int CountEnclosingPairs(std::string_view szText) {
         if (c != ')' && (nClose == 0 || (!IsWhite(c) && c != ';'))) break;
         nClose += c == ')';
     }
+    if (nOpen == 0 || nClose == 0) return 0;
     int nDepth = nOpen, nLeast = nOpen;
     szText = szText.substr(0, nEnd);
     for (std::size_t i = nBegin; i < nEnd; ++i) {
