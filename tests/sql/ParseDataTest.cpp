@@ -113,10 +113,10 @@ void ExpectPlans(std::initializer_list<std::pair<std::string, const char*>> arRo
         EXPECT_EQ(Compiled(strSql), lpszPlan) << strSql.substr(0, 100);
 }
 
-std::string Repeated(const char* lpszText, int nTimes) {
-    std::string strText;
+/** A text and behind it another one many times. */
+std::string Long(std::string strText, const char* lpszRepeated, int nTimes) {
     while (nTimes-- > 0)
-        strText += lpszText;
+        strText += lpszRepeated;
     return strText;
 }
 
@@ -141,12 +141,78 @@ TEST(ParseData, CompilesInsert) {
         {"insert into t values (1", "506 at 5"},
         {"insert into t values (1) x", "506 at 6"},
         {"insert into t values (1),", "506 at 7"},
-        {"insert into t values (1" + Repeated(",1", 255) + ")", "506 at 3"},
+        {Long("insert into t values (1", ",1", 255) + ")", "506 at 3"},
+    });
+}
+
+TEST(ParseData, CompilesInsertOfAQuery) {
+    ExpectPlans({
+        {"insert into t select * from u", "T#1 query0"},
+        {"insert into t (a) (select b from u) ", "T#1 (A) query0"},
+        {"insert into t any (select b from u)", "T#1 query3"},
+        {"insert into t all ((select b from u union all select c from v))", "T#1 query2"},
+        {"insert into t ((select b from u))", "T#1 query0"},
+        {"insert into t any select b from u", "506 at 3"},
+        {"insert into t any (b)", "506 at 3"},
+        {"insert into t select * from u for update", "567 at 2"},
+        {"insert into t select", "505 at 3"},
+        {"insert into t (select b from u", "505 at 7"},
+        {"insert into t (select b from u) values (1)", "505 at 12"},
+    });
+}
+
+TEST(ParseData, CompilesUpdate) {
+    ExpectPlans({
+        {"update t set a = 1", "T#1 (A = 1:4)"},
+        {"update d.t x set a=a+1, x.b='x', d.x.c = ?, \"d\" = (select max(a) from u) where x.b=2 and c is null",
+         "d.T#1 where (and (= 1.B:1 2:4) (is C:1 NULL:4)) (A = (+ A 1):5, B#1 = 'x':4, C#1 = ?:4, d = [q]:7)"},
+        {"update t set a = 1 where 1=1", "T#1 (A = 1:4)"},
+        {"update t set a = 1 where 1=2", "T#1 where false (A = 1:4)"},
+        {"update a join b on a.x = b.x set a.y = b.y where a.z > 1",
+         "A#1,B#2 tree where (and {(> 1.Z:1 1:4)} {(= 1.X:1 2.X:1)}) (Y#1 = 2.Y:1)"},
+        {"update a left join b on a.x = b.x set y = 0", "A#1,B#2 tree join2 where (= 1.X:1 2.X:1) (Y = 0:4)"},
+        {"update a, b set a.y = b.y where a.x = b.x(+)",
+         "A#1,B#2 tree join1 where (and {(=r 1.X:1 2.X:1)} {-}) (Y#1 = 2.Y:1)"},
+        {"update a, b set a.y = b.y where a.x = b.x(+) and b.z = 1",
+         "A#1,B#2 tree join1 where (and {(=r 1.X:1 2.X:1)} (and - (= 2.Z:1 1:4))) (Y#1 = 2.Y:1)"},
+        {"update node t set a = 1", "99 at 0"},
+        {"update node set a = 1", "553 at 1"},
+        {"update t set a", "507 at 3"},
+        {"update t set a =", "507 at 3"},
+        {"update t set a = where b = 1", "507 at 3"},
+        {"update t set a = 1,", "507 at 6"},
+        {"update t set", "507 at 2"},
+        {"update set a = 1", "507 at 0"},
+        {"update t", "507 at 1"},
+        {"update", "507 at 0"},
+        {"update t set 1 = 1", "510 at 2"},
+        {"update t set u.a = 1", "510 at 2"},
+        {"update t set a.b.c.d = 1", "507 at 8"},
+        {"update t set t.$.a = 1", "99 at 4"},
+        {"update t set a = json_set(a, '$.b', 1)", "99 at 4"},
+        {"update t set a = 1 where", "558 at 6"},
+        {"update t set a = 1 b", "515 at 5"},
+    });
+}
+
+TEST(ParseData, CompilesDelete) {
+    ExpectPlans({
+        {"delete from t", "T#1"},
+        {"delete from d.t where a = 1 or not b > 'x'", "d.T#1 where (or (= A:1 1:4) !(> B:1 'x':4))"},
+        {"delete from t where 1 = 2", "T#1 where false"},
+        {"delete from t where a in (select b from u where c = t.d)", "T#1 where (in A:1 [q])"},
+        {"delete", "508 at 0"},
+        {"delete t", "508 at 0"},
+        {"delete from", "508 at 1"},
+        {"delete from where a = 1", "508 at 1"},
+        {"delete relation from t", "99 at 0"},
+        {"delete from t where", "558 at 3"},
+        {"delete from t order by a", "553 at 2"},
     });
 }
 
 TEST(ParseData, CompilesALongInsertAsInALargeBuffer) {
-    const std::string strSql = "insert into t values (1,'abc',?)" + Repeated(",(1,'abc',?)", 99'999);
+    const std::string strSql = Long("insert into t values (1,'abc',?)", ",(1,'abc',?)", 99'999);
     const int nLen = static_cast<int>(strSql.size());
     CParseSql stGrowing, stLarge;
     EXECUTEPLANBSON *lpPlan = nullptr, *lpLarge = nullptr;
@@ -162,7 +228,7 @@ TEST(ParseData, CompilesALongInsertAsInALargeBuffer) {
 }
 
 TEST(ParseData, SurvivesFailingAllocations) {
-    const std::string strSql = "insert into t values (1,'abc')" + Repeated(",(1,'abc')", 20'000);
+    const std::string strSql = Long("insert into t values (1,'abc')", ",(1,'abc')", 20'000);
     bool bFailed = true;
     for (int nNth = 1; bFailed; ++nNth) {
         CChunkFault stFault(nNth);
