@@ -152,7 +152,6 @@ int CParseConditionManager::ParseOperand(WALK& stWalk) {
 int CParseConditionManager::ParseConditionOperator(WALK& stWalk, BYTE bClass) {
     const st_PARSEPARAM& stParam = stWalk.m_stParam;
     const int nPos = stWalk.m_nPos;
-    const bool bSign = IsSign(nPos, stParam);
     OPERATORWORDS stWords;
     if (const int nCode = ReadOperator(stWalk, stWords)) return nCode;
     if (stWalk.m_bPriorWaits) return Fail(ERR_SELECT_CONDITION, nPos);
@@ -167,7 +166,7 @@ int CParseConditionManager::ParseConditionOperator(WALK& stWalk, BYTE bClass) {
     // What stands in front of its operand takes none from the left: nothing there is complete yet.
     if (m_bBetween && stWords.m_bCode == OP_AND)
         nCode = PopToBetween(stWalk.m_bOuterMark);
-    else if (bClass != OPCLASS_PREFIX && !bSign)
+    else if (bClass != OPCLASS_PREFIX && stOperator.m_bPriority != PRIORITY_UNARY)
         nCode = OperatorsPop(stOperator.m_bPriority, stWalk.m_bOuterMark);
     if (nCode == ERR_OK) nCode = OperatorPush(stOperator, stWalk.m_bOuterMark);
     if (nCode != ERR_OK) return Fail(nCode, nPos);
@@ -177,7 +176,6 @@ int CParseConditionManager::ParseConditionOperator(WALK& stWalk, BYTE bClass) {
 
 int CParseConditionManager::ReadOperator(WALK& stWalk, OPERATORWORDS& stOperator) {
     const int nPos = stWalk.m_nPos, nNext = stWalk.IsInside(nPos + 1) ? Keyword(nPos + 1) : WORD_NONE;
-    const bool bSign = IsSign(nPos, stWalk.m_stParam);
     BYTE bCode = ConvertOperatorString(Keyword(nPos));
     const auto SetTwoWords = [&](BYTE bTwoWords) {
         bCode = bTwoWords;
@@ -188,10 +186,10 @@ int CParseConditionManager::ReadOperator(WALK& stWalk, OPERATORWORDS& stOperator
         case OP_NONE:
             return Fail(ERR_EXPECT_OPERATOR, nPos);
         case OP_ADD:
-            if (bSign) bCode = OP_PLUS;
+            if (IsSign(nPos, stWalk.m_stParam)) bCode = OP_PLUS;
             break;
         case OP_SUB:
-            if (bSign) bCode = OP_MINUS;
+            if (IsSign(nPos, stWalk.m_stParam)) bCode = OP_MINUS;
             break;
         case OP_NOT:
             if (nNext == KW_IN) SetTwoWords(OP_NOT_IN);

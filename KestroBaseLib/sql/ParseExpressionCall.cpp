@@ -117,6 +117,7 @@ int CParseExpressionManager::ParseArgumentTree(CALL& stCall, int nBegin, int nEn
     st_PARSEPARAM stParam = stCall.m_stParam;
     stParam.m_nBeginPos = nBegin;
     stParam.m_nEndPos = nEnd;
+    // Comparison and logic have no place in an argument, in conditions neither.
     stParam.m_bCondition = 0;
     if (const int nCode = stArgument.ParseTree(&stParam)) return Fail(nCode, stArgument.m_nErrorPos);
     if (stParam.m_bAggreFun) stCall.m_stParam.m_bAggreFun = 1;
@@ -178,7 +179,7 @@ int CParseExpressionManager::ParseAggreFunctionParam(CALL& stCall) {
     CParseExpressionManager stArgument;
     if (const int nCode = ParseArgumentTree(stCall, nBegin, nEnd, stArgument)) return nCode;
     nOffset = stArgument.m_nExpressionOffset;
-    // A value that comes with the statement's run isn't there yet.
+    // A value that comes with the statement's run isn't there yet. What can't be computed here the server computes.
     if (CBaseExpression::GetExpressionType(m_pBson, nOffset) != EXPCLASS_CONSTANT ||
         CBaseExpression::HoldsParameter(m_pBson, nOffset))
         return PushArgument(nOffset);

@@ -66,7 +66,9 @@ char* ElementData(MATHEXPELEMENTBSON* lpElement) {
 
 /** A name as it's looked up: terminated, without quotes. */
 struct CParseExpressionManager::NAME {
-    char m_szText[72] = "";
+    // Bytes behind the terminator don't matter.
+    NAME() { m_szText[0] = 0; }
+    char m_szText[KESTRO_NAME_SIZE];
     int m_nLen = 0;
 };
 
@@ -179,7 +181,7 @@ int CParseExpressionManager::ParseQualified(st_PARSEPARAM& stParam, BYTE bObject
     const int nKeyword = Keyword(nPos);
     if (nKeyword == WORD_DOLLAR) return Fail(ERR_NOT_DEVELOPED, nPos);
     if (nKeyword == WORD_STAR) {
-        if (m_nGroupByOffset != 0) return Fail(ERR_SYNTAX_SELECT, nPos);
+        if (m_nGroupByOffset != 0 || stParam.m_nGroupByOffset != 0) return Fail(ERR_SYNTAX_SELECT, nPos);
         if (const int nCode = NewField(NAME(), SOURCE_FIELD, bObjectNo, 1, nOffset)) return nCode;
         auto* const lpElement = reinterpret_cast<MATHEXPELEMENTBSON*>(m_pBson->ConvertOffset2Addr(nOffset));
         lpElement->m_bAllField = 1;

@@ -141,6 +141,25 @@ TEST(ParseConditionTest, Faults) {
         EXPECT_EQ(Where(lpszCondition), lpszFault) << lpszCondition;
 }
 
+TEST(ParseConditionTest, SubQueries) {
+    static constexpr ROW ROWS[] = {
+        {"exists (select 1 from s) and not exists (select 2 from s)", "(and (exists [q]:7) (notexists [q]:7))"},
+        {"a = any (select b from s) or (select c from s) > all (select d from s)",
+         "(or (= A:1 [q]:7) (> [q]:7 [q]:7))"},
+        {"a in (select b from s where c = 1) and t.b = 1", "(and (in A:1 [q]) (= 1.B:1 1:4))"},
+        {"1 = (select 1 from s)", "(= 1:4 [q]:7)"},
+        {"not (exists (select 1 from s where a in (select 2 from s)))", "!(exists [q]:7)"},
+        {"a in (select b from s for update)", "567@3"},
+        {"a = (select b from s for update)", "567@3"},
+        {"a = any (select b from s", "505@4"},
+        {"select b from s", "505@0"},
+        {"a exists (select b from s)", "558@1"},
+        {"a in (select b from s where sum(c) = 1)", "515@8"},
+    };
+    for (const auto& [lpszCondition, lpszTree] : ROWS)
+        EXPECT_EQ(Where(lpszCondition), lpszTree) << lpszCondition;
+}
+
 TEST(ParseConditionTest, HavingAndPrior) {
     EXPECT_EQ(COMPILED("sum(a) + 1 > 1", "HAVING").Text(), "(> (+ (f84 A) 1):10 1:4)");
     EXPECT_EQ(COMPILED("max(a) in (sum(b))", "HAVING").Text(), "(in (f83 A):3 [(f84 B)])");

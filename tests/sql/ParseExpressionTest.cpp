@@ -59,7 +59,7 @@ struct ROW {
     const char* m_lpszExpected;
 };
 
-constexpr UINT LARGE = 64 << 20;
+constexpr UINT LARGE = 16 << 20;
 
 std::string Parsed(const std::string& strExpression) {
     return CExpressionParse(strExpression).Text();
@@ -103,6 +103,8 @@ TEST(ParseExpression, TreesOfOperatorsAndOperands) {
         {"interval + 1", "(+ INTERVAL 1)"},
         {"sysdate + 1", "(+ (name-or-call (f50) sysdate) 1)"},
         {"-sysdate", "(neg (name-or-call (f50) sysdate))"},
+        {"a + (select b from w)", "(+ A [q])"},
+        {"abs((select max(b) from w)) - any(select b from w)", "(- (f61 {[q]}) [q])"},
         {"now() - pi", "(- (f50) (name-or-call (f155) pi))"},
     };
     for (const ROW& stRow : ROWS)
@@ -164,7 +166,8 @@ TEST(ParseExpression, ErrorsTellTheirWord) {
         {"any a", "505 at 1"},
         {"any(a)", "558 at 2"},
         {"(select 1", "505 at 1"},
-        {"(select 1)", "502 at 0"},
+        {"(select 1)", "505 at 3"},
+        {"1 + (select b from w for update)", "567 at 3"},
         {"concat(a)", "515 at 1"},
         {"abs", "517 at 1"},
         {"abs(a", "517 at 1"},
@@ -206,6 +209,14 @@ TEST(ParseExpression, ConditionsHaveMoreOperators) {
     for (const ROW& stRow : ROWS)
         EXPECT_EQ(CExpressionParse(stRow.m_lpszExpression, 65536, 1).Text(), stRow.m_lpszExpected)
             << stRow.m_lpszExpression;
+}
+
+// Behind GROUP BY there are no fields of an object as a whole.
+TEST(ParseExpression, GroupsHaveNoAllFields) {
+    CExpressionParse stParse("t.*");
+    stParse.m_stManager.SetGroupByOffset(100);
+    EXPECT_EQ(stParse.m_stManager.ParseMathExpression(&stParse.m_stParam), ERR_SYNTAX_SELECT);
+    EXPECT_EQ(stParse.m_stManager.GetSqlErrorPos(), 2);
 }
 
 TEST(ParseExpression, TellsTextAggregateAndSequence) {
@@ -323,7 +334,7 @@ TEST(ParseExpression, AnyWordsEndWell) {
         "->",  ">",     "interval", "day",     "db", "null", "select", "any",  "like", "escape",  "round",   "\""};
     std::mt19937 stRandom(20240229);
     int nWell = 0;
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 5000; ++i) {
         std::string strText;
         for (unsigned n = stRandom() % 12 + 1; n > 0; --n)
             strText.append(WORDS[stRandom() % std::size(WORDS)]).append(stRandom() % 8 ? " " : "");
@@ -332,7 +343,7 @@ TEST(ParseExpression, AnyWordsEndWell) {
         EXPECT_LE(stParse.m_stManager.GetSqlErrorPos(), stParse.m_stWords.m_nNum) << strText;
         nWell += stParse.m_nCode == ERR_OK;
     }
-    EXPECT_GT(nWell, 500);
+    EXPECT_GT(nWell, 100);
 }
 
 TEST(ParseExpression, RoomAndMemoryThatEnd) {

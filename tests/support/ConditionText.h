@@ -29,10 +29,9 @@ private:
         const auto* const lp = m_stPlan.Record<BASECONDITIONBSON>(nOffset);
         if (!lp) return "BAD";
         if (lp->m_bLogicOperator == LOGIC_NONE && lp->m_bConditionType2 == CONDITION_NONE)
-            return std::string("{") + Operand(lp->m_bConditionType1, lp->m_nConditionOffset1) + "}";
+            return "{" + Operand(lp->m_bConditionType1, lp->m_nConditionOffset1) + "}";
         if (lp->m_bLogicOperator != LOGIC_AND && lp->m_bLogicOperator != LOGIC_OR) return "BAD";
-        return std::string(lp->m_bLogicNot ? "!(" : "(") +
-               std::string(lp->m_bLogicOperator == LOGIC_AND ? "and " : "or ") +
+        return (lp->m_bLogicNot ? "!(" : "(") + std::string(lp->m_bLogicOperator == LOGIC_AND ? "and " : "or ") +
                Operand(lp->m_bConditionType1, lp->m_nConditionOffset1) + " " +
                Operand(lp->m_bConditionType2, lp->m_nConditionOffset2) + ")";
     }
@@ -50,7 +49,7 @@ private:
             stFalse.m_bOperator = COMPARE_FALSE;
             return std::memcmp(lp, &stFalse, sizeof stFalse) == 0 ? "false" : "BAD";
         }
-        std::string strText = std::string(lp->m_bLogicNot ? "!(" : "(") + Operator(*lp);
+        std::string strText = (lp->m_bLogicNot ? "!(" : "(") + Operator(*lp);
         strText += Side(lp->m_bExpressionType1, lp->m_nMathExpOffset1);
         strText += Side(lp->m_bExpressionType2, lp->m_nMathExpOffset2);
         return strText + Side(lp->m_bExpressionType3, lp->m_nMathExpOffset3) + ")";
@@ -58,8 +57,8 @@ private:
 
     std::string Side(BYTE bClass, UINT nOffset) const {
         if (nOffset == 0) return bClass == EXPCLASS_NONE ? "" : "BAD";
-        if (bClass == EXPCLASS_IN) return std::string(" ") + In(nOffset);
-        return std::string(" ") + CExpressionText(m_stPlan).Root(nOffset) + ":" + std::to_string(bClass);
+        if (bClass == EXPCLASS_IN) return " " + In(nOffset);
+        return " " + CExpressionText(m_stPlan).Root(nOffset) + ":" + std::to_string(bClass);
     }
 
     std::string In(UINT nOffset) const {
@@ -74,7 +73,7 @@ private:
             const BYTE* const lpEntry = m_stPlan.Bytes(nTail + i * 4, 4);
             if (!lpEntry) return "BAD";
             std::memcpy(&nEntry, lpEntry, sizeof nEntry);
-            strText += std::string(i ? " " : "") + CExpressionText(m_stPlan).Root(nEntry);
+            strText += (i ? " " : "") + CExpressionText(m_stPlan).Root(nEntry);
         }
         return strText + (lp->m_bType == IN_CONSTANTS ? "}" : "]");
     }
@@ -86,27 +85,14 @@ private:
         const bool bLeft = IsMarked(st.m_nMathExpOffset1), bRight = bTwoSides && IsMarked(st.m_nMathExpOffset2);
         const BYTE bJoin = !bTwoSides ? 0 : bLeft ? OUTER_LEFT : bRight ? OUTER_RIGHT : OUTER_NONE;
         if (st.m_bJoinType != bJoin) return "BAD";
-        static constexpr std::pair<BYTE, const char*> WORDS[] = {{COMPARE_BARE, "bare"},
-                                                                 {OP_LIKE, "like"},
-                                                                 {OP_IN, "in"},
-                                                                 {OP_NOT_IN, "notin"},
-                                                                 {OP_EXISTS, "exists"},
-                                                                 {OP_NOT_EXISTS, "notexists"},
-                                                                 {OP_NOT_LIKE, "notlike"},
-                                                                 {OP_EQUAL, "="},
-                                                                 {OP_NOT_EQUAL, "!="},
-                                                                 {OP_GREATER, ">"},
-                                                                 {OP_GREATER_EQUAL, ">="},
-                                                                 {OP_LESS, "<"},
-                                                                 {OP_LESS_EQUAL, "<="},
-                                                                 {OP_BETWEEN, "between"},
-                                                                 {COMPARE_PRIOR_EQUAL, "prior"},
-                                                                 {OP_IS, "is"},
-                                                                 {OP_IS_NOT, "isnot"}};
-        for (const auto& [bCode, lpszWord] : WORDS)
-            if (bCode == st.m_bOperator)
-                return std::string(lpszWord) + std::string(bJoin == OUTER_LEFT ? "l" : bJoin == OUTER_RIGHT ? "r" : "");
-        return std::string("op") + std::to_string(st.m_bOperator);
+        // By their codes.
+        static constexpr const char* WORDS[] = {
+            "bare", "",   "", "",        "",        "", "", "like",  "in", "notin", "exists", "notexists",
+            "",     "",   "", "",        "notlike", "", "", "",      "=",  "!=",    ">",      ">=",
+            "<",    "<=", "", "between", "",        "", "", "prior", "",   "",      "is",     "isnot"};
+        const std::string strWord = st.m_bOperator < std::size(WORDS) ? WORDS[st.m_bOperator] : "";
+        if (strWord.empty()) return "op" + std::to_string(st.m_bOperator);
+        return strWord + (bJoin == OUTER_LEFT ? "l" : bJoin == OUTER_RIGHT ? "r" : "");
     }
 
     bool IsMarked(UINT nOffset) const {
