@@ -208,38 +208,48 @@ TEST(ParseConditionTest, ConstantConditionsAreDecidedHere) {
         EXPECT_EQ(Where(lpszCondition), lpszTree) << lpszCondition;
 }
 
-/** Conditions over small numbers, with their truth. */
+/** Conditions over small numbers, with their truth, and brackets where they are needed, or not. */
 class CRandomCondition {
 public:
     explicit CRandomCondition(unsigned nSeed) : m_stRandom(nSeed) {}
 
-    std::pair<std::string, bool> Condition(int nDepth) {
-        const int nForm = nDepth == 0 ? Below(2) : Below(6);
-        if (nForm <= 1) return Comparison(nForm == 1);
-        const auto [strLeft, bLeft] = Condition(nDepth - 1);
-        if (nForm == 2) return {"NOT (" + strLeft + ")", !bLeft};
-        const auto [strRight, bRight] = Condition(nDepth - 1);
-        if (nForm == 3) return {"(" + strLeft + ") or (" + strRight + ")", bLeft || bRight};
-        return {"(" + strLeft + ") AND (" + strRight + ")", bLeft && bRight};
+    enum LEVEL {
+        LEVEL_OR,
+        LEVEL_AND,
+        LEVEL_NOT
+    };
+
+    std::pair<std::string, bool> Condition(int nDepth, int nLevel = LEVEL_OR) {
+        const int nForm = nDepth == 0 ? 3 : Below(4);
+        if (nForm == 3) return Comparison();
+        const bool bBrackets = nForm < nLevel || Below(4) == 0;
+        const auto [strFirst, bFirst] = Condition(nDepth - 1, nForm);
+        std::string strText = "NOT " + strFirst;
+        bool bTrue = !bFirst;
+        if (nForm != LEVEL_NOT) {
+            const auto [strSecond, bSecond] = Condition(nDepth - 1, nForm);
+            strText = strFirst + (nForm == LEVEL_OR ? " or " : " AND ") + strSecond;
+            bTrue = nForm == LEVEL_OR ? bFirst || bSecond : bFirst && bSecond;
+        }
+        return {bBrackets ? "(" + strText + ")" : strText, bTrue};
     }
 
 private:
-    std::pair<std::string, bool> Comparison(bool bBetween) {
+    std::pair<std::string, bool> Comparison() {
+        static constexpr const char* OPERATORS[] = {"=", "<>", "<", ">=", ">", "<=", " between "};
+        const int nOperator = Below(7);
         const auto [strFirst, nFirst] = Number();
         const auto [strSecond, nSecond] = Number();
-        if (bBetween) {
-            const auto [strThird, nThird] = Number();
-            return {strFirst + " between " + strSecond + " and " + strThird, nSecond <= nFirst && nFirst <= nThird};
-        }
-        static constexpr const char* OPERATORS[] = {"=", "<>", "<", ">=", ">", "<="};
-        const int nOperator = Below(6);
+        const auto [strThird, nThird] = Number();
         const int nOrder = (nFirst > nSecond) - (nFirst < nSecond);
-        const bool arHolds[] = {nOrder == 0, nOrder != 0, nOrder<0, nOrder >= 0, nOrder> 0, nOrder <= 0};
-        return {strFirst + OPERATORS[nOperator] + strSecond, arHolds[nOperator]};
+        const bool arHolds[] = {nOrder == 0, nOrder != 0, nOrder<0, nOrder >= 0, nOrder> 0, nOrder <= 0,
+                                nOrder >= 0 && nFirst <= nThird};
+        return {strFirst + OPERATORS[nOperator] + strSecond + (nOperator == 6 ? " and " + strThird : ""),
+                arHolds[nOperator]};
     }
     std::pair<std::string, int> Number() {
         const int a = Below(4), b = Below(4), c = Below(4);
-        return {std::to_string(a) + "-" + std::to_string(b) + "*(-" + std::to_string(c) + ")", a + b * c};
+        return {std::to_string(a) + "-" + std::to_string(b) + "*-" + std::to_string(c), a + b * c};
     }
     int Below(int n) { return static_cast<int>(m_stRandom() % static_cast<unsigned>(n)); }
 
