@@ -30,7 +30,9 @@ struct CLAUSERANGE {
 struct LISTITEM {
     int m_nBegin;
     int m_nEnd;
-    int m_nTitle; // -1: none
+    int m_nTitle = -1;     // none
+    UINT m_nHash = 0;      // of the words, once they are compared with others
+    UINT m_nTitleHash = 0; // of the alias
 };
 
 /** The items of a list, in scratch memory. */

@@ -90,7 +90,7 @@ int CFieldChain::Append(EXECUTEFIELDBSON*& lpField, UINT& nOffset) {
 }
 
 LISTITEM CutTitle(const CSqlWordReader& stReader, int nBegin, int nEnd) {
-    const LISTITEM stWhole = {nBegin, nEnd, -1};
+    const LISTITEM stWhole = {nBegin, nEnd};
     const int nTitle = nEnd - 1;
     if (nTitle <= nBegin || stReader.Keyword(nTitle) != WORD_NAME || WantsOperand(stReader.Keyword(nTitle - 1)))
         return stWhole;
@@ -108,7 +108,7 @@ int CParseSql::CutList(stu_KestroWordArray* lpWords, int nBegin, int nEnd, bool 
     stList = {reinterpret_cast<LISTITEM*>(lpBytes), nNum};
     for (int n = 0; n < nNum; ++n) {
         const int nComma = stReader.Find(WORD_COMMA, nBegin, nEnd);
-        stList.m_arItem[n] = bTitles ? CutTitle(stReader, nBegin, nComma) : LISTITEM{nBegin, nComma, -1};
+        stList.m_arItem[n] = bTitles ? CutTitle(stReader, nBegin, nComma) : LISTITEM{nBegin, nComma};
         nBegin = nComma + 1;
     }
     return ERR_OK;
@@ -184,13 +184,14 @@ int CParseSql::ParseFieldExpression(stu_KestroWordArray* lpWords, const LISTITEM
 int CParseSql::NameField(const CParseExpressionManager& stExpression, EXECUTEFIELDBSON& stField) {
     const char* lpszName = stExpression.GetExpressionString();
     char szTitle[KESTRO_TITLE_SIZE];
-    if (stField.m_bExpressionType == EXPCLASS_FIELD) {
+    const auto* const lpRoot = reinterpret_cast<st_MATHEXPBSON*>(m_stBson.ConvertOffset2Addr(stField.m_nExpOffset));
+    // "-a" is of the same class and still no lone column.
+    if (stField.m_bExpressionType == EXPCLASS_FIELD && lpRoot->m_bOperator == OP_NONE) {
         if (CopyTitleFromSql(lpszName, static_cast<int>(std::strlen(lpszName)), szTitle) != NAME_BAD)
             lpszName = szTitle;
-        const auto* const lpRoot = reinterpret_cast<st_MATHEXPBSON*>(m_stBson.ConvertOffset2Addr(stField.m_nExpOffset));
-        const auto* const lpElement =
-            reinterpret_cast<MATHEXPELEMENTBSON*>(m_stBson.ConvertOffset2Addr(lpRoot->m_nExpOffset1));
-        if (lpElement && lpRoot->m_bExpressionType1 == EXP_ELEMENT) stField.m_bObjectNo = lpElement->m_bObjectNo;
+        if (lpRoot->m_bExpressionType1 == EXP_ELEMENT)
+            stField.m_bObjectNo =
+                reinterpret_cast<MATHEXPELEMENTBSON*>(m_stBson.ConvertOffset2Addr(lpRoot->m_nExpOffset1))->m_bObjectNo;
     }
     const int nLen = CutLen(lpszName, static_cast<int>(std::strlen(lpszName)), FIELD_NAME_LEN);
     UINT nOffset = 0;

@@ -4,8 +4,8 @@
 
 /**
  * Conditions of a plan as one line, operators in front: `(and (= A:1 1d:4) !(in B:1 {1d 2d}))`. Behind each side stands
- * its class; "!" negates. A root that wraps a comparison prints as that, such a node inside a tree in braces, and "-"
- * is an operand that has left. Comparisons:
+ * its class; "!" negates. A root that wraps a comparison prints as that, a node inside that does in braces; "-" is an
+ * operand that a join has taken. Comparisons:
  *
  *     (=l x y)  (=r x y)   with a "(+)" on the left, on the right     (is x y) (isnot x y)
  *     (in x {1d 2d})       constants                                  (in x [A 2d])  other lists  (in x [q]) subqueries
@@ -19,25 +19,26 @@ public:
         const auto* const lp = m_stPlan.Record<BASECONDITIONBSON>(nOffset);
         if (!lp) return nOffset == 0 ? "none" : "BAD";
         if (lp->m_bLogicOperator != LOGIC_NONE) return Node(nOffset);
-        const bool bWrapper = lp->m_bConditionType1 == CONDITION_COMPARE && lp->m_bConditionType2 == CONDITION_NONE &&
-                              lp->m_nConditionOffset2 == 0 && lp->m_bLogicNot == 0;
-        return bWrapper ? Comparison(lp->m_nConditionOffset1) : "BAD";
+        const std::string strNode = Node(nOffset);
+        return strNode.front() == '{' ? strNode.substr(1, strNode.size() - 2) : strNode;
     }
 
 private:
     std::string Node(UINT nOffset) const {
         const auto* const lp = m_stPlan.Record<BASECONDITIONBSON>(nOffset);
         if (!lp) return "BAD";
-        if (lp->m_bLogicOperator == LOGIC_NONE && lp->m_bConditionType2 == CONDITION_NONE)
-            return "{" + Operand(lp->m_bConditionType1, lp->m_nConditionOffset1) + "}";
+        const std::string strFirst = Operand(lp->m_bConditionType1, lp->m_nConditionOffset1);
+        const std::string strSecond = Operand(lp->m_bConditionType2, lp->m_nConditionOffset2);
+        std::string strText(lp->m_bLogicNot ? "!" : "");
+        if (lp->m_bLogicOperator == LOGIC_NONE)
+            return strText.empty() && strSecond == "-" ? strText.append("{").append(strFirst).append("}") : "BAD";
         if (lp->m_bLogicOperator != LOGIC_AND && lp->m_bLogicOperator != LOGIC_OR) return "BAD";
-        return (lp->m_bLogicNot ? "!(" : "(") + std::string(lp->m_bLogicOperator == LOGIC_AND ? "and " : "or ") +
-               Operand(lp->m_bConditionType1, lp->m_nConditionOffset1) + " " +
-               Operand(lp->m_bConditionType2, lp->m_nConditionOffset2) + ")";
+        strText.append(lp->m_bLogicOperator == LOGIC_AND ? "(and " : "(or ");
+        return strText.append(strFirst).append(" ").append(strSecond).append(")");
     }
 
     std::string Operand(BYTE bType, UINT nOffset) const {
-        if (bType == CONDITION_NONE && nOffset == 0) return "-";
+        if (bType == CONDITION_NONE) return nOffset == 0 ? "-" : "BAD";
         return bType == CONDITION_NODE ? Node(nOffset) : bType == CONDITION_COMPARE ? Comparison(nOffset) : "BAD";
     }
 
