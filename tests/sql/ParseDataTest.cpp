@@ -4,6 +4,7 @@
 
 #include "ChunkFault.h"
 #include "ParseSql.h"
+#include "PlanLine.h"
 #include "QueryText.h"
 
 namespace {
@@ -198,6 +199,13 @@ TEST(ParseData, CompilesDelete) {
         {"delete from t where", "558 at 3"},
         {"delete from t order by a", "553 at 2"},
     });
+}
+
+TEST(ParseData, PrintsTheRowsOfInsert) {
+    EXPECT_NE(::Compiled("insert into t values (1)")
+                  .find("nRecordNum=1 nRecordAddrID=RECORDHEAD{bOperationType=2 bFieldNum=1 nRsFieldOffset=RSFIELDBSON{"
+                        "bTempNo=1 bFlag=4 nFieldDataOffset=st_MATHEXPBSON{"),
+              std::string::npos);
 }
 
 TEST(ParseData, CompilesALongInsertAsInALargeBuffer) {
