@@ -92,9 +92,15 @@ bool CParseConditionManager::IsComputable() const {
     for (int i = 0; i < m_queConditionQueue.size(); ++i) {
         const auto& stNode = *static_cast<const stu_CONDITIONBSION_MIXQUEUENODE*>(m_queConditionQueue.get(i));
         if (stNode.m_bOperator) continue;
-        const BYTE bCode = Record<COMPAREEXPBSON>(stNode.m_nCompareExpOffset).m_bOperator;
-        const bool bCompare = bCode >= OP_EQUAL && bCode <= OP_LESS_EQUAL;
-        if (!bCompare && (bCode < OP_BETWEEN || bCode > OP_BETWEEN_INSIDE)) return false;
+        const auto& st = Record<COMPAREEXPBSON>(stNode.m_nCompareExpOffset);
+        const bool bCompare = st.m_bOperator >= OP_EQUAL && st.m_bOperator <= OP_LESS_EQUAL;
+        const bool bBetween = st.m_bOperator >= OP_BETWEEN && st.m_bOperator <= OP_BETWEEN_INSIDE;
+        if (!bCompare && !bBetween) return false;
+        // A tree that is too deep to be worked out has another class.
+        const bool bConstant = st.m_bExpressionType1 == EXPCLASS_CONSTANT &&
+                               st.m_bExpressionType2 == EXPCLASS_CONSTANT &&
+                               (bCompare || st.m_bExpressionType3 == EXPCLASS_CONSTANT);
+        if (!bConstant) return false;
     }
     return true;
 }

@@ -17,9 +17,9 @@ struct CParseConditionManager::WALK {
     int m_nOpen = 0;
     /** A "(+)" waits for its side. */
     int m_bOuterMark = 0;
-    /** A PRIOR waits for its "="; there was one. */
+    /** A PRIOR waits for its "="; one stood behind its "=", where a condition has one at most. */
     bool m_bPriorWaits = false;
-    bool m_bPrior = false;
+    bool m_bPriorBehind = false;
     /** Neither field, parameter, function nor subquery. */
     bool m_bConstant = true;
 
@@ -109,7 +109,7 @@ int CParseConditionManager::CloseBracket(WALK& stWalk) {
 int CParseConditionManager::ParsePrior(WALK& stWalk) {
     const bool bFirst = stWalk.m_nPos == stWalk.m_stParam.m_nBeginPos && Keyword(stWalk.m_nFirst - 1) == KW_BY;
     if (!bFirst && Keyword(stWalk.m_nPos - 1) != KW_BY) return Fail(ERR_SELECT_CONDITION, stWalk.m_nPos);
-    stWalk.m_bPrior = stWalk.m_bPriorWaits = true;
+    stWalk.m_bPriorWaits = true;
     return ERR_OK;
 }
 
@@ -152,9 +152,8 @@ int CParseConditionManager::ParseOperand(WALK& stWalk) {
 int CParseConditionManager::ParseConditionOperator(WALK& stWalk, BYTE bClass) {
     const st_PARSEPARAM& stParam = stWalk.m_stParam;
     const int nPos = stWalk.m_nPos;
-    const bool bSign = IsSign(nPos, stParam);
     OPERATORWORDS stWords;
-    if (const int nCode = ReadOperator(stWalk, bClass, stWords)) return nCode;
+    if (const int nCode = ReadOperator(stWalk, stWords)) return nCode;
     if (stWalk.m_bPriorWaits) return Fail(ERR_SELECT_CONDITION, nPos);
     if (m_skOperatorStack.size() >= OPERATOR_DEPTH_MAX) return Fail(ERR_EXPECT_EXPRESSION, nPos);
     if (const int nCode = CheckOperatorPlace(stParam, nPos, stWords.m_nLast, bClass)) return nCode;
@@ -167,7 +166,7 @@ int CParseConditionManager::ParseConditionOperator(WALK& stWalk, BYTE bClass) {
     // What stands in front of its operand takes none from the left: nothing there is complete yet.
     if (m_bBetween && stWords.m_bCode == OP_AND)
         nCode = PopToBetween(stWalk.m_bOuterMark);
-    else if (bClass != OPCLASS_PREFIX && !bSign)
+    else if (bClass != OPCLASS_PREFIX && stOperator.m_bPriority != PRIORITY_UNARY)
         nCode = OperatorsPop(stOperator.m_bPriority, stWalk.m_bOuterMark);
     if (nCode == ERR_OK) nCode = OperatorPush(stOperator, stWalk.m_bOuterMark);
     if (nCode != ERR_OK) return Fail(nCode, nPos);
@@ -175,9 +174,8 @@ int CParseConditionManager::ParseConditionOperator(WALK& stWalk, BYTE bClass) {
     return stWords.m_bCode == OP_IN || stWords.m_bCode == OP_NOT_IN ? ParseIn(stWalk) : ERR_OK;
 }
 
-int CParseConditionManager::ReadOperator(WALK& stWalk, BYTE bClass, OPERATORWORDS& stOperator) {
+int CParseConditionManager::ReadOperator(WALK& stWalk, OPERATORWORDS& stOperator) {
     const int nPos = stWalk.m_nPos, nNext = stWalk.IsInside(nPos + 1) ? Keyword(nPos + 1) : WORD_NONE;
-    const bool bSign = IsSign(nPos, stWalk.m_stParam);
     BYTE bCode = ConvertOperatorString(Keyword(nPos));
     const auto SetTwoWords = [&](BYTE bTwoWords) {
         bCode = bTwoWords;
@@ -188,10 +186,10 @@ int CParseConditionManager::ReadOperator(WALK& stWalk, BYTE bClass, OPERATORWORD
         case OP_NONE:
             return Fail(ERR_EXPECT_OPERATOR, nPos);
         case OP_ADD:
-            if (bSign && bClass == OPCLASS_PLUS) bCode = OP_PLUS;
+            if (IsSign(nPos, stWalk.m_stParam)) bCode = OP_PLUS;
             break;
         case OP_SUB:
-            if (bSign && bClass == OPCLASS_MINUS) bCode = OP_MINUS;
+            if (IsSign(nPos, stWalk.m_stParam)) bCode = OP_MINUS;
             break;
         case OP_NOT:
             if (nNext == KW_IN) SetTwoWords(OP_NOT_IN);
@@ -200,14 +198,14 @@ int CParseConditionManager::ReadOperator(WALK& stWalk, BYTE bClass, OPERATORWORD
             break;
         case OP_IS:
             if (nNext == KW_NOT) SetTwoWords(OP_IS_NOT);
-            if (!stWalk.IsInside(stOperator.m_nLast + 1) || !IsTruthWord(stOperator.m_nLast + 1))
+            if (!stWalk.IsInside(stOperator.m_nLast + 1) || !IsTruthWord(nPos + 1))
                 return Fail(ERR_EXPECT_OPERATOR, stOperator.m_nLast + 1);
             break;
         case OP_EQUAL:
             if (nNext == KW_PRIOR) {
-                if (stWalk.m_bPrior) return Fail(ERR_SELECT_CONDITION, nPos + 1);
+                if (stWalk.m_bPriorBehind) return Fail(ERR_SELECT_CONDITION, nPos + 1);
                 SetTwoWords(OP_PRIOR_RIGHT_EQUAL);
-                stWalk.m_bPrior = true;
+                stWalk.m_bPriorBehind = true;
             } else if (stWalk.m_bPriorWaits) {
                 bCode = OP_PRIOR_LEFT_EQUAL;
                 stWalk.m_bPriorWaits = false;
@@ -221,7 +219,10 @@ int CParseConditionManager::ReadOperator(WALK& stWalk, BYTE bClass, OPERATORWORD
     return bLike && !IsLikeSide(nPos - 1) ? Fail(ERR_SELECT_CONDITION, nPos) : ERR_OK;
 }
 
-/** Whether the word in front of LIKE may end its left side: a name, or another word that is the whole side. */
+/**
+ * Whether the word in front of LIKE may end its left side: a name, or another word that is the whole side. Calls and
+ * brackets aren't taken there. Intended.
+ */
 bool CParseConditionManager::IsLikeSide(int nPos) const {
     const int nKeyword = Keyword(nPos);
     if (nKeyword == WORD_NAME || nKeyword == WORD_BRACKET_CLOSE) return true;

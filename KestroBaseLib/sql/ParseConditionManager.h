@@ -74,7 +74,7 @@ private:
     int ParseCall(WALK& stWalk, BYTE bFunction);
     int ParseOperand(WALK& stWalk);
     int ParseConditionOperator(WALK& stWalk, BYTE bClass);
-    int ReadOperator(WALK& stWalk, BYTE bClass, OPERATORWORDS& stOperator);
+    int ReadOperator(WALK& stWalk, OPERATORWORDS& stOperator);
     bool IsLikeSide(int nPos) const;
     int ParseIn(WALK& stWalk);
 
@@ -109,7 +109,7 @@ private:
     int CreateCondition();
     int PushPart(CKestroStack& skCondition, BYTE bType, UINT nOffset);
     int FoldLogic(BYTE bLogic, CKestroStack& skCondition);
-    /** Whether every comparison of the postfix queue is one that `Compare` works out. */
+    /** Whether every comparison of the postfix queue is one of constants that `Compare` works out. */
     bool IsComputable() const;
     int FoldConstant();
     int GetConditionResult(const BASECONDITIONBSON* lpNode, int& nResult) const;

@@ -2,6 +2,7 @@
 // a comparison becomes a tree at once, so the queue of arithmetic never holds more than one side.
 
 #include <string_view>
+#include <utility>
 
 #include "BaseExpression.h"
 #include "CommonDataDef.h"

@@ -66,7 +66,9 @@ char* ElementData(MATHEXPELEMENTBSON* lpElement) {
 
 /** A name as it's looked up: terminated, without quotes. */
 struct CParseExpressionManager::NAME {
-    char m_szText[72] = "";
+    // Bytes behind the terminator don't matter.
+    NAME() { m_szText[0] = 0; }
+    char m_szText[KESTRO_NAME_SIZE];
     int m_nLen = 0;
 };
 
@@ -129,6 +131,7 @@ int CParseExpressionManager::ParseMathElement(st_PARSEPARAM* lpParam, UINT& nOff
 /** The forms in the order in which they're tried; the cursor stays on the last word. */
 int CParseExpressionManager::ParseElement(st_PARSEPARAM& stParam, UINT& nOffset) {
     int& nPos = stParam.m_nBeginPos;
+    if (IsLiteral(Keyword(nPos))) return ParseLiteral(stParam, nOffset);
     NAME stDatabase, stName;
     bool bName = ReadName(nPos, stName);
     if (bName && m_pParseSql->FindDataBaseName(stName.m_szText)) {
@@ -139,9 +142,7 @@ int CParseExpressionManager::ParseElement(st_PARSEPARAM& stParam, UINT& nOffset)
         bName = ReadName(nPos, stName);
     }
     const int nKeyword = Keyword(nPos);
-    // An empty text is NULL. Intended.
-    if (nKeyword == KW_NULL || nKeyword == WORD_EMPTY) return NewLiteral(VT_NULL, nullptr, 0, nOffset);
-    if (nKeyword == WORD_QUESTION) return ParseParameter(nOffset);
+    if (IsLiteral(nKeyword)) return ParseLiteral(stParam, nOffset);
     if (bName)
         if (const BYTE bNo = m_pParseSql->FindObject(stDatabase.m_szText, stName.m_szText, 0))
             return ParseQualified(stParam, bNo, stName, nOffset);
@@ -149,9 +150,21 @@ int CParseExpressionManager::ParseElement(st_PARSEPARAM& stParam, UINT& nOffset)
     if (nKeyword == WORD_DOLLAR) return Fail(ERR_NOT_DEVELOPED, nPos);
     if (nKeyword == KW_INTERVAL && nPos + 2 < stParam.m_nEndPos && IntervalUnit(Keyword(nPos + 2)) != 0)
         return ParseInterval(stParam, nOffset);
-    if (bName) return ParseNamed(stParam, stName, nOffset);
-    if (nKeyword == WORD_STRING) return ParseString(stParam, nOffset);
-    return ParseNumber(nPos, nOffset);
+    return bName ? ParseNamed(stParam, stName, nOffset) : ParseNumber(nPos, nOffset);
+}
+
+int CParseExpressionManager::ParseLiteral(st_PARSEPARAM& stParam, UINT& nOffset) {
+    switch (Keyword(stParam.m_nBeginPos)) {
+        case WORD_STRING:
+            return ParseString(stParam, nOffset);
+        case WORD_QUESTION:
+            return ParseParameter(nOffset);
+        case KW_NULL:
+        case WORD_EMPTY: // an empty text is NULL; intended
+            return NewLiteral(VT_NULL, nullptr, 0, nOffset);
+        default:
+            return ParseNumber(stParam.m_nBeginPos, nOffset);
+    }
 }
 
 /** A name that is an object's, as a rule in front of a point. */
@@ -168,7 +181,7 @@ int CParseExpressionManager::ParseQualified(st_PARSEPARAM& stParam, BYTE bObject
     const int nKeyword = Keyword(nPos);
     if (nKeyword == WORD_DOLLAR) return Fail(ERR_NOT_DEVELOPED, nPos);
     if (nKeyword == WORD_STAR) {
-        if (m_nGroupByOffset != 0) return Fail(ERR_SYNTAX_SELECT, nPos);
+        if (m_nGroupByOffset != 0 || stParam.m_nGroupByOffset != 0) return Fail(ERR_SYNTAX_SELECT, nPos);
         if (const int nCode = NewField(NAME(), SOURCE_FIELD, bObjectNo, 1, nOffset)) return nCode;
         auto* const lpElement = reinterpret_cast<MATHEXPELEMENTBSON*>(m_pBson->ConvertOffset2Addr(nOffset));
         lpElement->m_bAllField = 1;

@@ -50,16 +50,20 @@ int CParseExpressionManager::CreateMathExpression() {
     if (skOperand.size() != 1) return ERR_EXPRESSION_STACK;
 
     const stu_EXPFIELDBSON_MIXQUEUENODE& stRoot = *Pop(skOperand);
-    m_nExpressionOffset = stRoot.m_nExpFieldOffset;
     const BYTE bKind = OperandKind(stRoot);
-    if (bKind == EXP_EXPRESSION) return ERR_OK;
     if (bKind == NO_KIND) return ERR_EXPRESSION;
+    if (bKind != EXP_EXPRESSION) return WrapOperand(bKind, stRoot.m_nExpFieldOffset);
+    m_nExpressionOffset = stRoot.m_nExpFieldOffset;
+    return ERR_OK;
+}
+
+int CParseExpressionManager::WrapOperand(BYTE bKind, UINT nOperand) {
     st_MATHEXPBSON* lpRecord = nullptr;
     UINT nOffset = 0;
     if (const int nCode = m_pBson->AllocFromBsonBuffer(lpRecord, nOffset)) return nCode;
     lpRecord->m_bExpressionType1 = bKind;
     lpRecord->m_bExpressionType2 = EXP_NONE;
-    lpRecord->m_nExpOffset1 = m_nExpressionOffset;
+    lpRecord->m_nExpOffset1 = nOperand;
     m_nExpressionOffset = nOffset;
     return ERR_OK;
 }

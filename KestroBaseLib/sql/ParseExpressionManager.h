@@ -1,6 +1,7 @@
 #pragma once
 
 #include "BaseBson.h"
+#include "KestroKeyword.h"
 #include "KestroQueue.h"
 #include "KestroStack.h"
 #include "ParseSqlWords.h"
@@ -123,6 +124,16 @@ public:
     [[nodiscard]] int ParseMathElement(st_PARSEPARAM* lpParam, UINT& nOffset);
     /** One call of function `bCode` at `m_nBeginPos`; its last word is `m_nEndPos` then. */
     [[nodiscard]] int ParseFunction(st_PARSEPARAM* lpParam, BYTE bCode, BYTE& bState);
+    /** Whether a word of this code is a literal by itself: a text, a number, NULL or "?". */
+    static bool IsLiteral(int nKeyword) {
+        return nKeyword == WORD_STRING || nKeyword == WORD_INTEGER || nKeyword == WORD_DECIMAL || nKeyword == KW_NULL ||
+               nKeyword == WORD_EMPTY || nKeyword == WORD_QUESTION;
+    }
+    /**
+     * The expression that such a word is, EXPCLASS_CONSTANT, as `ParseMathExpression` makes it but for the text. One
+     * object may do so for many words.
+     */
+    [[nodiscard]] int ParseLoneLiteral(int nPos);
     /** Folds the postfix queue into a tree. */
     [[nodiscard]] int CreateMathExpression();
 
@@ -150,7 +161,7 @@ protected:
     static BYTE ConvertOperatorString(int nKeyword);
     /** How an operator or function takes its operands, OPERATORFORM. */
     static BYTE CheckOperatorType(BYTE bCode);
-    /** "+" and "-" with one side, for one at `nPos` that stands first, behind "(" or behind an operator. */
+    /** Whether the operator at `nPos` has no left side: it stands first, behind "(" or behind an operator. */
     bool IsSign(int nPos, const st_PARSEPARAM& stParam) const;
     /** The join mark "(+)". */
     bool IsJoinOperator(int nPos) const;
@@ -162,7 +173,6 @@ protected:
     bool IsTruthWord(int nPos) const;
     /** The ")" of the "(" at `nOpen`, searched up to `nEnd`; -1 without one. */
     int FindFunctionEndPos(int nOpen, int nEnd) const;
-
     /** The first word of code `nKeyword` outside of all brackets from `nBegin` on; `nEnd` without one. */
     int FindWord(int nKeyword, int nBegin, int nEnd) const;
 
@@ -181,9 +191,9 @@ protected:
     }
     /** An operand of kind `bType`, MIXNODETYPE, into the postfix queue. */
     [[nodiscard]] int PushOperand(BYTE bType, UINT nOffset);
-    /** An operator or function onto the stack, without popping anything. */
-    [[nodiscard]] int PushOperator(BYTE bCode, BYTE bParamNum = 0);
-    /** An operator that stands in the queue already when its turn comes. */
+    /** An operator onto the stack, without popping anything. */
+    [[nodiscard]] int PushOperator(BYTE bCode);
+    /** An operator into the queue, behind its operands. */
     [[nodiscard]] int QueueOperator(const stu_MATHOPERATOR& stOperator);
     /** The top of the stack, null for an empty one. */
     stu_MATHOPERATOR* TopOperator() const { return static_cast<stu_MATHOPERATOR*>(m_skOperatorStack.top()); }
@@ -260,6 +270,9 @@ private:
     bool ReadName(int nPos, NAME& stName) const;
     int NewWordField(int nPos, UINT& nOffset);
     int ParseElement(st_PARSEPARAM& stParam, UINT& nOffset);
+    int ParseLiteral(st_PARSEPARAM& stParam, UINT& nOffset);
+    /** Makes an operand that isn't an expression the root, under a node of its own. */
+    int WrapOperand(BYTE bKind, UINT nOperand);
     int ParseQualified(st_PARSEPARAM& stParam, BYTE bObjectNo, const NAME& stName, UINT& nOffset);
     int ParseTriggerRow(st_PARSEPARAM& stParam, UINT& nOffset);
     int ParseNamed(st_PARSEPARAM& stParam, const NAME& stName, UINT& nOffset);
@@ -275,6 +288,8 @@ private:
     int ParseSEQ(CALL& stCall);
     int ParseConvertOrCast(CALL& stCall);
     int ParseCaseWhen(CALL& stCall);
+    int FindCaseWord(int nPos, int nEnd) const;
+    int ParseBranch(CALL& stCall, int nWhen, int nThen, int nEnd);
     int ParseCheckChild(CALL& stCall);
     int CountArguments(int nOpen, int nEnd, int& nActual) const;
     int ParseFunctionParam(CALL& stCall, int nBegin, int nEnd, int nNum);

@@ -80,7 +80,6 @@ public:
     EXECUTEPLANBSON* GetExecutePlan() { return m_stBson.GetExecutePlan(); }
 
     // --- queries inside statements: the words of a range, whose end the cursor keeps
-    // ----------------------------------
 
     /** A query expression with its set operations; `nOffset` is the record of its first query. */
     [[nodiscard]] int ParseCommonQuery(stu_KestroWordArray* lpWords, st_PARSEPARAM* lpParam, int& bLockOption,
@@ -126,8 +125,10 @@ public:
     /** The same for an object with an alias: ERR_DUPLICATE_ALIAS if the query has this one already. */
     [[nodiscard]] int SetObjectTitle(const char* lpszDatabase, const char* lpszName, BYTE bType, const char* lpszTitle,
                                      BYTE& bNo);
-    /** Opens a query inside the current one: ERR_NESTED_QUERY at the 32nd level, or for the 256th. `LeaveQuery` closes
-     * it. */
+    /**
+     * Opens a query inside the current one, which `LeaveQuery` closes. ERR_NESTED_QUERY at the 32nd level, or for the
+     * 256th query.
+     */
     [[nodiscard]] int EnterQuery();
     void LeaveQuery() { --m_bQueryLevel; }
     BYTE GetQueryLevel() const { return m_bQueryLevel; }
@@ -193,6 +194,18 @@ protected:
     [[nodiscard]] int WriteSetting(BYTE bAction, ALTEREXECUTEPLANBSON* lpAlter, BYTE bDataType,
                                    const char* lpszParameter, int nValue);
 
+    // --- statements that change rows (ParseSqlInsert.cpp, ParseSqlUpdate.cpp, ParseSqlDelete.cpp, ParseSqlRows.cpp)
+
+    using PARSEWORDS = int (CParseSql::*)(stu_KestroWordArray*, int, int, EXECUTEPLANBSON*);
+    /** Compiles a text as the words it consists of, and closes the plan. */
+    [[nodiscard]] int ParseText(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan, PARSEWORDS pParse);
+    /** One expression over a range of words, and its class, EXPCLASS. */
+    [[nodiscard]] int ParseValue(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UINT& nOffset, BYTE& bClass);
+
+    [[nodiscard]] int ParseCommonInsert(stu_KestroWordArray* lpWords, int nBegin, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] int ParseCommonUpdate(stu_KestroWordArray* lpWords, int nBegin, UPDATEEXECUTEPLANBSON& stUpdate);
+    [[nodiscard]] int ParseCommonDelete(stu_KestroWordArray* lpWords, int nBegin, DELETEEXECUTEPLANBSON& stDelete);
+
     // --- parts of a query, each in its own file ----------------------------------------------------------------------
 
     /**
@@ -206,20 +219,6 @@ protected:
      * well for a condition that is nested too deep.
      */
     BOOL CheckConnectCondition(BASECONDITIONBSON* lpNode, int& bFound);
-
-    // --- statements that change rows (ParseSqlInsert.cpp, ParseSqlUpdate.cpp, ParseSqlDelete.cpp, ParseSqlRows.cpp)
-
-    using PARSEWORDS = int (CParseSql::*)(stu_KestroWordArray*, int, int, EXECUTEPLANBSON*);
-    /** Compiles a text as the words it consists of, and closes the plan. */
-    [[nodiscard]] int ParseText(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan, PARSEWORDS pParse);
-    /** Copies a terminated text into the plan, with its terminator. */
-    [[nodiscard]] int AddText(const char* lpszText, UINT& nOffset);
-    /** One expression over a range of words, and its class, EXPCLASS. */
-    [[nodiscard]] int ParseValue(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UINT& nOffset, BYTE& bClass);
-
-    [[nodiscard]] int ParseCommonInsert(stu_KestroWordArray* lpWords, int nBegin, EXECUTEPLANBSON* lpPlan);
-    [[nodiscard]] int ParseCommonUpdate(stu_KestroWordArray* lpWords, int nBegin, UPDATEEXECUTEPLANBSON& stUpdate);
-    [[nodiscard]] int ParseCommonDelete(stu_KestroWordArray* lpWords, int nBegin, DELETEEXECUTEPLANBSON& stDelete);
 
 private:
     struct STATEMENT;
@@ -254,13 +253,12 @@ private:
     int CountInsertRows(stu_KestroWordArray* lpWords, int nBegin, INSERTROWS& stRows);
     int ParseInsertRows(stu_KestroWordArray* lpWords, int nBegin, INSERTEXECUTEPLANBSON& stInsert,
                         EXECUTEPLANBSON* lpPlan);
-    int ParseInsertValue(stu_KestroWordArray* lpWords, int& nWord, int nValueNum, RSFIELDBSON* lpField);
+    int ParseInsertValue(stu_KestroWordArray* lpWords, int& nWord, int nValueNum, CParseExpressionManager& stLiterals,
+                         RSFIELDBSON* lpField);
     int ParseUpdateField(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UPDATEEXECUTEPLANBSON& stUpdate);
     int ParseUpdateName(stu_KestroWordArray* lpWords, int& nWord, EXECUTEFIELDBSON& stField);
-    int ParseRowObjects(stu_KestroWordArray* lpWords, int nBegin, int nEnd, ROWSELECTION& stRows);
-    int ParseRowCondition(stu_KestroWordArray* lpWords, int nWhere, ROWSELECTION& stRows);
-    int JoinRows(UINT nWhere, ROWSELECTION& stRows);
-    int JoinConditions(UINT nWhere, const ROWSELECTION& stRows, COMMONCONDITION& stCondition);
+    int ParseRowObjects(int nBegin, int nEnd, ROWSELECTION& stRows);
+    int ParseRowCondition(int nWhere, ROWSELECTION& stRows);
     int AllocBound(UINT nElementOffset, UINT nLen, UINT& nOffset);
 
     // Queries: ParseSqlQuery.h has their records.
@@ -276,11 +274,12 @@ private:
     int ParseFields(QUERYBLOCK& stBlock);
     int ParseConnect(QUERYBLOCK& stBlock);
     int ParseWhere(QUERYBLOCK& stBlock);
-    int ParseJoins(QUERYBLOCK& stBlock);
+    int JoinConditions(QUERYBLOCK& stBlock);
     int ParseHaving(QUERYBLOCK& stBlock);
     int ParseOrderBy(QUERYBLOCK& stBlock);
     int ParsePage(QUERYBLOCK& stBlock);
     int ParsePaging(QUERYBLOCK& stBlock);
+    bool HasDistinctBits(UINT nObjectOffset);
     int ParseField(stu_KestroWordArray* lpWords, const LISTITEM& stItem, st_PARSEPARAM& stParam,
                    EXECUTEFIELDBSON& stField);
     int ParseFieldExpression(stu_KestroWordArray* lpWords, const LISTITEM& stItem, const st_PARSEPARAM& stParam,
@@ -297,6 +296,8 @@ private:
     /** The condition of a range: its root, 0 for none, and the sides of comparisons that aren't constant. */
     int ParseConditionRange(stu_KestroWordArray* lpWords, const st_PARSEPARAM& stParam, int nBegin, int nEnd,
                             UINT& nCondition, int& nVarNum);
+    /** A terminated copy of a text in the plan. */
+    int CopyToPlan(const char* lpszText, int nLen, UINT& nOffset);
     /**
      * An object of a FROM list, which is one of its own under each alias. Once more the same without an alias, which no
      * name could tell apart, is ERR_SYNTAX_SELECT; else as `SetObjectTitle`.

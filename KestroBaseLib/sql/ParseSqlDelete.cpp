@@ -22,10 +22,10 @@ int CParseSql::ParseDelete(stu_KestroWordArray* lpWords, int nBegin, int nEnd, E
 int CParseSql::ParseCommonDelete(stu_KestroWordArray* lpWords, int nBegin, DELETEEXECUTEPLANBSON& stDelete) {
     const CSqlWordReader stReader(*this, *lpWords);
     const int nWhere = stReader.Find(KW_WHERE, nBegin, stReader.Num());
-    ROWSELECTION stRows{ERR_SYNTAX_DELETE};
-    if (const int nCode = ParseRowObjects(lpWords, nBegin, nWhere, stRows)) return nCode;
-    stDelete.m_stExecuteObject.m_nObjectOffset = stRows.m_nObjectOffset;
-    if (const int nCode = ParseRowCondition(lpWords, nWhere, stRows)) return nCode;
-    stDelete.m_nQueryPlanOffset = stRows.m_nQueryOffset;
-    return ERR_OK;
+    if (nWhere == nBegin) return Fail(ERR_SYNTAX_DELETE, nBegin);
+    ROWSELECTION stRows(lpWords);
+    if (const int nCode = ParseRowObjects(nBegin, nWhere, stRows)) return nCode;
+    stDelete.m_stExecuteObject.m_nObjectOffset = stRows.m_stBlock.m_nObjectOffset;
+    stDelete.m_nQueryPlanOffset = stRows.m_stBlock.m_nOffset;
+    return ParseRowCondition(nWhere, stRows);
 }

@@ -237,9 +237,10 @@ int CParseSql::CFromList::AddObject(BYTE bType, const NAMES& stNames, int nWord,
 
 /** A text into the plan, unless it's empty; its length counts the terminator. */
 int CParseSql::CFromList::CopyText(const char* lpszText, UINT& nOffset, BYTE* lpLen) {
-    if (!*lpszText) return ERR_OK;
-    if (lpLen) *lpLen = static_cast<BYTE>(std::strlen(lpszText) + 1);
-    return m_stParse.AddText(lpszText, nOffset);
+    const int nLen = static_cast<int>(std::strlen(lpszText));
+    if (nLen == 0) return ERR_OK;
+    if (lpLen) *lpLen = static_cast<BYTE>(nLen + 1);
+    return m_stParse.CopyToPlan(lpszText, nLen, nOffset);
 }
 
 /** The object that waits becomes a relation of the tree. */

@@ -25,12 +25,36 @@ bool SameWord(const CSqlWordReader& stReader, int nFirst, int nSecond) {
            KestroCompareNoCase(szBare.data(), szOther.data(), static_cast<int>(szBare.size())) == 0;
 }
 
+/** Equal for equal words; a list may be long, so that its items are told apart by a number first. */
+UINT HashWords(const CSqlWordReader& stReader, int nBegin, int nEnd) {
+    UINT nHash = static_cast<UINT>(nEnd - nBegin);
+    for (int i = nBegin; i < nEnd; ++i)
+        for (const char c : Bare(stReader.Word(i)))
+            nHash = nHash * 131 + (static_cast<BYTE>(c) | 0x20); // the case of letters doesn't count
+    return nHash;
+}
+
+void HashItem(const CSqlWordReader& stReader, LISTITEM& stItem) {
+    stItem.m_nHash = HashWords(stReader, stItem.m_nBegin, stItem.m_nEnd);
+    if (stItem.m_nTitle >= 0) stItem.m_nTitleHash = HashWords(stReader, stItem.m_nTitle, stItem.m_nTitle + 1);
+}
+
+void HashItems(const CSqlWordReader& stReader, const ITEMLIST& stList) {
+    for (int i = 0; i < stList.m_nNum; ++i)
+        HashItem(stReader, stList.m_arItem[i]);
+}
+
 bool SameWords(const CSqlWordReader& stReader, const LISTITEM& stFirst, const LISTITEM& stSecond) {
     const int nNum = stFirst.m_nEnd - stFirst.m_nBegin;
-    if (nNum != stSecond.m_nEnd - stSecond.m_nBegin) return false;
+    if (stFirst.m_nHash != stSecond.m_nHash || nNum != stSecond.m_nEnd - stSecond.m_nBegin) return false;
     for (int i = 0; i < nNum; ++i)
         if (!SameWord(stReader, stFirst.m_nBegin + i, stSecond.m_nBegin + i)) return false;
     return true;
+}
+
+bool SameTitle(const CSqlWordReader& stReader, const LISTITEM& stField, const LISTITEM& stColumn) {
+    return stField.m_nTitle >= 0 && stField.m_nTitleHash == stColumn.m_nHash &&
+           SameWord(stReader, stField.m_nTitle, stColumn.m_nBegin);
 }
 
 /** What a column may name a field by. */
@@ -45,10 +69,8 @@ int FindField(const CSqlWordReader& stReader, const ITEMLIST& stFields, const LI
     if (nNaming == BY_ALIAS && !bOneWord) return -1;
     for (int i = 0; i < stFields.m_nNum; ++i) {
         const LISTITEM& stField = stFields.m_arItem[i];
-        const bool bSame = nNaming == BY_WORDS
-                               ? SameWords(stReader, stField, stColumn)
-                               : stField.m_nTitle >= 0 && SameWord(stReader, stField.m_nTitle, stColumn.m_nBegin);
-        if (bSame) return i;
+        if (nNaming == BY_WORDS ? SameWords(stReader, stField, stColumn) : SameTitle(stReader, stField, stColumn))
+            return i;
     }
     return -1;
 }
@@ -60,7 +82,11 @@ int CParseSql::CutColumns(QUERYBLOCK& stBlock) {
     if (!stBlock.Has(CLAUSE_GROUP) && !stBlock.Has(CLAUSE_ORDER)) return ERR_OK;
     const CLAUSERANGE& stFields = stBlock.Clause(CLAUSE_FIELDS);
     const bool bDistinct = GetKeyword(stBlock.m_lpWords, stFields.m_nBegin) == KW_DISTINCT;
-    return CutList(stBlock.m_lpWords, stFields.m_nBegin + bDistinct, stFields.m_nEnd, true, stBlock.m_stFields);
+    ITEMLIST& stList = stBlock.m_stFields;
+    if (const int nCode = CutList(stBlock.m_lpWords, stFields.m_nBegin + bDistinct, stFields.m_nEnd, true, stList))
+        return nCode;
+    HashItems(CSqlWordReader(*this, *stBlock.m_lpWords), stList);
+    return ERR_OK;
 }
 
 int CParseSql::AllocColumns(const ITEMLIST& stList, COLUMNDEF*& arColumn, UINT& nOffset) {
@@ -87,6 +113,7 @@ int CParseSql::ParseGroupBy(QUERYBLOCK& stBlock) {
     stBlock.m_lpQuery->m_nGroupByOffset = nOffset;
 
     const CSqlWordReader stReader(*this, *stBlock.m_lpWords);
+    HashItems(stReader, stList);
     CFieldChain stChain(m_stBson, stBlock.m_nFieldOffset, stBlock.m_nFieldNum);
     for (int i = 0; i < stList.m_nNum; ++i) {
         // A group is one of values that the objects have, so the field's own words count before an alias.
@@ -129,6 +156,7 @@ int CParseSql::ParseOrderColumn(QUERYBLOCK& stBlock, LISTITEM& stItem, CFieldCha
         --stItem.m_nEnd;
         if (nLast == KW_DESC) stColumn.m_bSortType = SORT_DESCENDING;
     }
+    HashItem(stReader, stItem);
     int nField = -1;
     if (stItem.m_nEnd - stItem.m_nBegin == 1 && stReader.Keyword(stItem.m_nBegin) == WORD_INTEGER) {
         int nPlace = 0;

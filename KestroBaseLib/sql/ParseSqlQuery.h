@@ -1,7 +1,6 @@
 #pragma once
 
 #include "ParseSql.h"
-#include "ParseSqlRows.h"
 #include "SqlWordReader.h"
 
 /** The clauses of a query in the order in which they are written. */
@@ -31,7 +30,9 @@ struct CLAUSERANGE {
 struct LISTITEM {
     int m_nBegin;
     int m_nEnd;
-    int m_nTitle; // -1: none
+    int m_nTitle = -1;     // none
+    UINT m_nHash = 0;      // of the words, once they are compared with others
+    UINT m_nTitleHash = 0; // of the alias
 };
 
 /** The items of a list, in scratch memory. */
@@ -59,7 +60,10 @@ struct CParseSql::QUERYBLOCK {
     int m_nHiddenNum = 0;
     ITEMLIST m_stFields = {}; // the select list, if a column may name one of its fields
     ITEMLIST m_stGroup = {};
-    ROWSELECTION m_stRows = {};
+    UINT m_nObjectOffset = 0;
+    UINT m_nInnerOn = 0;
+    UINT m_nOuterOn = 0;
+    UINT m_nJoinTree = 0;
     UINT m_nWhere = 0;
 
     bool Has(QUERYCLAUSE nClause) const { return m_arClause[nClause].m_nWord >= 0; }

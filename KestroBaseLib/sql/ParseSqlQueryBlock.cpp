@@ -9,12 +9,13 @@
 #include <array>
 #include <climits>
 #include <cmath>
-#include <cstring>
 
 #include "CommonDataDef.h"
 #include "KestroDate.h"
 #include "ParseConditionManager.h"
 #include "ParseDepth.h"
+#include "ParsePush.h"
+#include "ParseSqlJoin.h"
 #include "ParseSqlQuery.h"
 
 namespace {
@@ -97,7 +98,7 @@ int CParseSql::ParseSingleQuery(stu_KestroWordArray* lpWords, st_PARSEPARAM* lpP
         {CLAUSE_AS_OF, &CParseSql::ParseAsOf},    {CLAUSE_FROM, &CParseSql::ParseFrom},
         {CLAUSE_FIELDS, &CParseSql::CutColumns},  {CLAUSE_GROUP, &CParseSql::ParseGroupBy},
         {CLAUSE_FIELDS, &CParseSql::ParseFields}, {CLAUSE_START, &CParseSql::ParseConnect},
-        {CLAUSE_WHERE, &CParseSql::ParseWhere},   {CLAUSE_FIELDS, &CParseSql::ParseJoins},
+        {CLAUSE_WHERE, &CParseSql::ParseWhere},   {CLAUSE_FIELDS, &CParseSql::JoinConditions},
         {CLAUSE_HAVING, &CParseSql::ParseHaving}, {CLAUSE_ORDER, &CParseSql::ParseOrderBy},
         {CLAUSE_FIELDS, &CParseSql::ParsePage},
     };
@@ -200,14 +201,14 @@ int CParseSql::ParseAsOf(QUERYBLOCK& stBlock) {
 }
 
 int CParseSql::ParseFrom(QUERYBLOCK& stBlock) {
-    ROWSELECTION& stRows = stBlock.m_stRows;
     st_PARSEPARAM stParam = stBlock.m_stParam;
     stParam.m_nBeginPos = stBlock.Clause(CLAUSE_FROM).m_nBegin;
     stParam.m_nEndPos = stBlock.Clause(CLAUSE_FROM).m_nEnd;
-    const int nCode = ParseExecuteObject(stBlock.m_lpWords, &stParam, stRows.m_nObjectNum, stRows.m_nObjectOffset,
-                                         stRows.m_nInnerOn, stRows.m_nOuterOn, stRows.m_nJoinTree, 0);
-    stBlock.m_lpQuery->m_nObjectNum = stRows.m_nObjectNum;
-    stBlock.m_lpQuery->m_nObjectOffset = stRows.m_nObjectOffset;
+    USHORT nObjectNum = 0;
+    const int nCode = ParseExecuteObject(stBlock.m_lpWords, &stParam, nObjectNum, stBlock.m_nObjectOffset,
+                                         stBlock.m_nInnerOn, stBlock.m_nOuterOn, stBlock.m_nJoinTree, 0);
+    stBlock.m_lpQuery->m_nObjectNum = nObjectNum;
+    stBlock.m_lpQuery->m_nObjectOffset = stBlock.m_nObjectOffset;
     return nCode;
 }
 
@@ -239,23 +240,70 @@ int CParseSql::ParseConditionRange(stu_KestroWordArray* lpWords, const st_PARSEP
     return ERR_OK;
 }
 
+/** WHERE, out of which comparisons with a "(+)" go into the join tree and their conditions into that of the joins. */
 int CParseSql::ParseWhere(QUERYBLOCK& stBlock) {
     const CLAUSERANGE& stClause = stBlock.Clause(CLAUSE_WHERE);
     int nVarNum = 0;
-    const int nCode = ParseConditionRange(stBlock.m_lpWords, stBlock.m_stParam, stClause.m_nBegin, stClause.m_nEnd,
-                                          stBlock.m_nWhere, nVarNum);
+    if (const int nCode = ParseConditionRange(stBlock.m_lpWords, stBlock.m_stParam, stClause.m_nBegin, stClause.m_nEnd,
+                                              stBlock.m_nWhere, nVarNum))
+        return nCode;
     stBlock.m_lpQuery->m_nConditionFieldNum = static_cast<UINT>(nVarNum);
-    return nCode;
+    if (stBlock.m_nWhere == 0) return ERR_OK;
+    const bool bOn = stBlock.m_nInnerOn != 0 || stBlock.m_nOuterOn != 0;
+    CKestroQueueUINT stMoved;
+    if (const int nCode = GetJoinTreeFromCondition(m_stBson, stBlock.m_nWhere, stBlock.m_nJoinTree, stMoved))
+        return Fail(nCode, stClause.m_nBegin);
+    // A query says how it joins in one of the two ways only.
+    if (bOn && !stMoved.empty()) return Fail(ERR_SYNTAX_SELECT, stClause.m_nBegin);
+    for (; !stMoved.empty(); stMoved.pop())
+        if (const int nCode = AddCondition(&m_stBson, CONDITION_NODE, stMoved.front(), LOGIC_AND, stBlock.m_nOuterOn))
+            return nCode;
+    return ERR_OK;
 }
 
 /** Completes the join tree, and brings WHERE and the conditions of the joins together. */
-int CParseSql::ParseJoins(QUERYBLOCK& stBlock) {
-    if (const int nCode = JoinRows(stBlock.m_nWhere, stBlock.m_stRows)) {
-        const QUERYCLAUSE nClause = stBlock.m_nWhere != 0 ? CLAUSE_WHERE : CLAUSE_FROM;
-        return Fail(nCode, stBlock.Clause(nClause).m_nBegin);
+int CParseSql::JoinConditions(QUERYBLOCK& stBlock) {
+    COMMONCONDITION& stCondition = *stBlock.m_lpCondition;
+    if (stBlock.m_nJoinTree != 0) {
+        if (!HasDistinctBits(stBlock.m_nObjectOffset))
+            return Fail(ERR_OBJECT_NUMBER, stBlock.Clause(CLAUSE_FROM).m_nBegin);
+        if (const int nCode = AddBaseRel2JoinTree(m_stBson, stBlock.m_nObjectOffset, stBlock.m_nJoinTree)) return nCode;
+        stBlock.m_lpQuery->m_nQueryPathOffset = stBlock.m_nJoinTree;
     }
-    stBlock.m_lpQuery->m_nQueryPathOffset = stBlock.m_stRows.m_nJoinTree;
-    return JoinConditions(stBlock.m_nWhere, stBlock.m_stRows, *stBlock.m_lpCondition);
+    if (stBlock.m_nInnerOn != 0)
+        if (const int nCode = AddCondition(&m_stBson, CONDITION_NODE, stBlock.m_nInnerOn, LOGIC_AND, stBlock.m_nWhere))
+            return nCode;
+    stCondition.m_nWhereOffset = stBlock.m_nWhere;
+    if (stBlock.m_nOuterOn == 0) return ERR_OK;
+    if (stBlock.m_nWhere == 0) {
+        stCondition.m_nWhereOffset = stBlock.m_nOuterOn;
+        stCondition.m_bJoin = WHERE_JOIN;
+        return ERR_OK;
+    }
+    BASECONDITIONBSON* lpBoth = nullptr;
+    UINT nOffset = 0;
+    if (const int nCode = m_stBson.AllocFromBsonBuffer(lpBoth, nOffset)) return nCode;
+    lpBoth->m_bConditionType1 = lpBoth->m_bConditionType2 = CONDITION_NODE;
+    lpBoth->m_bLogicOperator = LOGIC_AND;
+    lpBoth->m_nConditionOffset1 = stBlock.m_nOuterOn;
+    lpBoth->m_nConditionOffset2 = stBlock.m_nWhere;
+    stCondition.m_nWhereOffset = nOffset;
+    stCondition.m_bJoin = stBlock.m_nJoinTree != 0 ? WHERE_AND_JOIN : WHERE_PLAIN;
+    return ERR_OK;
+}
+
+/** Whether each object has a bit of its own in a join tree's sets; objects 64 apart share one. */
+bool CParseSql::HasDistinctBits(UINT nObjectOffset) {
+    relbitmap nAll = 0;
+    while (nObjectOffset != 0) {
+        const auto* const lpObject = reinterpret_cast<OBJECTBSON*>(m_stBson.ConvertOffset2Addr(nObjectOffset));
+        relbitmap nOne = 0;
+        AddRel(lpObject->m_bObjectNo, nOne);
+        if (BmsOverlap(nAll, nOne)) return false;
+        nAll |= nOne;
+        nObjectOffset = lpObject->m_nNextOffset;
+    }
+    return true;
 }
 
 int CParseSql::ParseHaving(QUERYBLOCK& stBlock) {

@@ -90,7 +90,7 @@ int CFieldChain::Append(EXECUTEFIELDBSON*& lpField, UINT& nOffset) {
 }
 
 LISTITEM CutTitle(const CSqlWordReader& stReader, int nBegin, int nEnd) {
-    const LISTITEM stWhole = {nBegin, nEnd, -1};
+    const LISTITEM stWhole = {nBegin, nEnd};
     const int nTitle = nEnd - 1;
     if (nTitle <= nBegin || stReader.Keyword(nTitle) != WORD_NAME || WantsOperand(stReader.Keyword(nTitle - 1)))
         return stWhole;
@@ -108,7 +108,7 @@ int CParseSql::CutList(stu_KestroWordArray* lpWords, int nBegin, int nEnd, bool 
     stList = {reinterpret_cast<LISTITEM*>(lpBytes), nNum};
     for (int n = 0; n < nNum; ++n) {
         const int nComma = stReader.Find(WORD_COMMA, nBegin, nEnd);
-        stList.m_arItem[n] = bTitles ? CutTitle(stReader, nBegin, nComma) : LISTITEM{nBegin, nComma, -1};
+        stList.m_arItem[n] = bTitles ? CutTitle(stReader, nBegin, nComma) : LISTITEM{nBegin, nComma};
         nBegin = nComma + 1;
     }
     return ERR_OK;
@@ -148,7 +148,7 @@ int CParseSql::ParseField(stu_KestroWordArray* lpWords, const LISTITEM& stItem, 
         if (CopyTitleFromSql(lpszWord, lpWords->m_arWordLen[stItem.m_nTitle], szTitle) == NAME_BAD)
             return Fail(ERR_EXPECT_EXPRESSION, stItem.m_nTitle);
         stField.m_bTitleLen = static_cast<BYTE>(std::strlen(szTitle));
-        if (const int nCode = AddText(szTitle, nOffset)) return nCode;
+        if (const int nCode = CopyToPlan(szTitle, stField.m_bTitleLen, nOffset)) return nCode;
         stField.m_nExpTitleOffset = nOffset;
     }
     CParseExpressionManager stExpression;
@@ -184,20 +184,26 @@ int CParseSql::ParseFieldExpression(stu_KestroWordArray* lpWords, const LISTITEM
 int CParseSql::NameField(const CParseExpressionManager& stExpression, EXECUTEFIELDBSON& stField) {
     const char* lpszName = stExpression.GetExpressionString();
     char szTitle[KESTRO_TITLE_SIZE];
-    if (stField.m_bExpressionType == EXPCLASS_FIELD) {
+    const auto* const lpRoot = reinterpret_cast<st_MATHEXPBSON*>(m_stBson.ConvertOffset2Addr(stField.m_nExpOffset));
+    // "-a" is of the same class and still no lone column.
+    if (stField.m_bExpressionType == EXPCLASS_FIELD && lpRoot->m_bOperator == OP_NONE) {
         if (CopyTitleFromSql(lpszName, static_cast<int>(std::strlen(lpszName)), szTitle) != NAME_BAD)
             lpszName = szTitle;
-        const auto* const lpRoot = reinterpret_cast<st_MATHEXPBSON*>(m_stBson.ConvertOffset2Addr(stField.m_nExpOffset));
-        const auto* const lpElement =
-            reinterpret_cast<MATHEXPELEMENTBSON*>(m_stBson.ConvertOffset2Addr(lpRoot->m_nExpOffset1));
-        if (lpElement && lpRoot->m_bExpressionType1 == EXP_ELEMENT) stField.m_bObjectNo = lpElement->m_bObjectNo;
+        if (lpRoot->m_bExpressionType1 == EXP_ELEMENT)
+            stField.m_bObjectNo =
+                reinterpret_cast<MATHEXPELEMENTBSON*>(m_stBson.ConvertOffset2Addr(lpRoot->m_nExpOffset1))->m_bObjectNo;
     }
-    char szCut[FIELD_NAME_LEN + 1] = "";
     const int nLen = CutLen(lpszName, static_cast<int>(std::strlen(lpszName)), FIELD_NAME_LEN);
-    std::memcpy(szCut, lpszName, static_cast<std::size_t>(nLen));
     UINT nOffset = 0;
     stField.m_bNameLen = static_cast<BYTE>(nLen);
-    if (const int nCode = AddText(szCut, nOffset)) return nCode;
+    if (const int nCode = CopyToPlan(lpszName, nLen, nOffset)) return nCode;
     stField.m_nExpNameOffset = nOffset;
+    return ERR_OK;
+}
+
+int CParseSql::CopyToPlan(const char* lpszText, int nLen, UINT& nOffset) {
+    LPBYTE lpBytes = nullptr;
+    if (const int nCode = m_stBson.AllocFromBsonBuffer(static_cast<UINT>(nLen) + 1, nOffset, lpBytes)) return nCode;
+    std::memcpy(lpBytes, lpszText, static_cast<std::size_t>(nLen));
     return ERR_OK;
 }

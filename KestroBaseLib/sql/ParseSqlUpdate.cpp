@@ -4,7 +4,8 @@
 #include <cstring>
 
 #include "CommonDataDef.h"
-#include "ParseSqlQuery.h"
+#include "ParseSqlRows.h"
+#include "SqlWordReader.h"
 
 namespace {
 
@@ -33,15 +34,14 @@ int CParseSql::ParseUpdate(stu_KestroWordArray* lpWords, int nBegin, int nEnd, E
 int CParseSql::ParseCommonUpdate(stu_KestroWordArray* lpWords, int nBegin, UPDATEEXECUTEPLANBSON& stUpdate) {
     const CSqlWordReader stReader(*this, *lpWords);
     const int nSet = stReader.Find(KW_SET, nBegin, stReader.Num());
-    if (!stReader.Has(nSet)) return Fail(ERR_SYNTAX_UPDATE, nSet);
+    if (!stReader.Has(nSet) || nSet == nBegin) return Fail(ERR_SYNTAX_UPDATE, nSet);
     const int nWhere = stReader.Find(KW_WHERE, nSet + 1, stReader.Num());
-    ROWSELECTION stRows{ERR_SYNTAX_UPDATE};
-    if (const int nCode = ParseRowObjects(lpWords, nBegin, nSet, stRows)) return nCode;
-    stUpdate.m_stExecuteObject.m_nObjectOffset = stRows.m_nObjectOffset;
+    ROWSELECTION stRows(lpWords);
+    if (const int nCode = ParseRowObjects(nBegin, nSet, stRows)) return nCode;
+    stUpdate.m_stExecuteObject.m_nObjectOffset = stRows.m_stBlock.m_nObjectOffset;
     if (const int nCode = ParseUpdateField(lpWords, nSet + 1, nWhere, stUpdate)) return nCode;
-    if (const int nCode = ParseRowCondition(lpWords, nWhere, stRows)) return nCode;
-    stUpdate.m_nQueryPlanOffset = stRows.m_nQueryOffset;
-    return ERR_OK;
+    stUpdate.m_nQueryPlanOffset = stRows.m_stBlock.m_nOffset;
+    return ParseRowCondition(nWhere, stRows);
 }
 
 int CParseSql::ParseUpdateField(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UPDATEEXECUTEPLANBSON& stUpdate) {
@@ -84,7 +84,7 @@ int CParseSql::ParseUpdateName(stu_KestroWordArray* lpWords, int& nWord, EXECUTE
     if (*szName[1] && stField.m_bObjectNo == 0) return Fail(ERR_EXPECT_TABLE_NAME, nFirst);
     UINT nText = 0;
     stField.m_bNameLen = static_cast<BYTE>(std::strlen(szName[2]));
-    const int nCode = AddText(szName[2], nText);
+    const int nCode = CopyToPlan(szName[2], stField.m_bNameLen, nText);
     stField.m_nExpNameOffset = nText;
     return nCode;
 }

@@ -4,7 +4,8 @@
 
 /**
  * Conditions of a plan as one line, operators in front: `(and (= A:1 1d:4) !(in B:1 {1d 2d}))`. Behind each side stands
- * its class; "!" negates. A root that wraps a comparison prints as that. Comparisons:
+ * its class; "!" negates. A root that wraps a comparison prints as that, a node inside that does in braces; "-" is an
+ * operand that a join has taken. Comparisons:
  *
  *     (=l x y)  (=r x y)   with a "(+)" on the left, on the right     (is x y) (isnot x y)
  *     (in x {1d 2d})       constants                                  (in x [A 2d])  other lists  (in x [q]) subqueries
@@ -18,21 +19,26 @@ public:
         const auto* const lp = m_stPlan.Record<BASECONDITIONBSON>(nOffset);
         if (!lp) return nOffset == 0 ? "none" : "BAD";
         if (lp->m_bLogicOperator != LOGIC_NONE) return Node(nOffset);
-        const bool bWrapper = lp->m_bConditionType1 == CONDITION_COMPARE && lp->m_bConditionType2 == CONDITION_NONE &&
-                              lp->m_nConditionOffset2 == 0 && lp->m_bLogicNot == 0;
-        return bWrapper ? Comparison(lp->m_nConditionOffset1) : "BAD";
+        const std::string strNode = Node(nOffset);
+        return strNode.front() == '{' ? strNode.substr(1, strNode.size() - 2) : strNode;
     }
 
 private:
     std::string Node(UINT nOffset) const {
         const auto* const lp = m_stPlan.Record<BASECONDITIONBSON>(nOffset);
-        if (!lp || (lp->m_bLogicOperator != LOGIC_AND && lp->m_bLogicOperator != LOGIC_OR)) return "BAD";
-        return (lp->m_bLogicNot ? "!(" : "(") + std::string(lp->m_bLogicOperator == LOGIC_AND ? "and " : "or ") +
-               Operand(lp->m_bConditionType1, lp->m_nConditionOffset1) + " " +
-               Operand(lp->m_bConditionType2, lp->m_nConditionOffset2) + ")";
+        if (!lp) return "BAD";
+        const std::string strFirst = Operand(lp->m_bConditionType1, lp->m_nConditionOffset1);
+        const std::string strSecond = Operand(lp->m_bConditionType2, lp->m_nConditionOffset2);
+        std::string strText(lp->m_bLogicNot ? "!" : "");
+        if (lp->m_bLogicOperator == LOGIC_NONE)
+            return strText.empty() && strSecond == "-" ? strText.append("{").append(strFirst).append("}") : "BAD";
+        if (lp->m_bLogicOperator != LOGIC_AND && lp->m_bLogicOperator != LOGIC_OR) return "BAD";
+        strText.append(lp->m_bLogicOperator == LOGIC_AND ? "(and " : "(or ");
+        return strText.append(strFirst).append(" ").append(strSecond).append(")");
     }
 
     std::string Operand(BYTE bType, UINT nOffset) const {
+        if (bType == CONDITION_NONE) return nOffset == 0 ? "-" : "BAD";
         return bType == CONDITION_NODE ? Node(nOffset) : bType == CONDITION_COMPARE ? Comparison(nOffset) : "BAD";
     }
 
@@ -80,27 +86,14 @@ private:
         const bool bLeft = IsMarked(st.m_nMathExpOffset1), bRight = bTwoSides && IsMarked(st.m_nMathExpOffset2);
         const BYTE bJoin = !bTwoSides ? 0 : bLeft ? OUTER_LEFT : bRight ? OUTER_RIGHT : OUTER_NONE;
         if (st.m_bJoinType != bJoin) return "BAD";
-        static constexpr std::pair<BYTE, const char*> WORDS[] = {{COMPARE_BARE, "bare"},
-                                                                 {OP_LIKE, "like"},
-                                                                 {OP_IN, "in"},
-                                                                 {OP_NOT_IN, "notin"},
-                                                                 {OP_EXISTS, "exists"},
-                                                                 {OP_NOT_EXISTS, "notexists"},
-                                                                 {OP_NOT_LIKE, "notlike"},
-                                                                 {OP_EQUAL, "="},
-                                                                 {OP_NOT_EQUAL, "!="},
-                                                                 {OP_GREATER, ">"},
-                                                                 {OP_GREATER_EQUAL, ">="},
-                                                                 {OP_LESS, "<"},
-                                                                 {OP_LESS_EQUAL, "<="},
-                                                                 {OP_BETWEEN, "between"},
-                                                                 {COMPARE_PRIOR_EQUAL, "prior"},
-                                                                 {OP_IS, "is"},
-                                                                 {OP_IS_NOT, "isnot"}};
-        for (const auto& [bCode, lpszWord] : WORDS)
-            if (bCode == st.m_bOperator)
-                return lpszWord + std::string(bJoin == OUTER_LEFT ? "l" : bJoin == OUTER_RIGHT ? "r" : "");
-        return "op" + std::to_string(st.m_bOperator);
+        // By their codes.
+        static constexpr const char* WORDS[] = {
+            "bare", "",   "", "",        "",        "", "", "like",  "in", "notin", "exists", "notexists",
+            "",     "",   "", "",        "notlike", "", "", "",      "=",  "!=",    ">",      ">=",
+            "<",    "<=", "", "between", "",        "", "", "prior", "",   "",      "is",     "isnot"};
+        const std::string strWord = st.m_bOperator < std::size(WORDS) ? WORDS[st.m_bOperator] : "";
+        if (strWord.empty()) return "op" + std::to_string(st.m_bOperator);
+        return strWord + (bJoin == OUTER_LEFT ? "l" : bJoin == OUTER_RIGHT ? "r" : "");
     }
 
     bool IsMarked(UINT nOffset) const {
