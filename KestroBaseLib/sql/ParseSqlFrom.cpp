@@ -147,7 +147,7 @@ int CParseSql::CFromList::ParseDerived() {
     if (nClose < 0) return m_stParse.Fail(ERR_SYNTAX_SELECT, nOpen);
     st_PARSEPARAM stParam;
     stParam.m_nBeginPos = nOpen + 1;
-    stParam.m_nEndPos = nClose;
+    stParam.m_nEndPos = stParam.m_nQueryEnd = nClose;
     stParam.m_bSubQueryType = SUBQUERY_PLAIN;
     int bLockOption = 0;
     BYTE bExecuteParam = FOR_UPDATE_NONE;
