@@ -153,11 +153,6 @@ int CParseExpressionManager::ParseElement(st_PARSEPARAM& stParam, UINT& nOffset)
     return bName ? ParseNamed(stParam, stName, nOffset) : ParseNumber(nPos, nOffset);
 }
 
-bool CParseExpressionManager::IsLiteral(int nKeyword) {
-    return nKeyword == WORD_STRING || nKeyword == WORD_INTEGER || nKeyword == WORD_DECIMAL || nKeyword == KW_NULL ||
-           nKeyword == WORD_EMPTY || nKeyword == WORD_QUESTION;
-}
-
 int CParseExpressionManager::ParseLiteral(st_PARSEPARAM& stParam, UINT& nOffset) {
     switch (Keyword(stParam.m_nBeginPos)) {
         case WORD_STRING:

@@ -34,10 +34,8 @@ int CParseExpressionManager::ParseTree(st_PARSEPARAM* lpParam) {
     if (nFirst == WORD_STAR && nBegin + 1 == nEnd) return ParseAllFields();
     // A literal alone, as nearly all values of rows are, needs neither stack nor queue.
     if (nBegin + 1 == nEnd && IsLiteral(nFirst)) {
-        UINT nLiteral = 0;
-        if (const int nCode = ParseLiteral(stParam, nLiteral)) return nCode;
         Push(nBegin);
-        return WrapOperand(EXP_ELEMENT, nLiteral);
+        return ParseLoneLiteral(nBegin);
     }
     if (nFirst == WORD_PAREN_CLOSE || CheckValidOperator(nBegin, stParam.m_bCondition) == OPCLASS_BINARY)
         return Fail(ERR_EXPECT_EXPRESSION, nBegin);
@@ -49,6 +47,15 @@ int CParseExpressionManager::ParseTree(st_PARSEPARAM* lpParam) {
     if (const int nCode = PopOperators(PRIORITY_NONE)) return nCode;
     const int nCode = CreateMathExpression();
     return nCode == ERR_OK ? ERR_OK : Fail(nCode, nEnd - 1);
+}
+
+int CParseExpressionManager::ParseLoneLiteral(int nPos) {
+    st_PARSEPARAM stParam;
+    stParam.m_nBeginPos = nPos;
+    stParam.m_nEndPos = nPos + 1;
+    UINT nLiteral = 0;
+    if (const int nCode = ParseLiteral(stParam, nLiteral)) return nCode;
+    return WrapOperand(EXP_ELEMENT, nLiteral);
 }
 
 /** The word at `nPos` and those that belong to it; `nPos` is the last of them then. */

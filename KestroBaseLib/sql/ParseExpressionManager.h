@@ -1,6 +1,7 @@
 #pragma once
 
 #include "BaseBson.h"
+#include "KestroKeyword.h"
 #include "KestroQueue.h"
 #include "KestroStack.h"
 #include "ParseSqlWords.h"
@@ -123,6 +124,16 @@ public:
     [[nodiscard]] int ParseMathElement(st_PARSEPARAM* lpParam, UINT& nOffset);
     /** One call of function `bCode` at `m_nBeginPos`; its last word is `m_nEndPos` then. */
     [[nodiscard]] int ParseFunction(st_PARSEPARAM* lpParam, BYTE bCode, BYTE& bState);
+    /** Whether a word of this code is a literal by itself: a text, a number, NULL or "?". */
+    static bool IsLiteral(int nKeyword) {
+        return nKeyword == WORD_STRING || nKeyword == WORD_INTEGER || nKeyword == WORD_DECIMAL || nKeyword == KW_NULL ||
+               nKeyword == WORD_EMPTY || nKeyword == WORD_QUESTION;
+    }
+    /**
+     * The expression that such a word is, EXPCLASS_CONSTANT, as `ParseMathExpression` makes it but for the text. One
+     * object may do so for many words.
+     */
+    [[nodiscard]] int ParseLoneLiteral(int nPos);
     /** Folds the postfix queue into a tree. */
     [[nodiscard]] int CreateMathExpression();
 
@@ -259,7 +270,6 @@ private:
     bool ReadName(int nPos, NAME& stName) const;
     int NewWordField(int nPos, UINT& nOffset);
     int ParseElement(st_PARSEPARAM& stParam, UINT& nOffset);
-    static bool IsLiteral(int nKeyword);
     int ParseLiteral(st_PARSEPARAM& stParam, UINT& nOffset);
     /** Makes an operand that isn't an expression the root, under a node of its own. */
     int WrapOperand(BYTE bKind, UINT nOperand);

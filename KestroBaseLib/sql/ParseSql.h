@@ -80,7 +80,6 @@ public:
     EXECUTEPLANBSON* GetExecutePlan() { return m_stBson.GetExecutePlan(); }
 
     // --- queries inside statements: the words of a range, whose end the cursor keeps
-    // ----------------------------------
 
     /** A query expression with its set operations; `nOffset` is the record of its first query. */
     [[nodiscard]] int ParseCommonQuery(stu_KestroWordArray* lpWords, st_PARSEPARAM* lpParam, int& bLockOption,
@@ -126,8 +125,10 @@ public:
     /** The same for an object with an alias: ERR_DUPLICATE_ALIAS if the query has this one already. */
     [[nodiscard]] int SetObjectTitle(const char* lpszDatabase, const char* lpszName, BYTE bType, const char* lpszTitle,
                                      BYTE& bNo);
-    /** Opens a query inside the current one: ERR_NESTED_QUERY at the 32nd level, or for the 256th. `LeaveQuery` closes
-     * it. */
+    /**
+     * Opens a query inside the current one, which `LeaveQuery` closes. ERR_NESTED_QUERY at the 32nd level, or for the
+     * 256th query.
+     */
     [[nodiscard]] int EnterQuery();
     void LeaveQuery() { --m_bQueryLevel; }
     BYTE GetQueryLevel() const { return m_bQueryLevel; }
@@ -252,7 +253,8 @@ private:
     int CountInsertRows(stu_KestroWordArray* lpWords, int nBegin, INSERTROWS& stRows);
     int ParseInsertRows(stu_KestroWordArray* lpWords, int nBegin, INSERTEXECUTEPLANBSON& stInsert,
                         EXECUTEPLANBSON* lpPlan);
-    int ParseInsertValue(stu_KestroWordArray* lpWords, int& nWord, int nValueNum, RSFIELDBSON* lpField);
+    int ParseInsertValue(stu_KestroWordArray* lpWords, int& nWord, int nValueNum, CParseExpressionManager& stLiterals,
+                         RSFIELDBSON* lpField);
     int ParseUpdateField(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UPDATEEXECUTEPLANBSON& stUpdate);
     int ParseUpdateName(stu_KestroWordArray* lpWords, int& nWord, EXECUTEFIELDBSON& stField);
     int ParseRowObjects(int nBegin, int nEnd, ROWSELECTION& stRows);

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "CommonDataDef.h"
+#include "ParseExpressionManager.h"
 #include "ParseSqlQuery.h"
 
 namespace {
@@ -19,12 +20,17 @@ bool IsQuery(const CSqlWordReader& stReader, int nWord) {
     return stReader.Keyword(nWord) == KW_SELECT;
 }
 
-/** The "," or ")" behind a value that begins at `nWord`; its own brackets are known to close. */
-int FindValueEnd(const CSqlWordReader& stReader, int nWord) {
+/** A word of one byte, which a sign is; 0 for all others. Their codes aren't needed to cut rows. */
+char SignAt(const stu_KestroWordArray& stWords, int nWord) {
+    return stWords.m_arWordLen[nWord] == 1 ? *stWords.m_arWord[nWord] : '\0';
+}
+
+/** The "," or ")" behind a value that begins at `nWord`; brackets are known to close. */
+int FindValueEnd(const stu_KestroWordArray& stWords, int nWord) {
     for (int nDepth = 0;; ++nWord) {
-        const int nKeyword = stReader.Keyword(nWord);
-        if (nDepth == 0 && (nKeyword == WORD_COMMA || nKeyword == WORD_PAREN_CLOSE)) return nWord;
-        nDepth += (nKeyword == WORD_PAREN_OPEN) - (nKeyword == WORD_PAREN_CLOSE);
+        const char chSign = SignAt(stWords, nWord);
+        if (nDepth == 0 && (chSign == ',' || chSign == ')')) return nWord;
+        nDepth += (chSign == '(') - (chSign == ')');
     }
 }
 
@@ -154,18 +160,18 @@ int CParseSql::CountInsertRows(stu_KestroWordArray* lpWords, int nBegin, INSERTR
     const int nEnd = lpWords->m_nNum;
     for (int i = nBegin;; ++i) {
         const int nRow = i;
-        if (GetKeyword(lpWords, i) != WORD_PAREN_OPEN) return Fail(ERR_SYNTAX_INSERT, i);
+        if (i >= nEnd || SignAt(*lpWords, i) != '(') return Fail(ERR_SYNTAX_INSERT, i);
         int nValueNum = 1;
         for (int nDepth = 1; nDepth != 0;) {
             if (++i >= nEnd) return Fail(ERR_SYNTAX_INSERT, nEnd);
-            const int nKeyword = GetKeyword(lpWords, i);
-            nDepth += (nKeyword == WORD_PAREN_OPEN) - (nKeyword == WORD_PAREN_CLOSE);
-            nValueNum += nKeyword == WORD_COMMA && nDepth == 1;
+            const char chSign = SignAt(*lpWords, i);
+            nDepth += (chSign == '(') - (chSign == ')');
+            nValueNum += chSign == ',' && nDepth == 1;
         }
         if (stRows.m_nRowNum++ == 0) stRows.m_nValueNum = nValueNum;
         if (nValueNum != stRows.m_nValueNum || nValueNum > ROW_VALUE_NUM_MAX) return Fail(ERR_SYNTAX_INSERT, nRow);
         if (++i == nEnd) return ERR_OK;
-        if (GetKeyword(lpWords, i) != WORD_COMMA) return Fail(ERR_SYNTAX_INSERT, i);
+        if (SignAt(*lpWords, i) != ',') return Fail(ERR_SYNTAX_INSERT, i);
     }
 }
 
@@ -188,27 +194,34 @@ int CParseSql::ParseInsertRows(stu_KestroWordArray* lpWords, int nBegin, INSERTE
 
     auto* const lpHead = reinterpret_cast<RECORDHEAD*>(lpBytes);
     auto* const lpField = reinterpret_cast<RSFIELDBSON*>(lpBytes + nHeads);
+    CParseExpressionManager stLiterals;
+    stLiterals.Initial(&m_stBson, lpWords, this);
     int nWord = nBegin;
     for (UINT i = 0; i < stRows.m_nRowNum; ++i) {
         RSFIELDBSON* const lpFirst = lpField + std::size_t{i} * nValueNum;
         lpHead[i].m_bOperationType = RECORD_INSERT;
         lpHead[i].m_bFieldNum = static_cast<BYTE>(nValueNum);
         lpHead[i].m_nRsFieldOffset = m_stBson.GetOffset(reinterpret_cast<const BYTE*>(lpFirst));
-        if (const int nCode = ParseInsertValue(lpWords, nWord, stRows.m_nValueNum, lpFirst)) return nCode;
+        if (const int nCode = ParseInsertValue(lpWords, nWord, stRows.m_nValueNum, stLiterals, lpFirst)) return nCode;
     }
     return ERR_OK;
 }
 
 /** The values of the row whose bracket is `nWord`, which then is behind the "," that follows the row. */
-int CParseSql::ParseInsertValue(stu_KestroWordArray* lpWords, int& nWord, int nValueNum, RSFIELDBSON* lpField) {
-    const CSqlWordReader stReader(*this, *lpWords);
+int CParseSql::ParseInsertValue(stu_KestroWordArray* lpWords, int& nWord, int nValueNum,
+                                CParseExpressionManager& stLiterals, RSFIELDBSON* lpField) {
     for (int i = 0; i < nValueNum; ++i) {
         const int nBegin = nWord + 1;
-        nWord = FindValueEnd(stReader, nBegin);
+        nWord = FindValueEnd(*lpWords, nBegin);
         if (nWord == nBegin) return Fail(ERR_SYNTAX_INSERT, nWord);
         UINT nOffset = 0;
-        BYTE bClass = EXPCLASS_NONE;
-        if (const int nCode = ParseValue(lpWords, nBegin, nWord, nOffset, bClass)) return nCode;
+        BYTE bClass = EXPCLASS_CONSTANT;
+        if (nWord == nBegin + 1 && CParseExpressionManager::IsLiteral(GetKeyword(lpWords, nBegin))) {
+            if (const int nCode = stLiterals.ParseLoneLiteral(nBegin)) return Fail(nCode, nBegin);
+            nOffset = stLiterals.GetExpressionOffset();
+        } else if (const int nCode = ParseValue(lpWords, nBegin, nWord, nOffset, bClass)) {
+            return nCode;
+        }
         lpField[i].m_bTempNo = static_cast<BYTE>(i + 1);
         lpField[i].m_bFlag = bClass;
         lpField[i].m_nFieldDataOffset = nOffset;

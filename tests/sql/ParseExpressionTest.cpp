@@ -103,6 +103,8 @@ TEST(ParseExpression, TreesOfOperatorsAndOperands) {
         {"interval + 1", "(+ INTERVAL 1)"},
         {"sysdate + 1", "(+ (name-or-call (f50) sysdate) 1)"},
         {"-sysdate", "(neg (name-or-call (f50) sysdate))"},
+        {"a + (select b from w)", "(+ A [q])"},
+        {"abs((select max(b) from w)) - any(select b from w)", "(- (f61 {[q]}) [q])"},
         {"now() - pi", "(- (f50) (name-or-call (f155) pi))"},
     };
     for (const ROW& stRow : ROWS)
@@ -165,6 +167,7 @@ TEST(ParseExpression, ErrorsTellTheirWord) {
         {"any(a)", "558 at 2"},
         {"(select 1", "505 at 1"},
         {"(select 1)", "505 at 3"},
+        {"1 + (select b from w for update)", "567 at 3"},
         {"concat(a)", "515 at 1"},
         {"abs", "517 at 1"},
         {"abs(a", "517 at 1"},
