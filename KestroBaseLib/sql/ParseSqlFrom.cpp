@@ -140,7 +140,8 @@ int CParseSql::CFromList::ParsePlace() {
     return Keyword(m_nPos + 1) == KW_SELECT ? ParseDerived() : OpenBracket();
 }
 
-// Registered behind its query, so that this doesn't see it; under a name that no text can have.
+// Registered behind its query, so that this doesn't see it; under a name that no text can have. Its query is a
+// subquery like one in a condition: it has no page and no stamp of its own.
 int CParseSql::CFromList::ParseDerived() {
     const int nOpen = m_nPos;
     const int nClose = m_stReader.FindClose(nOpen, m_nEnd);
