@@ -140,14 +140,15 @@ int CParseSql::CFromList::ParsePlace() {
     return Keyword(m_nPos + 1) == KW_SELECT ? ParseDerived() : OpenBracket();
 }
 
-// Registered behind its query, so that this doesn't see it; under a name that no text can have.
+// Registered behind its query, so that this doesn't see it; under a name that no text can have. Its query is a
+// subquery like one in a condition: it has no page and no stamp of its own.
 int CParseSql::CFromList::ParseDerived() {
     const int nOpen = m_nPos;
     const int nClose = m_stReader.FindClose(nOpen, m_nEnd);
     if (nClose < 0) return m_stParse.Fail(ERR_SYNTAX_SELECT, nOpen);
     st_PARSEPARAM stParam;
     stParam.m_nBeginPos = nOpen + 1;
-    stParam.m_nEndPos = nClose;
+    stParam.m_nEndPos = stParam.m_nQueryEnd = nClose;
     stParam.m_bSubQueryType = SUBQUERY_PLAIN;
     int bLockOption = 0;
     BYTE bExecuteParam = FOR_UPDATE_NONE;
