@@ -25,12 +25,11 @@ struct CONFIGPLACE;
 struct CONFIGSHAREDAREA;
 class ConfigHelper;
 
-/** A semaphore that guards something within the process. */
+/** A semaphore that guards something within the process, for all its life. */
 struct KESTRO_SECTION {
     sem_t m_stSemaphore;
 
     KESTRO_SECTION() { sem_init(&m_stSemaphore, 0, 1); }
-    ~KESTRO_SECTION() { sem_destroy(&m_stSemaphore); }
     KESTRO_SECTION(const KESTRO_SECTION&) = delete;
     KESTRO_SECTION& operator=(const KESTRO_SECTION&) = delete;
 };
