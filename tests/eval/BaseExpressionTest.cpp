@@ -26,7 +26,7 @@ TEST(BaseExpression, WorksOutOperators) {
         ( plus dec:2 ) -> dec:2; ( neg dec:2 ) -> dec:-2; ( neg int:2 ) -> big:-2; ( neg ( neg int:2 ) ) -> big:2
         ( + int:2147483647 int:1 ) -> big:2147483648; ( - dec:1.5 dec:2 ) -> dec:-0.5; ( * dec:1.5 int:2 ) -> dec:3.0
         ( / int:7 int:2 ) -> dbl:3.5; ( / int:7 int:0 ) -> null; ( || txt:a null ) -> txt:a; ( || int:1 txt:b ) -> txt:1b
-        ( DIV int:-7 int:2 ) -> big:-3; ( DIV int:5 int:0 ) -> null; ( DIV dec:7.9 txt:2.9 ) -> big:3
+        ( || null default ) -> empty; ( DIV int:-7 int:2 ) -> big:-3; ( DIV int:5 int:0 ) -> null; ( DIV dec:7.9 txt:2.9 ) -> big:3
         ( DIV null int:1 ) -> null; ( DIV blob:a int:1 ) -> null
         ( DIV big:-9223372036854775808 int:-1 ) -> big:-9223372036854775808
         ( ~ int:0 ) -> big:-1; ( & int:6 int:3 ) -> big:2; ( ^ int:6 int:3 ) -> big:5; ( | int:6 int:3 ) -> big:7
