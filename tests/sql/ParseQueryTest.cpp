@@ -274,7 +274,7 @@ TEST(ParseQueryTest, HostileStatementsEnd) {
         {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY - 1, ")") + " union select 1 from t)",
          "q1.1 1=1:4 from 1:T then q2.1 1=1:4 from 2:T"},
         {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY, " union select 1 from t)") + " union select 1 from t",
-         "1541 at 199"},
+         "1541 at 63"},
         {"select 1 from " + Repeat(MANY, "(") + "t" + Repeat(MANY, ")"), "q1.1 1=1:4 from 1:T"},
         {"select " + Repeat(MANY, ",") + " from t", "515 at 0"},
     };
