@@ -7,4 +7,5 @@
 #include "PlanRecords.h"
 #include "PlanRecordsDdl.h"
 #include "PlanRecordsQuery.h"
+#include "RecordsetRecords.h"
 #include "VarData.h"

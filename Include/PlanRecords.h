@@ -164,7 +164,7 @@ struct KESTRO_PACKED RECORDHEAD {
     std::int64_t m_nDataID;  // row id
     int m_nRecordLen;        // length of the new record
     UINT m_nFieldDataAddrID; // field data
-    UINT m_nRsFieldOffset;   // recordset field table
+    UINT m_nRsFieldOffset;   // its values, `m_bFieldNum` one behind the other
     UINT m_nOldRecordLen;    // length of the old image
     UINT m_nOldRecordAddrID; // old image
     union KESTRO_PACKED {
@@ -172,6 +172,16 @@ struct KESTRO_PACKED RECORDHEAD {
         UINT m_nInsertPlanIndex;      // index into the insert plans
     };
     std::int64_t m_nRemoveDataID; // row id of a removal
+};
+
+/** A value of a row: its stored form in a write-back, its expression in an INSERT. */
+struct KESTRO_PACKED RSFIELDBSON {
+    BYTE m_bFieldNo;         // 0
+    BYTE m_bTempNo;          // number of the field, from 1; in an INSERT the place in the row
+    BYTE m_bReserved;        // 0
+    BYTE m_bFlag;            // 1; in an INSERT the class of the expression, EXPCLASS
+    UINT m_nFieldDataLen;    // bytes of the value; 0 in an INSERT
+    UINT m_nFieldDataOffset; // the value; in an INSERT the root of the expression
 };
 
 /** One block, in a general section. */
