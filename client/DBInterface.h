@@ -84,11 +84,28 @@ public:
     [[nodiscard]] int GetExecutePlanInfo(const char* lpszSql, EXECUTEPLANDESCRIBE* pDescribe,
                                          MF_EXECUTE_STATISTICS* pStat);
 
+    /**
+     * Runs a statement as its first word tells: EXPLAIN into the description, SELECT (its first 100 rows) into the
+     * recordset, others as a command. The text is trimmed in place. 503 for null; an empty statement notes 537 in the
+     * statistics and answers 0; 0x80004005 for a word that it doesn't know.
+     */
+    [[nodiscard]] int SqlQuery(char* lpszSql, int& nCount, CMemDBRecordset& stRecordset, EXECUTEPLANDESCRIBE* pDescribe,
+                               MF_EXECUTE_STATISTICS* pStat);
+    /**
+     * Trims a statement in place, of the brackets around it too, and answers where it starts, null for null. Its first
+     * word, cut to 32 bytes, goes into a buffer of 34.
+     */
+    static char* RemoveSpaceFromString(char* lpszSql, char* lpszWord);
+
     // One attempt each, without clock and recovery: they compile, take the lock into the record, and exchange.
     [[nodiscard]] int TCPExecuteCommand(KESTROCRITICALSECTION* pRecord, const char* lpszSql, int& nAffect,
                                         MF_EXECUTE_STATISTICS* pStat, KESTROPROGRESS lpfnProgress, void* pUser);
     [[nodiscard]] int TCPExecuteCommand(KESTROCRITICALSECTION* pRecord, void* pCursor, int& nAffect,
                                         MF_EXECUTE_STATISTICS* pStat, KESTROPROGRESS lpfnProgress, void* pUser);
+    [[nodiscard]] int TCPGetRecordset(KESTROCRITICALSECTION* pRecord, const char* lpszSql, CMemDBRecordset& stRecordset,
+                                      MF_EXECUTE_STATISTICS* pStat, int nPageNo, int nPageSize);
+    [[nodiscard]] int TCPUpdateRecordset(KESTROCRITICALSECTION* pRecord, CMemDBRecordset& stRecordset,
+                                         MF_EXECUTE_STATISTICS* pStat);
     [[nodiscard]] int TCPGetExecutePlanInfo(KESTROCRITICALSECTION* pRecord, const char* lpszSql, EXECUTEPLANINFO* pInfo,
                                             MF_EXECUTE_STATISTICS* pStat);
     [[nodiscard]] int TCPStartTransactionLogic(KESTROCRITICALSECTION* pRecord, const char* lpszParam, int& nTransaction,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <memory>
 #include <span>
@@ -84,6 +85,8 @@ struct COMMANDROW {
 enum COMMANDNO : BYTE {
     COMMAND_EXECUTE,
     COMMAND_EXECUTE_CURSOR,
+    COMMAND_QUERY,
+    COMMAND_UPDATE_RS,
     COMMAND_PLAN_INFO,
     COMMAND_BEGIN_TX,
     COMMAND_END_TX,
@@ -114,6 +117,10 @@ inline constexpr COMMANDROW COMMANDS[] = {
         {11, false, MSG_SERVER_FAILURE_SQL}, {1, 4, 5, 13, 12, 0, 0, 0}},
     {"TCPExecuteCommand", 62, MF_CMD_EXECUTE, SEND_PLAN, LINK_REPAIR, true, TOKEN_RESEND, BODY_NONE, false, false,
         {11, false, MSG_SERVER_FAILURE_SQL}, {1, 4, 5, 13, 12, 0, 0, 0}},
+    {"TCPGetRecordset", 12, MF_CMD_QUERY, SEND_PLAN, LINK_REPAIR, true, TOKEN_RESEND, BODY_OWNED, false, true,
+        {13, false, MSG_SERVER_FAILURE_SQL}, {1, 4, 5, 14, 0, 11, 12, 0}},
+    {"TCPUpdateRecordset", 13, MF_CMD_UPDATE_RS, SEND_PARTS, LINK_ATTEMPT, true, TOKEN_RESEND, BODY_NONE, false, false,
+        {11, false, MSG_SERVER_FAILURE}, {1, 5, 6, 13, 12, 0, 0, 4}},
     {"TCPGetExecutePlanInfo", 14, MF_CMD_PLAN_INFO, SEND_PARTS, LINK_ATTEMPT, true, TOKEN_RESEND, BODY_EXACT, false, false,
         {11, false, MSG_SERVER_FAILURE_SQL}, {1, 5, 6, 14, 0, 12, 13, 4}},
     {"TCPStartTransactionLogic", 15, MF_CMD_BEGIN_TX, SEND_HEAD, LINK_REPAIR, true, TOKEN_RESEND, BODY_NONE, false, false,
@@ -207,6 +214,22 @@ struct EXCHANGE {
         m_bNote = m_stRow.m_bErrnoNoted;
         m_nNote = nNote;
     }
+};
+
+/** The caller's statistics, or a block in their place; the caller's are written at the end. */
+class CStatistics {
+public:
+    explicit CStatistics(void* pStatistics) : m_pOut(pStatistics) {}
+    CStatistics(const CStatistics&) = delete;
+    CStatistics& operator=(const CStatistics&) = delete;
+    ~CStatistics() {
+        if (m_pOut) std::memcpy(m_pOut, &m_stStat, sizeof m_stStat);
+    }
+
+    MF_EXECUTE_STATISTICS m_stStat{};
+
+private:
+    void* m_pOut;
 };
 
 /** Puts a text into a field of a record: at most `nMost` of its bytes, the rest zeros. Null is empty. */

@@ -31,19 +31,6 @@ constexpr OPERATIONROW OPERATION_EXECUTE_CURSOR{"Execute", 50, MSG_EXCEPTION, MS
 constexpr MESSAGE MSG_PARSE_FAILED{"解析SQL语句[%s]失败，返回值：%d",
                                    "Failed to parse SQL statement [%s], return value: %d"};
 
-/** The caller's statistics, or a block in their place. */
-class CStatistics {
-public:
-    explicit CStatistics(void* pStatistics) : m_pOut(pStatistics) {}
-    ~CStatistics() {
-        if (m_pOut) std::memcpy(m_pOut, &m_stStat, sizeof m_stStat);
-    }
-    MF_EXECUTE_STATISTICS m_stStat{};
-
-private:
-    void* m_pOut;
-};
-
 const char* Shown(const char* lpszSql) {
     return lpszSql ? lpszSql : "";
 }
