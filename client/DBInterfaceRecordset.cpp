@@ -104,7 +104,7 @@ int CDBInterface::TCPUpdateRecordset(KESTROCRITICALSECTION* pRecord, CMemDBRecor
     }
     const auto* const lpUpdate =
         reinterpret_cast<const UPDATERECORDSETPLANBSON*>(pBson->ConvertOffset2Addr(pPlan->m_nCommandOffset));
-    if (!lpUpdate || lpUpdate->m_stExecuteObject.m_nExecuteStepNum == 0) return ERR_OK;
+    if (!lpUpdate || lpUpdate->m_stExecuteObject.m_stExecuteStep.m_nExecuteStepNum == 0) return ERR_OK;
 
     CKestroCriticalSectionPtr csLock(&m_csLock, pRecord);
     StampPlan(pPlan);
