@@ -74,9 +74,9 @@ struct COMMANDROW {
     bool m_bRepeatClosed; // a link that was closed while the reply was due gets a further attempt, as a reset one does
     TOKENRULE m_nToken;
     BODYRULE m_nBody;
-    bool m_bCheckProtocol;       // a reply of another protocol is told apart: 66
-    bool m_bErrnoNoted;          // a broken link notes errno, or the count sent, instead of the code. Intended.
-    FAILURELINE m_stFailure;     //
+    bool m_bCheckProtocol; // a reply of another protocol is told apart: 66
+    bool m_bErrnoNoted;    // a broken link notes errno, or the count sent, instead of the code. Intended.
+    FAILURELINE m_stFailure;
     BYTE m_arPlace[EVENT_COUNT]; // NNN of the common lines, 0 where there is none
 
     int LogCode(int nPlace) const { return 888'000'000 + m_nOperation * 1000 + nPlace; }

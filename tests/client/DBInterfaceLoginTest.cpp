@@ -37,7 +37,6 @@ protected:
 
     std::string m_strCluster;
     CScriptedPeer::SCRIPT m_Script;
-    CTestLink m_stLink;
 };
 
 TEST_F(DBInterfaceLogin, ProbesAndLogsIn) {

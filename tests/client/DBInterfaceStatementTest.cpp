@@ -13,10 +13,13 @@ protected:
         m_stPeer.Frames(0, true);
         Log();
     }
+    void TearDown() override {
+        m_Script = Welcome;
+        CLinkTest::TearDown();
+    }
 
     CScriptedPeer::SCRIPT m_Script = Welcome;
     CScriptedPeer m_stPeer{[this](const PEERFRAME& stFrame) { return m_Script(stFrame); }};
-    CTestLink m_stLink;
 };
 
 TEST_F(DBInterfaceStatement, CallsAgainWhenTheClusterIsBack) {

@@ -65,6 +65,7 @@ protected:
         };
     }
     void TearDown() override {
+        m_stLink.Close();
         Log();
         g_stPlatform.m_lpfnSleep = m_stPlatform.m_lpfnSleep;
         CTraceManage::DestoryInstance();
@@ -116,4 +117,5 @@ protected:
     static inline std::atomic<std::int64_t> m_nNow, m_nSlept;
     static inline std::atomic<unsigned> m_nUuid;
     const PLATFORM m_stPlatform = g_stPlatform;
+    CTestLink m_stLink;
 };
