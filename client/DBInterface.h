@@ -189,7 +189,7 @@ protected:
     int m_bDirectConnect = 1;
     /** -1 when closed. */
     int m_nSocket = -1;
-    /** The last token. */
+    /** The last token drawn, which the next request takes; 0 for none yet. */
     BYTE m_bToken = 0;
     /** Number of the current database. */
     BYTE m_bDatabaseNo = 0;

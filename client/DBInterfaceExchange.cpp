@@ -116,10 +116,13 @@ CDBInterface::SENT CDBInterface::SendFrame(EXCHANGE& stExchange) {
 bool CDBInterface::SendRequest(EXCHANGE& stExchange, int nAttempt, int& nCode) {
     const COMMANDROW& stRow = stExchange.m_stRow;
     nCode = ERR_OK;
-    stExchange.m_stHead.m_bToken = stRow.m_nToken == TOKEN_PROBE ? FRAME_PROBE_TOKEN : CreateRandomFactor();
+    if (m_bToken == 0) CreateRandomFactor();
+    stExchange.m_stHead.m_bToken = stRow.m_nToken == TOKEN_PROBE ? FRAME_PROBE_TOKEN : m_bToken;
     if (stExchange.m_pStat) stExchange.m_pStat->m_nSendTime = NowMicroseconds();
     stExchange.m_nEnd = EXCHANGE_NOT_SENT;
     SENT stSent = SendFrame(stExchange);
+    // The next request's token, while the server works: drawing one takes as long as a system call or two.
+    if (stRow.m_nToken != TOKEN_PROBE) CreateRandomFactor();
     const bool bLost = m_nSocket == -1 || IsBroken(stSent.m_nError);
     if (!stSent.m_bWhole && stRow.m_nLink == LINK_REPAIR) {
         CloseSocket();
