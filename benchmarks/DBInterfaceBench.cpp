@@ -63,7 +63,8 @@ unsigned short Port() {
     return usPort;
 }
 
-constexpr char STATEMENT[] = "alter system set sga_size = 1000";
+constexpr char COMMAND[] = "update CUSTOMER set NAME = 'Ulm' where ID = 7";
+constexpr char QUERY[] = "select ID, NAME, AMOUNT from CUSTOMER where ID < 10";
 
 void Bare(benchmark::State& stState, BYTE bCommand) {
     const int nSocket = socket(AF_INET, SOCK_STREAM, 0);
@@ -100,7 +101,7 @@ void BM_Command(benchmark::State& stState) {
     Open(stState, stLink);
     int nAffect = 0;
     for (auto _ : stState)
-        if (stLink.ExecuteCommand(STATEMENT, nAffect, nullptr) != 0) stState.SkipWithError("command");
+        if (stLink.ExecuteCommand(COMMAND, nAffect, nullptr) != 0) stState.SkipWithError("command");
 }
 void BM_BareQuery(benchmark::State& stState) {
     Bare(stState, MF_CMD_QUERY);
@@ -110,7 +111,7 @@ void BM_Query(benchmark::State& stState) {
     Open(stState, stLink);
     CMemDBRecordset stSet;
     for (auto _ : stState)
-        if (stLink.GetRecordset(STATEMENT, stSet, nullptr) != 0) stState.SkipWithError("query");
+        if (stLink.GetRecordset(QUERY, stSet, nullptr) != 0) stState.SkipWithError("query");
 }
 BENCHMARK(BM_BareCommand)->UseRealTime();
 BENCHMARK(BM_Command)->UseRealTime();

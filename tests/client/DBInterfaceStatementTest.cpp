@@ -343,6 +343,7 @@ TEST_F(DBInterfaceStatement, RunsAStatementAsItsFirstWordTells) {
         {"((commit))", ERR_OK, 11, MF_CMD_EXECUTE, 0},
         {"use shop", ERR_OK, 14, MF_CMD_USE, 0},
         {"EXPLAIN begin", ERR_OK, 0, MF_CMD_PLAN_INFO, 0},
+        {"(Select A from T)", ERR_OK, 1, MF_CMD_QUERY, 100}, // the rows of a page
         {"savepoint a", 502, 13, 0, 502},
         {"beginning", 502, 10, 0, 502},
         {"frobnicate", static_cast<int>(0x80004005), 99, 0, ERR_FAILED},
