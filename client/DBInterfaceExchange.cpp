@@ -156,7 +156,7 @@ bool CDBInterface::ReceiveReply(EXCHANGE& stExchange, int nAttempt, int& nCode) 
         int nResult = ReceiveBuffer(reinterpret_cast<char*>(&stReply), sizeof stReply, nError,
                                     stRow.m_nToken == TOKEN_PROBE ? FRAME_PROBE_TOKEN : BYTE{0});
         if (nResult != sizeof stReply) return LostReply(stExchange, nAttempt, nResult, nError, nCode);
-        if (stRow.m_bCheckProtocol && stReply.m_bProtocol != FRAME_PROTOCOL) {
+        if (stRow.Has(CHECK_PROTOCOL) && stReply.m_bProtocol != FRAME_PROTOCOL) {
             CloseSocket();
             nCode = ERR_PROTOCOL;
             return true;
@@ -199,7 +199,7 @@ bool CDBInterface::LostReply(EXCHANGE& stExchange, int nAttempt, int nResult, in
     if (!bClosed && IsBroken(nError)) nCode = ERR_LINK_RESET;
     if (stRow.m_nToken == TOKEN_PROBE) return true;
     CloseSocket();
-    const bool bRepeat = bClosed ? stRow.m_bRepeatClosed : nCode == ERR_LINK_RESET;
+    const bool bRepeat = bClosed ? stRow.Has(REPEAT_CLOSED) : nCode == ERR_LINK_RESET;
     if (!bRepeat || stRow.m_nLink == LINK_AS_IS || nAttempt >= LINK_ATTEMPT_MOST) return true;
     if (OpenDatabase(1, 0) != ERR_OK) return true;
     stExchange.m_bNote = false;
