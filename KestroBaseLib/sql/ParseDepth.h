@@ -14,10 +14,10 @@ public:
     bool IsTooDeep() const { return s_nDepth > DEPTH_MAX; }
 
     /**
-     * Calls of functions, conditions and queries inside each other. The largest of their frames so many times take less
-     * than 200 KB, so that a thread with a small stack compiles too.
+     * Calls of functions, conditions and queries inside each other: enough for queries nested to their last level. The
+     * largest of their frames so many times take less than 300 KB.
      */
-    static constexpr int DEPTH_MAX = 64;
+    static constexpr int DEPTH_MAX = 100;
 
 private:
     static inline thread_local int s_nDepth = 0;
