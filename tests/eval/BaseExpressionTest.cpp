@@ -159,42 +159,24 @@ TEST(BaseExpression, RefusesFunctionsByTheirForm) {
 
 /** Nodes one inside the other, on the left, on the right, on the right of one more expression, or as arguments. */
 UINT Nest(CExpressionMaker& stMaker, int nDepth, int nForm, const char* lpszInner) {
+    using OPERAND = CExpressionMaker::OPERAND;
     EXPECT_EQ(stMaker.Bson().ReAllocBsonBuffer(8 << 20), ERR_OK);
     UINT nNode = stMaker.Make(lpszInner);
     for (int i = 1; i < nDepth; ++i) {
-        const CExpressionMaker::OPERAND stNode{EXP_EXPRESSION, nNode}, stNone{EXP_NONE, 0};
-        if (nForm == 0) {
-            nNode = stMaker.Node(OP_ADD, stNode, stNone);
-        } else if (nForm < 3) {
-            const UINT nLeft = nForm == 2 ? stMaker.Node(OP_ADD, stNone, stNone) : 0;
-            nNode = stMaker.Node(OP_ADD, nLeft ? CExpressionMaker::OPERAND{EXP_EXPRESSION, nLeft} : stNone, stNode);
-        } else {
-            UINT nList = 0, nParam = 0;
-            auto* const lpList = stMaker.m_stMaker.New<FUNCTIONPARAMLIST>(nList);
-            auto* const lpParam = stMaker.m_stMaker.New<FUNCTIONPARAM>(nParam);
+        OPERAND stLeft{EXP_EXPRESSION, nNode}, stRight{EXP_NONE, 0};
+        if (nForm == 1 || nForm == 2) std::swap(stLeft, stRight);
+        if (nForm == 2) stLeft = {EXP_EXPRESSION, stMaker.Node(OP_ADD, stLeft, stLeft)};
+        if (nForm == 3) {
+            auto* const lpList = stMaker.m_stMaker.New<FUNCTIONPARAMLIST>(stLeft.m_nOffset);
+            stLeft.m_bKind = EXP_PARAM_LIST;
             lpList->m_bNum = 1;
+            UINT nParam = 0;
+            *stMaker.m_stMaker.New<FUNCTIONPARAM>(nParam) = {EXP_EXPRESSION, {}, {}, nNode};
             lpList->m_nExpOffset[0] = nParam;
-            *lpParam = {EXP_EXPRESSION, {}, {}, nNode};
-            nNode = stMaker.Node(FN_ABS, {EXP_PARAM_LIST, nList}, stNone);
         }
+        nNode = stMaker.Node(nForm == 3 ? BYTE{FN_ABS} : BYTE{OP_ADD}, stLeft, stRight);
     }
     return nNode;
-}
-
-/** Calls on the stack that a service's thread has; what isn't optimised needs more. */
-void RunOnSmallStack(void* (*lpfnRun)(void*)) {
-#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    constexpr std::size_t STACK_SIZE = 256 << 10;
-#else
-    constexpr std::size_t STACK_SIZE = 2 << 20;
-#endif
-    pthread_attr_t stAttributes;
-    pthread_t hThread;
-    ASSERT_EQ(pthread_attr_init(&stAttributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&stAttributes, STACK_SIZE), 0);
-    ASSERT_EQ(pthread_create(&hThread, &stAttributes, lpfnRun, nullptr), 0);
-    pthread_join(hThread, nullptr);
-    pthread_attr_destroy(&stAttributes);
 }
 
 void* ExpectDepths(void*) {
@@ -219,8 +201,19 @@ void* ExpectDepths(void*) {
     return nullptr;
 }
 
+// On the stack that a service's thread has; what isn't optimised needs more.
 TEST(BaseExpression, RefusesDepthBeforeTheStackEnds) {
-    RunOnSmallStack(ExpectDepths);
+#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    constexpr std::size_t STACK_SIZE = 256 << 10;
+#else
+    constexpr std::size_t STACK_SIZE = 2 << 20;
+#endif
+    pthread_attr_t stAttributes;
+    pthread_t hThread;
+    pthread_attr_init(&stAttributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&stAttributes, STACK_SIZE), 0);
+    ASSERT_EQ(pthread_create(&hThread, &stAttributes, ExpectDepths, nullptr), 0);
+    pthread_join(hThread, nullptr);
 }
 
 // Each level leads to the next one twice, so a walk without a limit would never end.
