@@ -13,8 +13,11 @@ public:
 
     bool IsTooDeep() const { return s_nDepth > DEPTH_MAX; }
 
-    /** Calls of functions, conditions and queries inside each other. */
-    static constexpr int DEPTH_MAX = 200;
+    /**
+     * Calls of functions, conditions and queries inside each other. The largest of their frames so many times take less
+     * than 200 KB, so that a thread with a small stack compiles too.
+     */
+    static constexpr int DEPTH_MAX = 64;
 
 private:
     static inline thread_local int s_nDepth = 0;
