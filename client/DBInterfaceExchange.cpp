@@ -25,7 +25,7 @@ constexpr MESSAGE MSG_FRAME[] = {
      "Failed to send data to server through TCP, return value: %d, error code: %d"},
     {"接收服务器数据时出现连接关闭错误，返回值：%d，错误码：%d",
      "Connection closed error while receiving server data. Return value: %d, error code: %d"},
-    {"接收服务器数据时出现Socket错误，返回值：%d，错误码：%d",
+    {"接收服务器数据时出现套接字错误，返回值：%d，错误码：%d",
      "Socket error occurs when receiving server data. Return value: %d, error code: %d"},
     {"客户端自动清理TCP缓存数据，收到的命令类型为：%d",
      "The client automatically cleans up the TCP cache data. The command type received is %d"},

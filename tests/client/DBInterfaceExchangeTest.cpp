@@ -178,6 +178,17 @@ TEST_P(DBInterfaceExchange, TakesOnlyAReplyThatKeepsTheRules) {
     ExpectSends(1);
 }
 
+TEST_P(DBInterfaceExchange, ReconnectsWhenTheLinkBrokeWhileNothingWasUnderWay) {
+    m_Script = [](const PEERFRAME& stFrame) { return PEERANSWER(stFrame.Reply(MF_REPLY_OK, 5), PEER_RESETS); };
+    EXPECT_EQ(m_stLink.Run("commit"), 5);
+    m_Script = nullptr;
+    pollfd stPoll{m_stLink.m_nSocket, POLLIN, 0};
+    EXPECT_EQ(poll(&stPoll, 1, -1), 1);
+    const bool bLogOut = GetParam().m_nCommand == MF_CMD_LOGOUT;
+    EXPECT_EQ(Run(), GetParam().m_nResetSends == 3 || bLogOut ? ERR_OK : ERR_SEND);
+    EXPECT_EQ(m_stLink.Run("commit"), 5);
+}
+
 TEST_P(DBInterfaceExchange, OutlivesAnyBytes) {
     std::mt19937 stRandom(static_cast<unsigned>(GetParam().m_nCommand));
     for (int i = 0; i < 60; ++i) {
