@@ -259,6 +259,22 @@ TEST(ParseQueryTest, AnyBufferAndMemoryGiveTheSamePlan) {
     }
 }
 
+// 31 levels, whatever stands between them.
+TEST(ParseQueryTest, QueriesNestToTheLastLevel) {
+    for (const char* const lpszAround :
+         {"select a from t where a in (^)", "select a from t where b or c and (not exists (^))",
+          "select a from t where abs((^)) > 1", "select a from (^) x"}) {
+        const std::string strAround = lpszAround;
+        const std::size_t nInner = strAround.find('^');
+        std::string strSql = "select a from t";
+        for (int nLevel = 2; nLevel <= 32; ++nLevel) {
+            strSql = strAround.substr(0, nInner) + strSql + strAround.substr(nInner + 1);
+            if (nLevel < 31) continue;
+            EXPECT_EQ(Compiled(strSql).substr(0, 7), nLevel == 31 ? "q1.1 a=" : "1541 at") << strSql;
+        }
+    }
+}
+
 TEST(ParseQueryTest, HostileStatementsEnd) {
     const auto Numbered = [](const char* lpszLink, int nNum) {
         std::string strText = "select 1 from t";
@@ -283,7 +299,7 @@ TEST(ParseQueryTest, HostileStatementsEnd) {
         {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY - 1, ")") + " union select 1 from t)",
          "q1.1 1=1:4 from 1:T then q2.1 1=1:4 from 2:T"},
         {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY, " union select 1 from t)") + " union select 1 from t",
-         "1541 at 199"},
+         "1541 at 99"},
         {"select 1 from " + Repeat(MANY, "(") + "t" + Repeat(MANY, ")"), "q1.1 1=1:4 from 1:T"},
         {"select " + Repeat(MANY, ",") + " from t", "515 at 0"},
     };
