@@ -252,7 +252,8 @@ int CParseSql::ParseWhere(QUERYBLOCK& stBlock) {
     if (stBlock.m_nWhere == 0) return ERR_OK;
     const bool bOn = stBlock.m_nInnerOn != 0 || stBlock.m_nOuterOn != 0;
     CKestroQueueUINT stMoved;
-    if (const int nCode = GetJoinTreeFromCondition(m_stBson, stBlock.m_nWhere, stBlock.m_nJoinTree, stMoved))
+    if (const int nCode =
+            GetJoinTreeFromCondition(m_stBson, stBlock.m_nWhere, stBlock.m_nObjectOffset, stBlock.m_nJoinTree, stMoved))
         return Fail(nCode, stClause.m_nBegin);
     // A query says how it joins in one of the two ways only.
     if (bOn && !stMoved.empty()) return Fail(ERR_SYNTAX_SELECT, stClause.m_nBegin);
