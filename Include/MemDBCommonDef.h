@@ -2,6 +2,7 @@
 
 // All records that client and server share.
 
+#include "FrameRecords.h"
 #include "PlanOperators.h"
 #include "PlanRecords.h"
 #include "PlanRecordsDdl.h"

@@ -60,7 +60,6 @@ void CSqlWordReader::RemoveOuterBrackets(st_PARSEPARAM& stParam) const {
     }
     const int nPairs = nBegin - stParam.m_nBeginPos;
     if (nPairs == 0) return;
-    if (nPairs == 0) return;
     int nDepth = nPairs, nLeast = nPairs;
     for (int i = nBegin; i < nEnd; ++i) {
         const int nKeyword = Keyword(i);
