@@ -37,10 +37,6 @@ int RealShmGet(key_t nKey, std::size_t nSize, int nFlags) {
     return shmget(nKey, nSize, nFlags);
 }
 
-int RealShmRemove(int nID) {
-    return shmctl(nID, IPC_RMID, nullptr);
-}
-
 sem_t* RealSemOpen(const char* lpszName, mode_t nMode) {
     sem_t* lpSemaphore = sem_open(lpszName, O_CREAT, nMode, 1);
     return lpSemaphore == SEM_FAILED ? nullptr : lpSemaphore;
@@ -49,5 +45,4 @@ sem_t* RealSemOpen(const char* lpszName, mode_t nMode) {
 } // namespace
 
 // Without a run-time initialiser: what is built before main uses it already.
-constinit PLATFORM g_stPlatform{RealMicroseconds, RealSleep,  RealSystem,    RealUuid,
-                                "/proc",          RealShmGet, RealShmRemove, RealSemOpen};
+constinit PLATFORM g_stPlatform{RealMicroseconds, RealSleep, RealSystem, RealUuid, "/proc", RealShmGet, RealSemOpen};

@@ -26,8 +26,6 @@ struct PLATFORM {
     const char* m_lpszProcPath;
     /** `shmget`: the id of a shared memory segment, or -1 with `errno`. */
     int (*m_lpfnShmGet)(key_t nKey, std::size_t nSize, int nFlags);
-    /** `shmctl` with IPC_RMID: 0, or -1 with `errno`. */
-    int (*m_lpfnShmRemove)(int nID);
     /** The named semaphore, made with the value 1 if there is none; null where it is refused. */
     sem_t* (*m_lpfnSemOpen)(const char* lpszName, mode_t nMode);
 };

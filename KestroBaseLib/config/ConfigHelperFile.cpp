@@ -47,8 +47,7 @@ std::string_view WithoutMark(std::string_view strText) {
 
 /** Without the line break at its end. */
 std::string_view WithoutBreak(std::string_view strText) {
-    const bool bFeed = strText.ends_with('\n');
-    if (bFeed) strText.remove_suffix(1);
+    if (strText.ends_with('\n')) strText.remove_suffix(1);
     if (strText.ends_with('\r')) strText.remove_suffix(1);
     return strText;
 }

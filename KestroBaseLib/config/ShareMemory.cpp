@@ -15,6 +15,10 @@ namespace {
 constexpr int OPEN_TO_ALL = 0666;
 constexpr mode_t SEMAPHORE_MODE = 0644;
 
+bool Remove(MFID nID) {
+    return shmctl(nID, IPC_RMID, nullptr) == 0;
+}
+
 /** Id of a new or an old segment, or -1. */
 MFID MakeOrOpen(key_t nKey, std::size_t nSize, bool& bExisted) {
     const MFID nID = g_stPlatform.m_lpfnShmGet(nKey, nSize, IPC_CREAT | IPC_EXCL | OPEN_TO_ALL);
@@ -30,9 +34,9 @@ MFID CShareMemory::CreateShareMemory(key_t nKey, std::size_t nSize, const char*,
         // The first segment of a machine or container. Callers take 0 for none, so it makes room for one with another
         // id.
         SleepMilliseconds(1);
-        if (g_stPlatform.m_lpfnShmRemove(nID) != 0) {
+        if (!Remove(nID)) {
             SleepMilliseconds(100);
-            (void)g_stPlatform.m_lpfnShmRemove(nID);
+            (void)Remove(nID);
         }
         nID = MakeOrOpen(nKey, nSize, bExisted);
     }
@@ -64,9 +68,9 @@ bool CShareMemory::DestoryShareMemory(MFID& nID) {
     nID = 0;
     // None, which to the system is an id: of a segment of somebody else.
     if (!ShareMemoryExsist(nGiven)) return false;
-    if (g_stPlatform.m_lpfnShmRemove(nGiven) == 0) return true;
+    if (Remove(nGiven)) return true;
     SleepMilliseconds(10);
-    return g_stPlatform.m_lpfnShmRemove(nGiven) == 0;
+    return Remove(nGiven);
 }
 
 sem_t* CShareMemory::CreateEventSem(const void*, const char* lpszName) {

@@ -1,4 +1,4 @@
-// Segments and the store's area, under keys of their own. Some of the system's answers are given by the test.
+// Segments and the store's area, under a key of the test's own.
 
 #include "ShareMemory.h"
 
@@ -7,13 +7,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <csignal>
 #include <cstring>
-#include <functional>
 #include <random>
 #include <string>
-#include <vector>
 
 #include "ConfigHelper.h"
 #include "Platform.h"
@@ -21,199 +17,100 @@
 
 namespace {
 
-constexpr int SMALL = 100;
-
-/** A key that no segment has, in place of the area's; what was made under it goes at the end. */
-class OwnArea : public testing::Test {
+key_t g_nKey;
+/** Lends the area's key to a segment of the test, whose key nobody has; it goes at the end. */
+class ShareMemory : public testing::Test {
 protected:
-    void SetUp() override {
-        m_stPlatform = g_stPlatform;
+    ShareMemory() {
         std::random_device stRandom;
-        int nID = -1;
-        for (int i = 0; i < 100 && nID < 0; ++i) {
-            s_nKey = static_cast<key_t>(stRandom() | 1);
-            nID = shmget(s_nKey, SMALL, IPC_CREAT | IPC_EXCL | 0600);
-            if (nID < 0 && errno != EEXIST) GTEST_SKIP() << "no shared memory here";
-        }
-        shmctl(nID, IPC_RMID, nullptr);
-        g_stPlatform.m_lpfnShmGet = [](key_t, std::size_t nSize, int nFlags) { return shmget(s_nKey, nSize, nFlags); };
+        do
+            g_nKey = static_cast<key_t>(stRandom() | 1);
+        while (shmget(g_nKey, 0, 0) >= 0);
+        g_stPlatform.m_lpfnShmGet = [](key_t, std::size_t nSize, int nFlags) { return shmget(g_nKey, nSize, nFlags); };
     }
-    void TearDown() override {
-        shmctl(shmget(s_nKey, 0, 0), IPC_RMID, nullptr);
+    ~ShareMemory() override {
+        shmctl(shmget(g_nKey, 0, 0), IPC_RMID, nullptr);
         g_stPlatform = m_stPlatform;
     }
 
-    static key_t s_nKey;
-
 private:
-    PLATFORM m_stPlatform;
+    PLATFORM m_stPlatform = g_stPlatform;
 };
 
-key_t OwnArea::s_nKey;
-
-/** The area as another process sees it. */
-class Attached {
-public:
-    Attached() : m_lpArea(CShareMemory::ShMemAttach(CShareMemory::OpenShareMemory(0, nullptr), nullptr, 0)) {}
-    ~Attached() { CShareMemory::ShMemDetach(m_lpArea); }
-    Attached(const Attached&) = delete;
-    Attached& operator=(const Attached&) = delete;
-    char* Bytes() const { return static_cast<char*>(m_lpArea); }
-
-private:
-    void* m_lpArea;
-};
-
-std::string Value(ConfigHelper& stStore, const char* lpszSection, const char* lpszKey) {
-    char szValue[201];
-    return stStore.getValueString(lpszSection, lpszKey, nullptr, szValue, 200) == 0 ? szValue : "-";
+// Refused, or not to be attached: a store answers without its area.
+TEST_F(ShareMemory, IsNotNeeded) {
+    for (const int nID : {-1, 0x7FFFFFFF}) {
+        g_nKey = nID;
+        g_stPlatform.m_lpfnShmGet = [](key_t, std::size_t, int) { return g_nKey; };
+        ConfigHelper stStore;
+        EXPECT_EQ(stStore.InitSharedMemory(), nID > 0);
+        EXPECT_FALSE(stStore.AddItemToSharedadd("S", "k", "v", 1) || stStore.updateFromShared(2));
+        EXPECT_TRUE(stStore.setValueString("S", "k", "5"));
+        EXPECT_EQ(stStore.getValueInt("S", "k", 0), 5);
+        EXPECT_EQ(stStore.DestoryMemory(), nID > 0);
+    }
 }
 
-/** Runs the body in a child; its status as `waitpid` gives it. */
-int InChild(const std::function<bool()>& lpfnBody) {
+TEST_F(ShareMemory, CarriesEntriesBetweenProcesses) {
+    ConfigHelper stStore;
+    if (!stStore.InitSharedMemory()) GTEST_SKIP() << "no shared memory here";
+    const std::string strName(49, 's'), strValue(99, '0');
     const pid_t nChild = fork();
-    if (nChild == 0) _exit(lpfnBody() ? 0 : 1);
+    if (nChild == 0) {
+        ConfigHelper stOther;
+        const bool bDone = stOther.InitSharedMemory() && stOther.AddItemToSharedadd("S", "k", "1", 1) &&
+                           stOther.AddItemToSharedadd(strName.c_str(), strName.c_str(), strValue.c_str(), 1) &&
+                           stOther.AddItemToSharedadd("S", "k", "2", 1) &&
+                           !stOther.AddItemToSharedadd((strName + "s").c_str(), "k", "1", 1) &&
+                           !stOther.AddItemToSharedadd("S", "k", (strValue + "1").c_str(), 1);
+        _exit(bDone ? 0 : 1);
+    }
     int nStatus = -1;
     waitpid(nChild, &nStatus, 0);
-    return nStatus;
-}
-
-// Answers of the system, one a call, in the order of the calls.
-struct {
-    std::vector<int> m_arIDs;
-    std::vector<int> m_arRemovals;
-    std::string m_strCalls;
-} g_stScript;
-
-int Next(std::vector<int>& arAnswers) {
-    if (arAnswers.empty()) return -1;
-    const int nAnswer = arAnswers.front();
-    arAnswers.erase(arAnswers.begin());
-    if (nAnswer < 0) errno = -nAnswer;
-    return nAnswer < 0 ? -1 : nAnswer;
-}
-
-TEST(ShareMemory, SettlesWhatTheSystemAnswers) {
-    const struct {
-        std::vector<int> m_arIDs;
-        std::vector<int> m_arRemovals;
-        MFID m_nID;
-        bool m_bExisted;
-        const char* m_lpszCalls;
-    } arRows[] = {
-        {{7}, {}, 7, false, "new "},
-        {{-EEXIST, 8}, {}, 8, true, "new old "},
-        {{-EEXIST, -EINVAL}, {}, 0, true, "new old "},
-        {{-ENOSYS}, {}, 0, false, "new "},
-        {{0, 9}, {0}, 9, false, "new 1ms remove new "},
-        {{-EEXIST, 0, 9}, {-EPERM, 0}, 9, false, "new old 1ms remove 100ms remove new "},
-        {{-EEXIST, 0, -EEXIST, 0}, {-EPERM, -EPERM}, 0, true, "new old 1ms remove 100ms remove new old "},
-    };
-    const PLATFORM stPlatform = g_stPlatform;
-    g_stPlatform.m_lpfnShmGet = [](key_t, std::size_t, int nFlags) {
-        g_stScript.m_strCalls += nFlags == (IPC_CREAT | IPC_EXCL | 0666) ? "new " : "old ";
-        return Next(g_stScript.m_arIDs);
-    };
-    g_stPlatform.m_lpfnShmRemove = [](int) {
-        g_stScript.m_strCalls += "remove ";
-        return Next(g_stScript.m_arRemovals);
-    };
-    g_stPlatform.m_lpfnSleep = [](std::int64_t n) { g_stScript.m_strCalls += std::to_string(n / 1000) + "ms "; };
-    for (const auto& stRow : arRows) {
-        g_stScript = {stRow.m_arIDs, stRow.m_arRemovals, ""};
-        bool bExisted = !stRow.m_bExisted;
-        EXPECT_EQ(CShareMemory::CreateShareMemory(1, SMALL, nullptr, bExisted), stRow.m_nID);
-        EXPECT_EQ(bExisted, stRow.m_bExisted) << stRow.m_lpszCalls;
-        EXPECT_EQ(g_stScript.m_strCalls, stRow.m_lpszCalls);
-    }
-    g_stScript = {{}, {-EPERM, 0}, ""};
-    MFID nID = 5;
-    EXPECT_TRUE(CShareMemory::DestoryShareMemory(nID));
-    EXPECT_FALSE(CShareMemory::DestoryShareMemory(nID));
-    EXPECT_EQ(g_stScript.m_strCalls, "remove 10ms remove ");
-    g_stPlatform = stPlatform;
-}
-
-// Refused, and not to be attached: a store answers without its area.
-TEST_F(OwnArea, IsMissedByNobody) {
-    const ScratchDir stScratch;
-    for (const auto& [nID, bMade] : {std::pair{-1, false}, std::pair{0x7FFFFFFF, true}}) {
-        g_stScript = {{nID}, {}, ""};
-        g_stPlatform.m_lpfnShmGet = [](key_t, std::size_t, int) { return Next(g_stScript.m_arIDs); };
-        ConfigHelper stStore;
-        EXPECT_EQ(stStore.InitSharedMemory(), bMade);
-        EXPECT_FALSE(stStore.AddItemToSharedadd("S", "k", "v", 1));
-        EXPECT_FALSE(stStore.updateFromShared(2));
-        stStore.setPath(stScratch.Path("a.ini").c_str());
-        EXPECT_TRUE(stStore.setValueString("S", "k", "v"));
-        EXPECT_EQ(Value(stStore, "s", "K"), "v");
-        EXPECT_EQ(stStore.DestoryMemory(), bMade);
-    }
-    EXPECT_EQ(ConfigHelper::getHandle(), nullptr);
-}
-
-TEST_F(OwnArea, CarriesEntriesBetweenProcesses) {
-    ConfigHelper stStore;
-    ASSERT_TRUE(stStore.InitSharedMemory());
-    const std::string strLong(49, 's'), strValue(99, 'v'), strTooLong(100, 'x');
-    EXPECT_EQ(InChild([&] {
-                  ConfigHelper stOther;
-                  return stOther.InitSharedMemory() && stOther.AddItemToSharedadd(strLong.c_str(), "k", "old", 1) &&
-                         stOther.AddItemToSharedadd(strLong.c_str(), "k", strValue.c_str(), 1) &&
-                         !stOther.AddItemToSharedadd(strTooLong.c_str() + 50, "k", "v", 1) &&
-                         !stOther.AddItemToSharedadd("s", strTooLong.c_str() + 50, "v", 1) &&
-                         !stOther.AddItemToSharedadd("s", "k", strTooLong.c_str(), 1);
-              }),
-              0);
+    EXPECT_EQ(nStatus, 0);
     EXPECT_FALSE(stStore.updateFromShared(1));
     EXPECT_TRUE(stStore.updateFromShared(2));
-    EXPECT_EQ(Value(stStore, strLong.c_str(), "k"), strValue);
-    const Attached stArea;
-    EXPECT_EQ(std::string(stArea.Bytes(), 5), std::string(5, '\0'));
-
-    // Eighty wait, no more; a writer of the other side begins anew, and so does whoever starts.
-    for (int i = 0; i < 80; ++i)
-        ASSERT_TRUE(stStore.AddItemToSharedadd("S", ("k" + std::to_string(i)).c_str(), "1", 3));
-    EXPECT_FALSE(stStore.AddItemToSharedadd("S", "k", "1", 3));
-    EXPECT_EQ(std::string(stArea.Bytes(), 5), std::string("\x50\0\0\0\3", 5));
-    EXPECT_STREQ(stArea.Bytes() + 55 + 200 * 79, "k79");
+    EXPECT_EQ(stStore.getValueInt("S", "k", 0), 2);
+    char szValue[101];
+    EXPECT_EQ(stStore.getValueString(strName.c_str(), strName.c_str(), "", szValue, 100), 0);
+    EXPECT_EQ(szValue, strValue);
+    // Eighty wait, no more; a writer of the other side begins anew once they were taken, and so does whoever starts.
+    for (int i = 0; i < 81; ++i)
+        EXPECT_EQ(stStore.AddItemToSharedadd("S", "k", "3", 3), i < 80);
     ConfigHelper stNext;
-    ASSERT_TRUE(stNext.InitSharedMemory());
-    EXPECT_TRUE(stNext.AddItemToSharedadd("S", "a", "1", 4) && stNext.AddItemToSharedadd("S", "b", "1", 5));
+    EXPECT_TRUE(stNext.InitSharedMemory());
+    EXPECT_TRUE(stNext.AddItemToSharedadd("S", "a", "4", 4) && stNext.AddItemToSharedadd("S", "b", "5", 5));
     EXPECT_TRUE(stStore.updateFromShared(4));
-    EXPECT_EQ(Value(stStore, "S", "a") + Value(stStore, "S", "b") + Value(stStore, "S", "k0"), "-1-");
+    EXPECT_EQ(stStore.getValueInt("S", "k", 0) * 100 + stStore.getValueInt("S", "a", 0) * 10 +
+                  stStore.getValueInt("S", "b", 0),
+              205);
 }
 
-// Any bytes another process may leave: nothing breaks, and the file keeps one line an entry.
-TEST_F(OwnArea, BearsAnyBytes) {
+// Whatever another process leaves there: texts end with their fields, and none reaches into another line.
+TEST_F(ShareMemory, BearsAnyBytes) {
     const ScratchDir stScratch;
     const std::string strFile = stScratch.Path("a.ini");
     ConfigHelper stStore;
-    ASSERT_TRUE(stStore.InitSharedMemory());
-    const Attached stArea;
+    if (!stStore.InitSharedMemory()) GTEST_SKIP() << "no shared memory here";
+    void* lpArea = CShareMemory::ShMemAttach(CShareMemory::OpenShareMemory(0, nullptr), nullptr, 0);
+    char* lpBytes = static_cast<char*>(lpArea);
     std::mt19937 stRandom(11);
-    constexpr std::string_view ALPHABET("Sk=[]#\n\r \0\xFF", 11);
-    for (int i = 0; i < 60; ++i) {
+    for (const int nCount : {1, 10, 80, 81, -1, -2147483647, 2147483647, 2}) {
         for (int n = 5; n < 2005; ++n)
-            stArea.Bytes()[n] = ALPHABET[stRandom() % (i % 3 ? 11 : 2)];
-        constexpr int COUNTS[] = {1, 10, 80, 81, -1, -2147483647, 2147483647};
-        std::memcpy(stArea.Bytes(), &COUNTS[stRandom() % std::size(COUNTS)], 4);
-        stArea.Bytes()[4] = 1;
+            lpBytes[n] = "Sk=[]#\n\r \xFF"[stRandom() % (nCount % 2 ? 11 : 2)];
+        if (nCount == 2) std::memset(lpBytes, 'x', 305);
+        if (nCount == 2) std::memcpy(lpBytes + 305, "1\n[evil]", 9);
+        std::memcpy(lpBytes, &nCount, sizeof(nCount));
+        lpBytes[4] = 1;
         std::filesystem::remove(strFile);
         stStore.setPath(strFile.c_str());
         (void)stStore.AddItemToSharedadd("S", "k", "v", 1);
+        lpBytes[0] = static_cast<char>(nCount);
         EXPECT_TRUE(stStore.updateFromShared(2));
     }
-    // A full text without an end ends with its field, and no text reaches into another line.
-    const int nCount = 2;
-    std::memset(stArea.Bytes(), 'x', 405);
-    std::memcpy(stArea.Bytes(), &nCount, 4);
-    std::memcpy(stArea.Bytes() + 305, "1\n[evil]", 9);
-    std::filesystem::remove(strFile);
-    stStore.setPath(strFile.c_str());
-    EXPECT_TRUE(stStore.updateFromShared(2));
-    EXPECT_EQ(ReadFile(strFile),
-              "[" + std::string(50, 'x') + "]\n" + std::string(50, 'x') + "=" + std::string(100, 'x'));
+    EXPECT_TRUE(CShareMemory::ShMemDetach(lpArea));
+    EXPECT_EQ(ReadFile(strFile).substr(0, 52), "[" + std::string(50, 'x') + "]");
+    EXPECT_EQ(ReadFile(strFile).find("evil"), std::string::npos);
 }
 
 } // namespace
