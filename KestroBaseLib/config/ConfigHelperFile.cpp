@@ -1,7 +1,7 @@
 // The store's file. A line ends at a line feed or a carriage return. Lines that begin with "#" are comments, "[name]"
 // is a section, "key=value" an entry; a "#" behind a value belongs to it, and a section ends at the next one. A change
 // is put into the text as it stands, which is then written anew in one go, without a temporary file beside it; lines
-// put in end with "\r\n".
+// put in have "\r\n" on both sides.
 
 #include <unistd.h>
 
