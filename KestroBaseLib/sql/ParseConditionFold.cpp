@@ -112,6 +112,8 @@ int CParseConditionManager::FoldConstant() {
         // What isn't computed here is left to the server.
         return nCode == ERR_FUNCTION_TYPE ? ERR_OK : nCode;
     if (nResult) {
+        // With NULL that may be wrong, as two truths aren't enough for it; false never is.
+        if (m_bNullSide) return ERR_OK;
         m_nConditionOffset = 0;
         return ERR_OK;
     }
@@ -128,7 +130,7 @@ int CParseConditionManager::FoldConstant() {
     return ERR_OK;
 }
 
-int CParseConditionManager::GetConditionResult(const BASECONDITIONBSON* lpNode, int& nResult) const {
+int CParseConditionManager::GetConditionResult(const BASECONDITIONBSON* lpNode, int& nResult) {
     CKestroStack skNode;
     while (true) {
         if (const int nCode = PushEntry(skNode, const_cast<void*>(static_cast<const void*>(lpNode)))) return nCode;
@@ -149,19 +151,20 @@ int CParseConditionManager::GetConditionResult(const BASECONDITIONBSON* lpNode, 
 }
 
 /** What isn't there is true. */
-int CParseConditionManager::GetOperandResult(BYTE bType, UINT nOffset, int& nResult) const {
+int CParseConditionManager::GetOperandResult(BYTE bType, UINT nOffset, int& nResult) {
     nResult = 1;
     if (bType == CONDITION_NODE) return GetConditionResult(&Record<BASECONDITIONBSON>(nOffset), nResult);
     return bType == CONDITION_COMPARE ? Compare(&Record<COMPAREEXPBSON>(nOffset), nResult) : ERR_OK;
 }
 
-int CParseConditionManager::Compare(const COMPAREEXPBSON* lpCompare, int& nResult) const {
+int CParseConditionManager::Compare(const COMPAREEXPBSON* lpCompare, int& nResult) {
     const UINT arOffset[] = {lpCompare->m_nMathExpOffset1, lpCompare->m_nMathExpOffset2, lpCompare->m_nMathExpOffset3};
     st_VARDATA arValue[3];
     for (int i = 0; i < 3; ++i) {
         if (arOffset[i] == 0) continue;
         const auto* const lpSide = &Record<st_MATHEXPBSON>(arOffset[i]);
         if (const int nCode = CBaseExpression::GetExpressionResult(m_pBson, lpSide, arValue[i])) return nCode;
+        if (arValue[i].IsNull()) m_bNullSide = true;
     }
     const auto& [stFirst, stSecond, stThird] = arValue;
     switch (lpCompare->m_bOperator) {

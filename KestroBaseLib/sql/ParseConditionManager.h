@@ -112,9 +112,11 @@ private:
     /** Whether every comparison of the postfix queue is one of constants that `Compare` works out. */
     bool IsComputable() const;
     int FoldConstant();
-    int GetConditionResult(const BASECONDITIONBSON* lpNode, int& nResult) const;
-    int GetOperandResult(BYTE bType, UINT nOffset, int& nResult) const;
-    int Compare(const COMPAREEXPBSON* lpCompare, int& nResult) const;
+    int GetConditionResult(const BASECONDITIONBSON* lpNode, int& nResult);
+    int GetOperandResult(BYTE bType, UINT nOffset, int& nResult);
+    /** Two-valued: two NULLs are equal, and what NOT makes of NULL is true. So a NULL is noted. */
+    int Compare(const COMPAREEXPBSON* lpCompare, int& nResult);
+    bool m_bNullSide = false;
 
     // --- IN (ParseConditionIn.cpp)
 
