@@ -293,7 +293,7 @@ private:
         const std::string strFirst = Side(st.m_nMathExpOffset1);
         if (st.m_bOperator == COMPARE_PRIOR_EQUAL) return Side(st.m_nMathExpOffset2) + " = prior " + strFirst;
         if (st.m_bOperator == COMPARE_BARE) return strFirst;
-        std::string strText = strFirst + " " + Word(OPERATORS, st.m_bOperator) + " ";
+        std::string strText = strFirst + (strFirst.empty() ? "" : " ") + Word(OPERATORS, st.m_bOperator) + " ";
         std::replace(strText.begin() + static_cast<std::ptrdiff_t>(strFirst.size()), strText.end(), '-', ' ');
         if (st.m_bOperator == OP_IN || st.m_bOperator == OP_NOT_IN) return strText + In(st.m_nMathExpOffset2);
         if (st.m_bOperator == OP_IS || st.m_bOperator == OP_IS_NOT) {
