@@ -303,6 +303,12 @@ int CParseExpressionManager::ParseInterval(st_PARSEPARAM& stParam, UINT& nOffset
     return ERR_OK;
 }
 
+// In as few digits as it needs: those of the operands may be too few for it, and would round it.
+int CParseExpressionManager::WriteFolded(st_VARDATA& stValue, UINT& nOffset) {
+    if (stValue.m_vt == VT_DECIMAL) stValue.m_bPrecison = 0;
+    return CovertValueToOffset(stValue, nOffset);
+}
+
 int CParseExpressionManager::CovertValueToOffset(st_VARDATA& stValue, UINT& nOffset) {
     BYTE arDecimal[DECIMAL_BIN_SIZE];
     int nLen = 0;

@@ -233,8 +233,10 @@ protected:
     [[nodiscard]] int NewElement(int nDataLen, MATHEXPELEMENTBSON*& lpElement, UINT& nOffset);
     /** A literal with these bytes. */
     [[nodiscard]] int NewLiteral(BYTE bDataType, const void* lpData, int nDataLen, UINT& nOffset);
-    /** A value that was worked out, as a literal: ERR_DATA_TYPE for a type that has no such form. */
+    /** A value as a literal: ERR_DATA_TYPE for a type that has no such form. */
     [[nodiscard]] int CovertValueToOffset(st_VARDATA& stValue, UINT& nOffset);
+    /** The same of one that was worked out here. */
+    [[nodiscard]] int WriteFolded(st_VARDATA& stValue, UINT& nOffset);
 
     // --- functions (ParseExpressionFunction.cpp) ---------------------------------------------------------------------
 
