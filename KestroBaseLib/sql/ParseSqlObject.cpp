@@ -16,8 +16,9 @@ const char* OrEmpty(const char* lpszText) {
     return lpszText ? lpszText : "";
 }
 
+/** Most names differ in their first byte, of which a letter's case is one bit. */
 bool Same(const char* lpszFirst, const char* lpszSecond) {
-    return CompareNoCase(lpszFirst, lpszSecond) == 0;
+    return ((*lpszFirst ^ *lpszSecond) & ~0x20) == 0 && CompareNoCase(lpszFirst, lpszSecond) == 0;
 }
 
 template <std::size_t N>
