@@ -19,6 +19,7 @@ enum KESTROERRORCODE : int {
     ERR_OBJECT_ID = 20,          // an object's entry in the object table isn't as expected
     ERR_PARAMETER = 25,          // a parameter that is incorrect or invalid
     ERR_OUT_OF_BOUNDS = 33,      // an index or data out of bounds
+    ERR_INTERNAL_DATA = 37,      // data of the server that contradict themselves
     ERR_DATE_DATA = 49,          // a part of a date or time out of range
     ERR_PROTOCOL = 66,           // the peer speaks another protocol
     ERR_FILE_NOT_EXIST = 75,     // the file does not exist

@@ -14,7 +14,7 @@ install(TARGETS KestroBaseLib KestroClient EXPORT KestroTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT KestroTargets NAMESPACE Kestro:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kestro)
 foreach(FOLDER Include KestroBaseLib/base KestroBaseLib/value KestroBaseLib/config KestroBaseLib/plan
-    KestroBaseLib/eval KestroBaseLib/sql client)
+    KestroBaseLib/recordset KestroBaseLib/eval KestroBaseLib/sql client)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${FOLDER}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestro
     FILES_MATCHING PATTERN "*.h" PATTERN "*.inc")
 endforeach()

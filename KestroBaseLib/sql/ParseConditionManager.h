@@ -112,11 +112,9 @@ private:
     /** Whether every comparison of the postfix queue is one of constants that `Compare` works out. */
     bool IsComputable() const;
     int FoldConstant();
-    int GetConditionResult(const BASECONDITIONBSON* lpNode, int& nResult);
-    int GetOperandResult(BYTE bType, UINT nOffset, int& nResult);
-    /** Two-valued: two NULLs are equal, and what NOT makes of NULL is true. So a NULL is noted. */
-    int Compare(const COMPAREEXPBSON* lpCompare, int& nResult);
-    bool m_bNullSide = false;
+    int GetConditionResult(const BASECONDITIONBSON* lpNode, int& nResult) const;
+    int GetLeafResult(BYTE bType, UINT nOffset, int& nResult) const;
+    int Compare(const COMPAREEXPBSON* lpCompare, int& nResult) const;
 
     // --- IN (ParseConditionIn.cpp)
 

@@ -111,10 +111,10 @@ int CParseExpressionManager::NewWordField(int nPos, UINT& nOffset) {
 }
 
 bool CParseExpressionManager::ReadName(int nPos, NAME& stName) const {
-    if (CopyNameFromSql(m_lpWordArray->m_arWord[nPos], m_lpWordArray->m_arWordLen[nPos], stName.m_szText) == NAME_BAD)
-        return false;
-    stName.m_nLen = static_cast<int>(std::strlen(stName.m_szText));
-    return true;
+    const int nLen = m_lpWordArray->m_arWordLen[nPos];
+    const int nKind = CopyNameFromSql(m_lpWordArray->m_arWord[nPos], nLen, stName.m_szText);
+    stName.m_nLen = nKind == NAME_QUOTED ? nLen - 2 : nLen;
+    return nKind != NAME_BAD;
 }
 
 int CParseExpressionManager::ParseMathElement(st_PARSEPARAM* lpParam, UINT& nOffset) {

@@ -3,8 +3,9 @@
 #include <sstream>
 
 #include "ChunkFault.h"
-#include "ConditionText.h"
 #include "ParseSql.h"
+#include "PlanLine.h"
+#include "QueryText.h"
 
 namespace {
 
@@ -39,12 +40,14 @@ private:
 
     void Insert(const INSERTEXECUTEPLANBSON& stInsert) {
         const EXECUTERECORDINFO& stRows = stInsert.m_stExecuteObject.m_stExecuteRecord;
-        Objects(stInsert.m_stExecuteObject.m_nObjectOffset);
+        const auto& stObject = At<OBJECTBSON>(stInsert.m_stExecuteObject.m_nObjectOffset);
+        m_stText << m_stPlan.Text(stObject.m_nDataBaseNameOffset) << (stObject.m_nDataBaseNameOffset ? "." : "")
+                 << m_stPlan.Text(stObject.m_nObjectNameOffset, stObject.m_bObjectNameLen - 1u) << '#'
+                 << int{stObject.m_bObjectNo};
         Fields(stInsert.m_nExecuteFieldOffset, stInsert.m_nExecuteFieldNum);
         EXPECT_EQ(stInsert.m_bAllField, stInsert.m_nExecuteFieldNum == 0);
         EXPECT_EQ(m_stPlan.Head().m_nInsertRecordNum, stRows.m_nRecordNum);
-        if (stInsert.m_bSubQuery)
-            m_stText << " query" << int{At<QUERYEXECUTEPLANBSON>(stInsert.m_nQueryPlanOffset).m_bSubQueryType};
+        if (stInsert.m_bSubQuery) m_stText << ' ' << CQueryText(m_stPlan).Query(stInsert.m_nQueryPlanOffset);
         for (const RECORDHEAD& stRow : m_stPlan.Records<RECORDHEAD>(stRows.m_nRecordAddrID, stRows.m_nRecordNum)) {
             m_stText << (stRow.m_bOperationType == RECORD_INSERT ? " :" : "?");
             int nPlace = 0;
@@ -57,25 +60,8 @@ private:
     }
 
     void Rows(const EXECUTEOBJECTINFO& stTarget, UINT nQuery) {
-        const auto& stQuery = At<QUERYEXECUTEPLANBSON>(nQuery);
-        const auto& stCondition = At<COMMONCONDITION>(stQuery.m_nConditionOffset);
-        EXPECT_EQ(stTarget.m_nObjectOffset, stQuery.m_nObjectOffset);
-        Objects(stQuery.m_nObjectOffset);
-        if (stQuery.m_nQueryPathOffset) m_stText << " tree";
-        if (stCondition.m_bJoin) m_stText << " join" << int{stCondition.m_bJoin};
-        if (stCondition.m_nWhereOffset)
-            m_stText << " where " << CConditionText(m_stPlan).Root(stCondition.m_nWhereOffset);
-    }
-
-    void Objects(UINT nOffset) {
-        for (; nOffset != 0; nOffset = At<OBJECTBSON>(nOffset).m_nNextOffset) {
-            const auto& stObject = At<OBJECTBSON>(nOffset);
-            m_stText << (m_stText.tellp() > 0 ? "," : "");
-            if (stObject.m_nDataBaseNameOffset) m_stText << m_stPlan.Text(stObject.m_nDataBaseNameOffset) << '.';
-            const std::string_view szName = m_stPlan.Text(stObject.m_nObjectNameOffset);
-            EXPECT_EQ(szName.size() + 1, stObject.m_bObjectNameLen);
-            m_stText << szName << '#' << int{stObject.m_bObjectNo};
-        }
+        EXPECT_EQ(stTarget.m_nObjectOffset, At<QUERYEXECUTEPLANBSON>(nQuery).m_nObjectOffset);
+        m_stText << CQueryText(m_stPlan).Query(nQuery);
     }
 
     void Value(UINT nOffset, BYTE bClass, const char* lpszBefore = "") {
@@ -147,11 +133,12 @@ TEST(ParseData, CompilesInsert) {
 
 TEST(ParseData, CompilesInsertOfAQuery) {
     ExpectPlans({
-        {"insert into t select * from u", "T#1 query0"},
-        {"insert into t (a) (select b from u) ", "T#1 (A) query0"},
-        {"insert into t any (select b from u)", "T#1 query3"},
-        {"insert into t all ((select b from u union all select c from v))", "T#1 query2"},
-        {"insert into t ((select b from u))", "T#1 query0"},
+        {"insert into t select * from u", "T#1 q1.1 *=*:1 from 2:U"},
+        {"insert into t (a) (select b from u) ", "T#1 (A) q1.1 b=B:1 from 2:U"},
+        {"insert into t any (select b from u)", "T#1 q1.1/3 b=B:1 from 2:U"},
+        {"insert into t all ((select b from u union all select c from v))",
+         "T#1 q1.1/2 b=B:1 from 2:U then-all q2.1/2 c=C:1 from 3:V"},
+        {"insert into t ((select b from u))", "T#1 q1.1 b=B:1 from 2:U"},
         {"insert into t any select b from u", "506 at 3"},
         {"insert into t any (b)", "506 at 3"},
         {"insert into t select * from u for update", "567 at 2"},
@@ -163,20 +150,23 @@ TEST(ParseData, CompilesInsertOfAQuery) {
 
 TEST(ParseData, CompilesUpdate) {
     ExpectPlans({
-        {"update t set a = 1", "T#1 (A = 1:4)"},
+        {"update t set a = 1", "q1.1 from 1:T (A = 1:4)"},
         {"update d.t x set a=a+1, x.b='x', d.x.c = ?, \"d\" = (select max(a) from u) where x.b=2 and c is null",
-         "d.T#1 where (and (= 1.B:1 2:4) (is C:1 NULL:4)) (A = (+ A 1):5, B#1 = 'x':4, C#1 = ?:4, d = [q]:7)"},
-        {"update t set a = 1 where 1=1", "T#1 (A = 1:4)"},
-        {"update t set a = 1 where 1=2", "T#1 where false (A = 1:4)"},
+         "q1.1 from 1:d.T(x) where (and (= 1.B:1 2:4) (is C:1 NULL:4)):2 (A = (+ A 1):5, B#1 = 'x':4, C#1 = ?:4, d = "
+         "[q]:7)"},
+        {"update t set a = 1 where 1=1", "q1.1 from 1:T (A = 1:4)"},
+        {"update t set a = 1 where 1=2", "q1.1 from 1:T where false (A = 1:4)"},
         {"update a join b on a.x = b.x set a.y = b.y where a.z > 1",
-         "A#1,B#2 tree where (and {(> 1.Z:1 1:4)} {(= 1.X:1 2.X:1)}) (Y#1 = 2.Y:1)"},
-        {"update a left join b on a.x = b.x set y = 0", "A#1,B#2 tree join2 where (= 1.X:1 2.X:1) (Y = 0:4)"},
+         "q1.1 from 1:A, 2:B tree (1 join 2) where (and {(> 1.Z:1 1:4)} {(= 1.X:1 2.X:1)}):1 (Y#1 = 2.Y:1)"},
+        {"update a left join b on a.x = b.x set y = 0",
+         "q1.1 from 1:A, 2:B tree (1 left 2 on (= 1.X:1 2.X:1)) join (= 1.X:1 2.X:1) (Y = 0:4)"},
         {"update a, b set a.y = b.y where a.x = b.x(+)",
-         "A#1,B#2 tree join1 where (and {(=r 1.X:1 2.X:1)} {-}) (Y#1 = 2.Y:1)"},
+         "q1.1 from 1:A, 2:B tree (1 left 2) where+join (and {(=r 1.X:1 2.X:1)} {-}):2 (Y#1 = 2.Y:1)"},
         {"update a, b set a.y = b.y where a.x = b.x(+) and b.z = 1",
-         "A#1,B#2 tree join1 where (and {(=r 1.X:1 2.X:1)} (and - (= 2.Z:1 1:4))) (Y#1 = 2.Y:1)"},
+         "q1.1 from 1:A, 2:B tree (1 left 2) where+join (and {(=r 1.X:1 2.X:1)} (and - (= 2.Z:1 1:4))):3 (Y#1 = "
+         "2.Y:1)"},
         {"update node t set a = 1", "99 at 0"},
-        {"update node set a = 1", "553 at 1"},
+        {"update node set a = 1", "q1.1 from 1:NODE (A = 1:4)"},
         {"update t set a", "507 at 3"},
         {"update t set a =", "507 at 3"},
         {"update t set a = where b = 1", "507 at 3"},
@@ -197,10 +187,10 @@ TEST(ParseData, CompilesUpdate) {
 
 TEST(ParseData, CompilesDelete) {
     ExpectPlans({
-        {"delete from t", "T#1"},
-        {"delete from d.t where a = 1 or not b > 'x'", "d.T#1 where (or (= A:1 1:4) !(> B:1 'x':4))"},
-        {"delete from t where 1 = 2", "T#1 where false"},
-        {"delete from t where a in (select b from u where c = t.d)", "T#1 where (in A:1 [q])"},
+        {"delete from t", "q1.1 from 1:T"},
+        {"delete from d.t where a = 1 or not b > 'x'", "q1.1 from 1:d.T where (or (= A:1 1:4) !(> B:1 'x':4)):2"},
+        {"delete from t where 1 = 2", "q1.1 from 1:T where false"},
+        {"delete from t where a in (select b from u where c = t.d)", "q1.1 from 1:T where (in A:1 [q]):1"},
         {"delete", "508 at 0"},
         {"delete t", "508 at 0"},
         {"delete from", "508 at 1"},
@@ -209,6 +199,13 @@ TEST(ParseData, CompilesDelete) {
         {"delete from t where", "558 at 3"},
         {"delete from t order by a", "553 at 2"},
     });
+}
+
+TEST(ParseData, PrintsTheRowsOfInsert) {
+    EXPECT_NE(::Compiled("insert into t values (1)")
+                  .find("nRecordNum=1 nRecordAddrID=RECORDHEAD{bOperationType=2 bFieldNum=1 nRsFieldOffset=RSFIELDBSON{"
+                        "bTempNo=1 bFlag=4 nFieldDataOffset=st_MATHEXPBSON{"),
+              std::string::npos);
 }
 
 TEST(ParseData, CompilesALongInsertAsInALargeBuffer) {

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cxxabi.h>
+
+#include "DBInterface.h"
+#include "KestroErrorCode.h"
+#include "Language.h"
+
+/** What one outer operation says in the log; the code is 888FFFNNN. */
+struct OPERATIONROW {
+    const char* m_lpszFunction;
+    USHORT m_nOperation; // FFF
+    /** An exception: errno and the text. NNN is 99. */
+    MESSAGE m_stException;
+    /** Its end: time, code, the count if it has one, and the text. NNN is 1. */
+    MESSAGE m_stEnd{"", ""};
+    /** It takes the caller's statistics, and shows that it's busy. */
+    bool m_bBusy = false;
+    /** It's called again when the cluster has recovered, and on the next node when this one can't serve. */
+    bool m_bRecover = false;
+
+    constexpr int LogCode(int nPlace) const { return 888'000'000 + m_nOperation * 1000 + nPlace; }
+    constexpr bool HasItsArguments() const {
+        const char *const lpszEnd = m_stEnd.m_lpszEnglish, *const lpszException = m_stException.m_lpszEnglish;
+        using TEXT = const char*;
+        return (!*lpszEnd || ArgumentsFit<int, int>(lpszEnd) || ArgumentsFit<int, int, TEXT>(lpszEnd) ||
+                ArgumentsFit<int, int, int>(lpszEnd) || ArgumentsFit<int, int, int, TEXT>(lpszEnd)) &&
+               (ArgumentsFit<int>(lpszException) || ArgumentsFit<int, TEXT>(lpszException));
+    }
+};
+
+/**
+ * All that an outer operation runs goes through here: nothing is thrown out of it, and no lock stays taken. Only the
+ * cancellation of a thread passes.
+ */
+template <const OPERATIONROW& stRow, typename INNER>
+int CDBInterface::Guard(const char* lpszText, INNER Inner) {
+    static_assert(stRow.HasItsArguments(), "a line takes other arguments than there are");
+    KESTROCRITICALSECTION stRecord{};
+    try {
+        return Inner(&stRecord);
+    } catch (const abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+    }
+    return Abandon(stRow, &stRecord, lpszText);
+}
+
+/** An operation with clock, recovery and its line in the log. The text and the count, which may be null, are for that.
+ */
+template <const OPERATIONROW& stRow, typename INNER>
+int CDBInterface::RunOperation(MF_EXECUTE_STATISTICS& stStat, const char* lpszText, const int* pCount, INNER Inner) {
+    if (!IsLoggedIn()) return ERR_LINK_NOT_OPEN;
+    const int nCode = Guard<stRow>(lpszText, [&](KESTROCRITICALSECTION* pRecord) {
+        BeginOperation(stRow, stStat);
+        int nInner = ERR_OK;
+        do
+            nInner = Inner(pRecord);
+        while (stRow.m_bRecover && Recover(pRecord, stStat, nInner));
+        EndOperation(stRow, stStat, lpszText, pCount, nInner);
+        return nInner;
+    });
+    SetBusy(0);
+    return nCode;
+}

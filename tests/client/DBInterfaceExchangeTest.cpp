@@ -1,0 +1,277 @@
+#include <random>
+#include <set>
+
+#include "LinkTest.h"
+#include "RecordsetMaker.h"
+
+namespace {
+
+/** A recordset with a change, so that there is something to save. */
+void MakeChanged(CMemDBRecordset& stSet) {
+    ASSERT_EQ(Analyse(stSet, CRecordsetMaker("ID:1|NAME:6").Row(1, "1|one").Row(2, "2|two").Block()), ERR_OK);
+    ASSERT_EQ(stSet.MoveFirst(), ERR_OK);
+    ASSERT_EQ(stSet.SetField(1, "eins"), ERR_OK);
+}
+
+const std::string REDO_RECORD("\x09\0\0\0redo!", 9);
+
+/** A request, each time the same. */
+struct REQUESTROW {
+    const char* m_lpszName;
+    int m_nCommand;
+    /** Sends when each link is closed, or reset, before the reply's head is whole. */
+    int m_nClosedSends;
+    int m_nResetSends;
+    /** The code when its body is cut; 0 without a body. */
+    int m_nBodyCode;
+    int (*m_lpfnRun)(CTestLink& stLink);
+
+    friend void PrintTo(const REQUESTROW& stRow, std::ostream* pOut) { *pOut << stRow.m_lpszName; }
+};
+
+int g_nOut;
+
+// clang-format off
+constexpr REQUESTROW REQUESTS[] = {
+    {"Execute", 5, 3, 3, 0, [](CTestLink& stLink) { return stLink.ExecuteCommand("begin", g_nOut, nullptr); }},
+    {"Cursor", 5, 3, 3, 0, [](CTestLink& stLink) {
+        void* pCursor = nullptr;
+        std::string strSql("commit");
+        const int nCode = stLink.Parse(strSql.data(), pCursor);
+        return nCode != ERR_OK ? nCode : stLink.Execute(pCursor, g_nOut, static_cast<void*>(nullptr)); }},
+    {"Query", 6, 3, 3, ERR_RECEIVE, [](CTestLink& stLink) {
+        CMemDBRecordset stSet;
+        return stLink.GetRecordset("rollback", stSet, nullptr); }},
+    {"Update", 7, 3, 3, 0, [](CTestLink& stLink) {
+        CMemDBRecordset stSet;
+        MakeChanged(stSet);
+        return stLink.UpdateRecordset(stSet, nullptr); }},
+    {"Start", 8, 3, 3, 0, [](CTestLink& stLink) {
+        return stLink.StartTransactionLogic(std::string(95, 't').data(), g_nOut); }},
+    {"Stop", 9, 3, 3, 0, [](CTestLink& stLink) { return stLink.StopTransactionLogic(-77); }},
+    {"PlanInfo", 10, 3, 3, ERR_RECEIVED_DATA, [](CTestLink& stLink) {
+        EXECUTEPLANDESCRIBE stDescribe;
+        return stLink.GetExecutePlanInfo("begin work", &stDescribe, nullptr); }},
+    {"Redo", 11, 1, 3, 0, [](CTestLink& stLink) {
+        return stLink.KestroRedo(reinterpret_cast<BYTE*>(std::string(REDO_RECORD).data()), 0xFFFE); }},
+    {"Status", 65, 1, 1, ERR_RECEIVE, [](CTestLink& stLink) {
+        BYTE arStatus[16];
+        return stLink.GetClusterStatus(arStatus, sizeof arStatus, 0); }},
+    {"LogOut", 21, 1, 1, 0, [](CTestLink& stLink) {
+        const int nCode = stLink.UserLogOut(g_nOut);
+        stLink.m_bLogin = 1;
+        return nCode; }},
+    {"Use", 25, 1, 1, 0, [](CTestLink& stLink) { return stLink.UseDatabase("shop"); }}, // the last: it reads on
+};
+// clang-format on
+
+class DBInterfaceExchange : public CLinkTest, public testing::WithParamInterface<REQUESTROW> {
+protected:
+    void SetUp() override {
+        CLinkTest::SetUp();
+        m_strBlock = CRecordsetMaker("A:1").Row(1, "1").Block();
+        ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+        m_stPeer.Frames(0, true);
+    }
+    static bool IsProbe(const PEERFRAME& stFrame) { return stFrame.Token() == FRAME_PROBE_TOKEN; }
+    int Run() { return GetParam().m_lpfnRun(m_stLink); }
+    /** The command under test is answered by the step, all others by a friendly server. */
+    void Answer(CScriptedPeer::SCRIPT Step) {
+        m_Script = [this, Step](const PEERFRAME& stFrame) {
+            return stFrame.Command() != GetParam().m_nCommand || IsProbe(stFrame) ? Welcome(stFrame) : Step(stFrame);
+        };
+    }
+    /** The request was sent so often, each time with a token of its own; the lock is free; the next one works. */
+    void ExpectSends(int nSends) {
+        std::vector<PEERFRAME> arFrame = m_stPeer.Frames(GetParam().m_nCommand, true);
+        std::erase_if(arFrame, IsProbe);
+        EXPECT_EQ(static_cast<int>(arFrame.size()), nSends);
+        std::set<int> arToken{0};
+        for (const PEERFRAME& stFrame : arFrame) {
+            EXPECT_EQ(stFrame.Bytes(), arFrame[0].Bytes());
+            EXPECT_TRUE(arToken.insert(stFrame.Token()).second);
+        }
+        m_Script = nullptr;
+        EXPECT_TRUE(m_stLink.IsFree());
+        EXPECT_EQ(m_stLink.Run("commit"), 5);
+        EXPECT_EQ(Run(), ERR_OK);
+        m_stPeer.Frames(0, true);
+    }
+};
+class DBInterfaceToken : public DBInterfaceExchange {};
+
+const auto RequestName = [](const auto& stInfo) { return stInfo.param.m_lpszName; };
+INSTANTIATE_TEST_SUITE_P(All, DBInterfaceExchange, testing::ValuesIn(REQUESTS), RequestName);
+INSTANTIATE_TEST_SUITE_P(Resending, DBInterfaceToken, testing::ValuesIn(std::begin(REQUESTS), std::end(REQUESTS) - 1),
+                         RequestName);
+
+TEST_P(DBInterfaceExchange, SurvivesALinkCutAtEachByte) {
+    const REQUESTROW& stRow = GetParam();
+    const std::size_t nWhole = Welcome({HeadBytes(stRow.m_nCommand, 1, 0, 0, 0), ""}).m_strBytes.size();
+    for (const PEERTHEN nThen : {PEER_CLOSES, PEER_RESETS})
+        for (std::size_t nCut = 0; nCut < nWhole && !HasFailure(); ++nCut) {
+            SCOPED_TRACE(testing::Message() << "cut at " << nCut << ", end " << nThen);
+            Answer([&](const PEERFRAME& stFrame) {
+                return PEERANSWER(Welcome(stFrame).m_strBytes.substr(0, nCut), nThen);
+            });
+            const bool bHead = nCut < 112, bClosed = nThen == PEER_CLOSES;
+            EXPECT_EQ(Run(), !bHead ? stRow.m_nBodyCode : bClosed ? ERR_RECEIVE : ERR_LINK_RESET);
+            EXPECT_EQ(m_stLink.m_nSocket, -1);
+            ExpectSends(!bHead ? 1 : bClosed ? stRow.m_nClosedSends : stRow.m_nResetSends);
+        }
+}
+
+TEST_P(DBInterfaceToken, SendsAgainAsLongAsTheTokenIsAnother) {
+    for (int nStale = 1; nStale <= 4; ++nStale) {
+        int nLeft = nStale;
+        // Stale replies with bodies and bytes behind them, a token of 0 among them.
+        Answer([&](const PEERFRAME& stFrame) {
+            if (nLeft-- <= 0) return Welcome(stFrame);
+            PEERFRAME stOld = stFrame;
+            stOld.m_strHead[2] = nLeft == 1 ? '\0' : static_cast<char>(stFrame.Token() - 1);
+            return PEERANSWER(stOld.Reply(MF_REPLY_OK, 9, "left over") + std::string(nLeft * 56, 'x'));
+        });
+        EXPECT_EQ(Run(), nStale < 4 ? ERR_OK : ERR_TOKEN);
+        EXPECT_EQ(m_stLink.m_nSocket == -1, nStale == 4);
+        ExpectSends(std::min(nStale + 1, 4));
+    }
+}
+
+TEST_P(DBInterfaceExchange, TakesOnlyAReplyThatKeepsTheRules) {
+    const bool bBody = GetParam().m_nBodyCode != 0;
+    const struct {
+        const char* m_lpszName;
+        int m_nStatus, m_nValue;
+        std::string m_strBody;
+        UINT m_nAnnounced;
+        int m_nCode;
+    } ROWS[] = {
+        {"refused", MF_REPLY_FAIL, 4711, "", 0, 4711},
+        {"refused without a code", MF_REPLY_FAIL, 0, "", 0, ERR_FAILED},
+        {"refused with a body", MF_REPLY_FAIL, 4712, "body", 4, 4712},
+        {"no such status", 3, 1, "", 0, ERR_RECEIVED_DATA},
+        {"no such status with a body", 255, 1, std::string(5000, 'b'), 5000, ERR_RECEIVED_DATA},
+        {"a body too many or too few", MF_REPLY_OK, 1, bBody ? "" : "b", bBody ? 0u : 1u, ERR_RECEIVED_DATA},
+        {"4 GB announced", bBody ? 9 : MF_REPLY_OK, 0, "less than that", 0xFFFFFFFF, ERR_RECEIVED_DATA},
+        {"more than announced", bBody ? 9 : MF_REPLY_OK, 0, "more than that", 3, ERR_RECEIVED_DATA},
+    };
+    for (const auto& stReply : ROWS) {
+        SCOPED_TRACE(stReply.m_lpszName);
+        Answer([&](const PEERFRAME& stFrame) {
+            std::string strReply = stFrame.Reply(stReply.m_nStatus, stReply.m_nValue, stReply.m_strBody);
+            Put(strReply, 8, stReply.m_nAnnounced);
+            return strReply;
+        });
+        EXPECT_EQ(Run(), stReply.m_nCode);
+        // Bytes that belong to nobody end the link.
+        EXPECT_EQ(m_stLink.m_nSocket != -1, stReply.m_nAnnounced == stReply.m_strBody.size());
+        ExpectSends(1);
+    }
+    // Pending replies of any token come before the right one.
+    Answer([&](const PEERFRAME& stFrame) {
+        std::string strReply;
+        for (int i = 0; i < 300; ++i)
+            strReply += HeadBytes(MF_REPLY_PENDING, stFrame.Token() + i, i % 2, i, 0);
+        return strReply + Welcome(stFrame).m_strBytes;
+    });
+    EXPECT_EQ(Run(), ERR_OK);
+    ExpectSends(1);
+}
+
+TEST_P(DBInterfaceExchange, ReconnectsWhenTheLinkBrokeWhileNothingWasUnderWay) {
+    m_Script = [](const PEERFRAME& stFrame) { return PEERANSWER(stFrame.Reply(MF_REPLY_OK, 5), PEER_RESETS); };
+    EXPECT_EQ(m_stLink.Run("commit"), 5);
+    m_Script = nullptr;
+    pollfd stPoll{m_stLink.m_nSocket, POLLIN, 0};
+    EXPECT_EQ(poll(&stPoll, 1, -1), 1);
+    const bool bLogOut = GetParam().m_nCommand == MF_CMD_LOGOUT;
+    EXPECT_EQ(Run(), GetParam().m_nResetSends == 3 || bLogOut ? ERR_OK : ERR_SEND);
+    EXPECT_EQ(m_stLink.Run("commit"), 5);
+}
+
+TEST_P(DBInterfaceExchange, OutlivesAnyBytes) {
+    std::mt19937 stRandom(static_cast<unsigned>(GetParam().m_nCommand));
+    for (int i = 0; i < 60; ++i) {
+        Answer([&](const PEERFRAME& stFrame) {
+            std::string strReply = Welcome(stFrame).m_strBytes;
+            for (int n = 0; n < 4; ++n)
+                strReply[stRandom() % (n == 0 ? 12 : strReply.size())] = static_cast<char>(stRandom());
+            if (stRandom() % 2) strReply.resize(stRandom() % strReply.size());
+            return PEERANSWER(strReply, stRandom() % 2 ? PEER_CLOSES : PEER_RESETS);
+        });
+        Run();
+        m_Script = nullptr;
+        EXPECT_TRUE(m_stLink.IsFree());
+        EXPECT_EQ(m_stLink.Run("commit"), 5);
+    }
+}
+
+/** A plan as the sender leaves it, with the fields that tell of the sender. */
+std::string PlanBytes(CTestLink& stLink, const std::string& strSql) {
+    CParseSql stSql;
+    EXECUTEPLANBSON* pPlan = nullptr;
+    EXPECT_EQ(stSql.ParseSql(strSql.data(), static_cast<int>(strSql.size()), pPlan, 0, 0, 9), ERR_OK);
+    std::string strPlan(reinterpret_cast<const char*>(pPlan), pPlan->m_nTotalDataSize);
+    unsigned dwIP = 0;
+    unsigned short usPort = 0;
+    stLink.GetSocketInfo(dwIP, usPort);
+    Put(strPlan, 48, dwIP);
+    strPlan[11] = strPlan[63] = 9;
+    return strPlan;
+}
+
+TEST_F(CLinkTest, SendsEachRequestByteForByte) {
+    m_strBlock = CRecordsetMaker("A:1").Row(1, "1").Block();
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+    ASSERT_EQ(m_stLink.UseDatabase("shop"), ERR_OK);
+    CMemDBRecordset stSet;
+    MakeChanged(stSet);
+    CBaseBson stBson;
+    EXECUTEPLANBSON* pUpdate = nullptr;
+    ASSERT_EQ(stSet.ParseRecordset(stBson, pUpdate), ERR_OK);
+    std::string strUpdate(reinterpret_cast<const char*>(pUpdate), pUpdate->m_nClientBsonDataSize);
+    for (USHORT i = 1; i <= stBson.GetBufferSectionNum(); ++i) {
+        const LPBYTE lpSection = stBson.GetBufferSection(i);
+        strUpdate.append(reinterpret_cast<const char*>(lpSection),
+                         reinterpret_cast<BUFFERSECTIONHEAD*>(lpSection)->m_nSectionDataSize);
+    }
+    const std::string strStamp = PlanBytes(m_stLink, "begin");
+    strUpdate.replace(48, 4, strStamp, 48, 4);
+    strUpdate[11] = strUpdate[63] = 9;
+    ASSERT_GT(stBson.GetBufferSectionNum(), 0);
+    EXPECT_EQ(strUpdate.size(), pUpdate->m_nTotalDataSize);
+
+    std::string strLogOut(60, '\0');
+    strLogOut.replace(0, 3, "sys").replace(36, 6, "secret");
+    const struct {
+        int m_nRequest;
+        int m_nValue;
+        std::string m_strParam;
+        std::string m_strBody;
+    } ROWS[] = {
+        {0, 0, "", strStamp},
+        {1, 0, "", PlanBytes(m_stLink, "commit")},
+        {2, 0, "", PlanBytes(m_stLink, "rollback")},
+        {3, 0, "", strUpdate},
+        {4, 0, std::string(95, 't'), ""},
+        {5, -77, "", ""},
+        {6, 0, "", PlanBytes(m_stLink, "begin work")},
+        {7, 0xFFFE, "", REDO_RECORD},
+        {10, 0, "shop", ""},
+        {8, 0, "", ""},
+        {9, 0, strLogOut, ""},
+    };
+    m_stPeer.Frames(0, true);
+    for (const auto& stRow : ROWS) {
+        const REQUESTROW& stRequest = REQUESTS[stRow.m_nRequest];
+        EXPECT_EQ(stRequest.m_lpfnRun(m_stLink), ERR_OK) << stRequest.m_lpszName;
+        const std::vector<PEERFRAME> arFrame = m_stPeer.Frames(0, true);
+        ASSERT_EQ(arFrame.size(), 1u) << stRequest.m_lpszName;
+        EXPECT_EQ(arFrame[0].Bytes(),
+                  HeadBytes(stRequest.m_nCommand, 0, 0, stRow.m_nValue, stRow.m_strBody.size(), stRow.m_strParam) +
+                      stRow.m_strBody)
+            << stRequest.m_lpszName;
+    }
+}
+
+} // namespace
