@@ -155,7 +155,7 @@ struct KESTRO_PACKED EXECUTESTEP {
     std::int64_t m_nEndNodeDataID; // graph: end node
 };
 
-/** One changed row of a write-back, in a record section. */
+/** One changed row: of a write-back, in a record section; of an INSERT, in an array of the main buffer. */
 struct KESTRO_PACKED RECORDHEAD {
     BYTE m_bOperationType;   // RECORDOPERATION
     BYTE m_bFieldNum;        // fields of the record
@@ -228,7 +228,7 @@ struct KESTRO_PACKED EXECUTERECORDINFO {
     BYTE m_bRecordType;   // record kind
     BYTE m_bReserved[3];  // 0
     UINT m_nRecordNum;    // records
-    UINT m_nRecordAddrID; // first record
+    UINT m_nRecordAddrID; // first record; in an INSERT the offset of the rows
 };
 
 /** The steps of a target. */

@@ -1,12 +1,12 @@
-# What `cmake --install` lays down: bin/ with the program and a sample configuration, an empty Data/ beside it (the tool
+# What `cmake --install` lays down: bin/ with the programs and a sample configuration, an empty Data/ beside it (the tool
 # makes one level of directory only), the libraries with their headers, and the two packages that find them.
 
 include(CMakePackageConfigHelpers)
 
 if(BUILD_SHARED_LIBS)
-  set_target_properties(kestrosetup PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  set_target_properties(kestrosetup kestroplan PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 endif()
-install(TARGETS kestrosetup RUNTIME DESTINATION bin)
+install(TARGETS kestrosetup kestroplan RUNTIME DESTINATION bin)
 install(FILES ${PROJECT_SOURCE_DIR}/setup/KestroConfig.ini DESTINATION bin)
 install(DIRECTORY DESTINATION Data)
 

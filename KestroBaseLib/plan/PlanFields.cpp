@@ -203,8 +203,10 @@ constexpr bool IsWhole(const PLANRECORD& stRecord) {
         const PLANFIELDTYPE& stType = stField.m_stType;
         const UINT nEnd = stField.m_nOffset + stType.Bytes();
         if (stType.m_lpszLength && !IsNumberField(stRecord, stType.m_lpszLength)) return false;
-        if (stField.m_lpszTag && !IsNumberField(stRecord, stField.m_lpszTag)) return false;
-        if (stField.m_lpszTag && FindField(stRecord, stField.m_lpszTag)->m_stType.m_nSize != 1) return false;
+        if (stField.m_lpszTag && stField.m_lpszTag != PLANFIELD_STATEMENT) {
+            if (!IsNumberField(stRecord, stField.m_lpszTag)) return false;
+            if (FindField(stRecord, stField.m_lpszTag)->m_stType.m_nSize != 1) return false;
+        }
         if (stType.m_nKind >= PLANFIELD_TAIL_OFFSETS && nEnd != stRecord.m_nSize) return false;
         if (nEnd > stRecord.m_nSize) return false;
         if (stField.m_lpszTag || stField.m_bOtherName) continue;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <span>
+#include <string_view>
 
 #include "MemDBCommonDef.h"
 
@@ -12,7 +13,8 @@
  *     PLAN_RECORD(RECORD, size)                          a record; the rows of its fields follow
  *     PLAN_FIELD(RECORD, field, offset, TYPE)            a field
  *     PLAN_CASE(RECORD, field, offset, TYPE, TAG, value) what the bytes at that offset are when the field TAG, one byte
- *                                                        of the same record, is `value`; the first that holds counts
+ *                                                        of the same record, is `value`; the first that holds counts.
+ *                                                        TAG may be STATEMENT: the plan's `m_nType`
  *     PLAN_UNION(RECORD, field, offset, TYPE)            another name of those bytes, when no field tells which holds
  *
  * TYPE is one of the constants and functions of the namespace `PLANROW`.
@@ -52,6 +54,9 @@ enum PLANRECORDNO : BYTE {
     PLANRECORD_NONE = 255
 };
 
+/** The tag that stands for the plan's statement. */
+constexpr std::string_view PLANFIELD_STATEMENT = "STATEMENT";
+
 /** The type of a field. */
 struct PLANFIELDTYPE {
     PLANFIELDKIND m_nKind;
@@ -73,7 +78,7 @@ struct PLANFIELD {
     const char* m_lpszName;
     USHORT m_nOffset;
     PLANFIELDTYPE m_stType;
-    /** The field of PLAN_CASE that must hold `m_bTagValue`; null in all others. */
+    /** The field of PLAN_CASE that must hold `m_bTagValue`, or PLANFIELD_STATEMENT; null in all others. */
     const char* m_lpszTag;
     BYTE m_bTagValue;
     /** The row of PLAN_UNION. */

@@ -122,7 +122,7 @@ private:
     }
 
     /** Whether a row says what its bytes are: the first case that holds, else the plain row. */
-    static bool IsInForce(const PLANRECORD& stRecord, const PLANFIELD& stField, const SPOT& stSpot) {
+    bool IsInForce(const PLANRECORD& stRecord, const PLANFIELD& stField, const SPOT& stSpot) const {
         if (stField.m_bOtherName || !HoldsCase(stRecord, stField, stSpot)) return false;
         for (const PLANFIELD& stOther : stRecord.m_arField) {
             if (stField.m_lpszTag && &stOther == &stField) return true;
@@ -131,7 +131,9 @@ private:
         }
         return true;
     }
-    static bool HoldsCase(const PLANRECORD& stRecord, const PLANFIELD& stField, const SPOT& stSpot) {
+    bool HoldsCase(const PLANRECORD& stRecord, const PLANFIELD& stField, const SPOT& stSpot) const {
+        if (stField.m_lpszTag && stField.m_lpszTag == PLANFIELD_STATEMENT)
+            return m_stPlan.Head().m_nType == stField.m_bTagValue;
         return !stField.m_lpszTag || *stSpot.At(stRecord.Find(stField.m_lpszTag)->m_nOffset) == stField.m_bTagValue;
     }
 

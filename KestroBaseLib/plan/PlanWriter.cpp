@@ -15,9 +15,11 @@ std::size_t CharacterLen(std::string_view szText) {
     if (bLead < 0xC2 || bLead > 0xF4 || szText.size() < nLen) return 0;
     for (std::size_t i = 1; i < nLen; ++i)
         if ((At(i) & 0xC0) != 0x80) return 0;
-    // Longer forms than need be, halves of a pair, and codes beyond the last.
-    const bool bBad = (bLead == 0xE0 && At(1) < 0xA0) || (bLead == 0xED && At(1) > 0x9F) ||
-                      (bLead == 0xF0 && At(1) < 0x90) || (bLead == 0xF4 && At(1) > 0x8F);
+    // Controls, which some terminals obey in this form too, longer forms than need be, halves of a pair, and codes
+    // beyond the last.
+    const bool bBad = (bLead == 0xC2 && At(1) < 0xA0) || (bLead == 0xE0 && At(1) < 0xA0) ||
+                      (bLead == 0xED && At(1) > 0x9F) || (bLead == 0xF0 && At(1) < 0x90) ||
+                      (bLead == 0xF4 && At(1) > 0x8F);
     return bBad ? 0 : nLen;
 }
 

@@ -22,10 +22,15 @@ constexpr UINT RETRY_FACTOR = 4;
 
 static_assert(sizeof(EXECUTEPLANBSON) == PLAN_TEXT_OFFSET);
 
-UINT BufferSize(int nLen) {
+/** Bytes of plan for a byte of a long statement; most long ones are rows of VALUES, whose records are many. */
+constexpr std::uint64_t PLAN_FACTOR = 2;
+constexpr std::uint64_t INSERT_PLAN_FACTOR = 8;
+
+UINT BufferSize(int nLen, int nVerb) {
     if (nLen <= SHORT_STATEMENT) return BUFFER_STEP;
-    const UINT nSteps = (2 * static_cast<UINT>(nLen) - 1) / BUFFER_STEP + 1;
-    return std::min(nSteps, BUFFER_STEP_NUM_MAX) * BUFFER_STEP;
+    const std::uint64_t nBytes = (nVerb == KW_INSERT ? INSERT_PLAN_FACTOR : PLAN_FACTOR) * static_cast<UINT>(nLen);
+    const std::uint64_t nSteps = (nBytes - 1) / BUFFER_STEP + 1;
+    return static_cast<UINT>(std::min<std::uint64_t>(nSteps, BUFFER_STEP_NUM_MAX)) * BUFFER_STEP;
 }
 
 } // namespace
@@ -55,7 +60,9 @@ CParseSql::~CParseSql() {
 
 int CParseSql::ParseSql(const char* lpszSql, int nLen, EXECUTEPLANBSON*& lpPlan, int nPageStart, int nPageSize,
                         BYTE bDatabaseNo) {
-    STATEMENT stStatement = {{}, WORD_NONE, nPageStart, nPageSize, lpPlan};
+    // This object's own last plan is no block of the caller's: it goes now.
+    EXECUTEPLANBSON* const lpBlock = lpPlan == GetExecutePlan() ? nullptr : lpPlan;
+    STATEMENT stStatement = {{}, WORD_NONE, nPageStart, nPageSize, lpBlock};
     lpPlan = nullptr;
     m_bDatabaseNo = bDatabaseNo;
     if (!m_pKestroKeywordParse) return ERR_MEMORY;
@@ -66,7 +73,8 @@ int CParseSql::ParseSql(const char* lpszSql, int nLen, EXECUTEPLANBSON*& lpPlan,
     stStatement.m_nVerb = m_pKestroKeywordParse->GetKeyword(stHead.m_szWord, stHead.m_nWordLen, nullptr, 1);
 
     // A parser never tests for room: where it runs out of it, all is compiled again in a larger buffer.
-    for (UINT nSize = BufferSize(static_cast<int>(stHead.m_szText.size()));; nSize *= RETRY_FACTOR) {
+    for (UINT nSize = BufferSize(static_cast<int>(stHead.m_szText.size()), stStatement.m_nVerb);;
+         nSize *= RETRY_FACTOR) {
         EXECUTEPLANBSON* lpNew = nullptr;
         if (PreparePlan(stStatement, lpNew, nSize) != ERR_OK) return ERR_MEMORY;
         int nCode = lpNew ? CopyStatement(stStatement, lpNew) : ERR_MEMORY;
@@ -163,11 +171,9 @@ int CParseSql::ParseStatement(const STATEMENT& stStatement, EXECUTEPLANBSON* lpP
 int CParseSql::HideHintMark(const STATEMENT& stStatement, const char*& lpszText) {
     const SQLHEAD& stHead = stStatement.m_stHead;
     lpszText = reinterpret_cast<const char*>(m_stBson.GetBuffer()) + PLAN_TEXT_OFFSET;
-    const int nMark = stHead.m_nHintEnd - 2;
+    const int nMark = stHead.HintMark();
+    if (nMark < 0) return ERR_OK;
     const std::string_view szText(lpszText, stHead.m_szText.size());
-    if (nMark < std::max(stHead.m_nPos, stHead.m_nHintBegin) ||
-        szText.substr(static_cast<std::size_t>(nMark), 2) != "*/")
-        return ERR_OK;
     LPBYTE lpCopy = nullptr;
     if (const int nCode = m_stBson.AllocFromBufferPool(static_cast<UINT>(szText.size()) + 1, lpCopy, 0)) return nCode;
     std::memcpy(lpCopy, szText.data(), szText.size() + 1);

@@ -7,6 +7,12 @@
 #include "KestroQueue.h"
 #include "ParseSqlWords.h"
 
+class CFieldChain;
+class CParseExpressionManager;
+class CSqlWordReader;
+struct ITEMLIST;
+struct LISTITEM;
+
 /** A table-like object of a statement; its row number, from 1, is its number in the plan. */
 struct OBJECTNAME {
     char m_pDataBaseName[68]; // empty if none was named
@@ -74,7 +80,6 @@ public:
     EXECUTEPLANBSON* GetExecutePlan() { return m_stBson.GetExecutePlan(); }
 
     // --- queries inside statements: the words of a range, whose end the cursor keeps
-    // ----------------------------------
 
     /** A query expression with its set operations; `nOffset` is the record of its first query. */
     [[nodiscard]] int ParseCommonQuery(stu_KestroWordArray* lpWords, st_PARSEPARAM* lpParam, int& bLockOption,
@@ -120,8 +125,10 @@ public:
     /** The same for an object with an alias: ERR_DUPLICATE_ALIAS if the query has this one already. */
     [[nodiscard]] int SetObjectTitle(const char* lpszDatabase, const char* lpszName, BYTE bType, const char* lpszTitle,
                                      BYTE& bNo);
-    /** Opens a query inside the current one: ERR_NESTED_QUERY at the 32nd level, or for the 256th. `LeaveQuery` closes
-     * it. */
+    /**
+     * Opens a query inside the current one, which `LeaveQuery` closes. ERR_NESTED_QUERY at the 32nd level, or for the
+     * 256th query.
+     */
     [[nodiscard]] int EnterQuery();
     void LeaveQuery() { --m_bQueryLevel; }
     BYTE GetQueryLevel() const { return m_bQueryLevel; }
@@ -187,12 +194,44 @@ protected:
     [[nodiscard]] int WriteSetting(BYTE bAction, ALTEREXECUTEPLANBSON* lpAlter, BYTE bDataType,
                                    const char* lpszParameter, int nValue);
 
+    // --- statements that change rows (ParseSqlInsert.cpp, ParseSqlUpdate.cpp, ParseSqlDelete.cpp, ParseSqlRows.cpp)
+
+    using PARSEWORDS = int (CParseSql::*)(stu_KestroWordArray*, int, int, EXECUTEPLANBSON*);
+    /** Compiles a text as the words it consists of, and closes the plan. */
+    [[nodiscard]] int ParseText(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan, PARSEWORDS pParse);
+    /** One expression over a range of words, and its class, EXPCLASS. */
+    [[nodiscard]] int ParseValue(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UINT& nOffset, BYTE& bClass);
+
+    [[nodiscard]] int ParseCommonInsert(stu_KestroWordArray* lpWords, int nBegin, EXECUTEPLANBSON* lpPlan);
+    [[nodiscard]] int ParseCommonUpdate(stu_KestroWordArray* lpWords, int nBegin, UPDATEEXECUTEPLANBSON& stUpdate);
+    [[nodiscard]] int ParseCommonDelete(stu_KestroWordArray* lpWords, int nBegin, DELETEEXECUTEPLANBSON& stDelete);
+
+    // --- parts of a query, each in its own file ----------------------------------------------------------------------
+
+    /**
+     * A select list, whose fields go behind those that are there. `m_bDistinct` and `m_bAggreFun` of the parameter tell
+     * of DISTINCT and aggregates, `bAggreMixed` whether aggregates and plain fields stand side by side.
+     */
+    [[nodiscard]] int ParseSelectField(stu_KestroWordArray* lpWords, st_PARSEPARAM* lpParam, UINT& nFieldOffset,
+                                       UINT& nFieldNum, int& bAggreMixed);
+    /**
+     * Whether the steps of a hierarchy in a condition are all joined by AND; `bFound` is set if there is one. FALSE as
+     * well for a condition that is nested too deep.
+     */
+    BOOL CheckConnectCondition(BASECONDITIONBSON* lpNode, int& bFound);
+
 private:
     struct STATEMENT;
     struct VERB;
+    struct INSERTROWS;
+    struct ROWSELECTION;
     struct TRANSACTIONVERB;
     struct ALTERVERB;
     struct ALTERFILEVERB;
+    struct QUERYBLOCK;
+    struct QUERYSTEP;
+    struct CONNECTSIDE;
+    class CFromList;
 
     void Restart();
     int PreparePlan(const STATEMENT& stStatement, EXECUTEPLANBSON*& lpPlan, UINT nSize);
@@ -207,7 +246,63 @@ private:
     int ParseAlterStorage(stu_KestroWordArray* lpWords, ALTEREXECUTEPLANBSON* lpAlter);
     int AddObject(const char* lpszDatabase, const char* lpszName, BYTE bType, const char* lpszTitle, BYTE& bNo);
     bool IsInQuery(const OBJECTNAME& stObject) const { return stObject.m_bSupperID == GetQueryID(); }
+    int ParseInsertTarget(stu_KestroWordArray* lpWords, int& nWord, INSERTEXECUTEPLANBSON& stInsert);
+    int ParseInsertField(stu_KestroWordArray* lpWords, int& nWord, INSERTEXECUTEPLANBSON& stInsert);
+    int ParseInsertQuery(stu_KestroWordArray* lpWords, int nWord, INSERTEXECUTEPLANBSON& stInsert,
+                         EXECUTEPLANBSON* lpPlan);
+    int CountInsertRows(stu_KestroWordArray* lpWords, int nBegin, INSERTROWS& stRows);
+    int ParseInsertRows(stu_KestroWordArray* lpWords, int nBegin, INSERTEXECUTEPLANBSON& stInsert,
+                        EXECUTEPLANBSON* lpPlan);
+    int ParseInsertValue(stu_KestroWordArray* lpWords, int& nWord, int nValueNum, CParseExpressionManager& stLiterals,
+                         RSFIELDBSON* lpField);
+    int ParseUpdateField(stu_KestroWordArray* lpWords, int nBegin, int nEnd, UPDATEEXECUTEPLANBSON& stUpdate);
+    int ParseUpdateName(stu_KestroWordArray* lpWords, int& nWord, EXECUTEFIELDBSON& stField);
+    int ParseRowObjects(int nBegin, int nEnd, ROWSELECTION& stRows);
+    int ParseRowCondition(int nWhere, ROWSELECTION& stRows);
     int AllocBound(UINT nElementOffset, UINT nLen, UINT& nOffset);
+
+    // Queries: ParseSqlQuery.h has their records.
+    int InsertHead(int nParens, stu_KestroWordArray* lpWords);
+    int ChainQuery(BYTE bUnionType, UINT nQuery, UINT& nLast);
+    int ScanClauses(QUERYBLOCK& stBlock);
+    int BeginBlock(QUERYBLOCK& stBlock);
+    int ParseLock(QUERYBLOCK& stBlock);
+    int ParseAsOf(QUERYBLOCK& stBlock);
+    int ParseFrom(QUERYBLOCK& stBlock);
+    int CutColumns(QUERYBLOCK& stBlock);
+    int ParseGroupBy(QUERYBLOCK& stBlock);
+    int ParseFields(QUERYBLOCK& stBlock);
+    int ParseConnect(QUERYBLOCK& stBlock);
+    int ParseWhere(QUERYBLOCK& stBlock);
+    int JoinConditions(QUERYBLOCK& stBlock);
+    int ParseHaving(QUERYBLOCK& stBlock);
+    int ParseOrderBy(QUERYBLOCK& stBlock);
+    int ParsePage(QUERYBLOCK& stBlock);
+    int ParsePaging(QUERYBLOCK& stBlock);
+    bool HasDistinctBits(UINT nObjectOffset);
+    int ParseField(stu_KestroWordArray* lpWords, const LISTITEM& stItem, st_PARSEPARAM& stParam,
+                   EXECUTEFIELDBSON& stField);
+    int ParseFieldExpression(stu_KestroWordArray* lpWords, const LISTITEM& stItem, const st_PARSEPARAM& stParam,
+                             CParseExpressionManager& stExpression, EXECUTEFIELDBSON& stField, bool& bAggregate);
+    int NameField(const CParseExpressionManager& stExpression, EXECUTEFIELDBSON& stField);
+    int AllocColumns(const ITEMLIST& stList, COLUMNDEF*& arColumn, UINT& nOffset);
+    int ParseOrderColumn(QUERYBLOCK& stBlock, LISTITEM& stItem, CFieldChain& stChain, COLUMNDEF& stColumn);
+    int SetColumn(QUERYBLOCK& stBlock, const LISTITEM& stItem, int nField, CFieldChain& stChain, COLUMNDEF& stColumn);
+    bool IsGroupColumn(const QUERYBLOCK& stBlock, const LISTITEM& stItem, const COLUMNDEF& stColumn);
+    int ParseConnectStep(QUERYBLOCK& stBlock, int nPos, RECURSION& stRecursion);
+    int ParseConnectSide(const CSqlWordReader& stReader, int& nPos, int nEnd, CONNECTSIDE& stSide);
+    /** The items of a list between commas outside of brackets; with titles each without its alias. */
+    int CutList(stu_KestroWordArray* lpWords, int nBegin, int nEnd, bool bTitles, ITEMLIST& stList);
+    /** The condition of a range: its root, 0 for none, and the sides of comparisons that aren't constant. */
+    int ParseConditionRange(stu_KestroWordArray* lpWords, const st_PARSEPARAM& stParam, int nBegin, int nEnd,
+                            UINT& nCondition, int& nVarNum);
+    /** A terminated copy of a text in the plan. */
+    int CopyToPlan(const char* lpszText, int nLen, UINT& nOffset);
+    /**
+     * An object of a FROM list, which is one of its own under each alias. Once more the same without an alias, which no
+     * name could tell apart, is ERR_SYNTAX_SELECT; else as `SetObjectTitle`.
+     */
+    int AddFromObject(const char* lpszDatabase, const char* lpszName, BYTE bType, const char* lpszTitle, BYTE& bNo);
 
     int CopyWords(std::string_view szSql, int nStart, char*& lpszCopiesEnd, stu_KestroWordArray* lpWords);
     int LookUpKeyword(stu_KestroWordArray* lpWords, int nIndex) const;

@@ -39,9 +39,26 @@ std::string_view StripEnd(std::string_view szText) {
     }
 }
 
+/** Behind the mark that closes the comment at `nPos`, or the end of the text. */
+std::size_t BehindClose(std::string_view szText, std::size_t nPos) {
+    const std::size_t nClose = szText.find("*/", nPos + 2);
+    return nClose == std::string_view::npos ? szText.size() : nClose + 2;
+}
+
+std::size_t LineEnd(std::string_view szText, std::size_t nPos) {
+    return std::min(szText.find_first_of("\r\n", nPos), szText.size());
+}
+
+/** Behind the comment at `nPos`, which is the text's end for one without a close; `nPos` if no comment is there. */
+std::size_t BehindComment(std::string_view szText, std::size_t nPos) {
+    const std::string_view szMark = szText.substr(nPos, 2);
+    if (szMark == "--") return LineEnd(szText, nPos);
+    return szMark == "/*" ? BehindClose(szText, nPos) : nPos;
+}
+
 /**
  * How many pairs of brackets enclose the whole text, in one pass for any number: a pair does if no ")" between closes
- * more than was opened there. A bracket in quotes is none.
+ * more than was opened there. A bracket in quotes or in a comment is none, and neither is a quote in a comment.
  */
 int CountEnclosingPairs(std::string_view szText) {
     std::size_t nBegin = 0;
@@ -55,19 +72,23 @@ int CountEnclosingPairs(std::string_view szText) {
         if (c != ')' && (nClose == 0 || (!IsWhite(c) && c != ';'))) break;
         nClose += c == ')';
     }
+    if (nOpen == 0 || nClose == 0) return 0;
     int nDepth = nOpen, nLeast = nOpen;
-    char cQuote = 0;
-    for (const char c : szText.substr(nBegin, nEnd - nBegin)) {
-        if (cQuote != 0)
-            cQuote = c == cQuote ? 0 : cQuote;
-        else if (c == '\'' || c == '"' || c == '`')
-            cQuote = c;
-        else if (c == '(')
+    szText = szText.substr(0, nEnd);
+    for (std::size_t i = nBegin; i < nEnd; ++i) {
+        const char c = szText[i];
+        if (c == '\'' || c == '"' || c == '`') {
+            i = szText.find(c, i + 1);
+            if (i == std::string_view::npos) return 0;
+        } else if (const std::size_t nBehind = BehindComment(szText, i); nBehind != i) {
+            i = nBehind - 1;
+        } else if (c == '(') {
             ++nDepth;
-        else if (c == ')')
+        } else if (c == ')') {
             nLeast = std::min(nLeast, --nDepth);
+        }
     }
-    return cQuote == 0 && nDepth >= nClose ? std::max(std::min(nLeast, nClose), 0) : 0;
+    return nDepth >= nClose ? std::max(std::min(nLeast, nClose), 0) : 0;
 }
 
 /** The scan for the first word. */
@@ -80,18 +101,25 @@ public:
         while (m_nPos < m_szText.size()) {
             if (SkipComment()) continue;
             const char c = m_szText[m_nPos++];
+            if (m_stHead.m_nWordLen == 0) m_stHead.m_nWordPos = static_cast<int>(m_nPos - 1);
             if (IsLetter(c)) {
                 if (m_stHead.m_nWordLen + 1 == SQLHEAD::WORD_SIZE) return ERR_INVALID_COMMAND;
                 m_stHead.m_szWord[m_stHead.m_nWordLen++] = c;
                 continue;
             }
             // The character that ends the word goes with it, even a "*".
-            if (m_stHead.m_nWordLen != 0) return IsWhite(c) || c == ':' || c == '*' ? End() : ERR_INVALID_CHARACTER;
+            if (m_stHead.m_nWordLen != 0) {
+                if (IsWhite(c) || c == ':' || c == '*') return End();
+                m_stHead.m_nWordPos = static_cast<int>(m_nPos - 1);
+                return ERR_INVALID_CHARACTER;
+            }
             if (IsWhite(c)) continue;
             if (c != '(') return ERR_START_CHARACTER;
             ++m_stHead.m_nParens;
         }
-        return m_stHead.m_nWordLen != 0 ? End() : ERR_START_CHARACTER;
+        if (m_stHead.m_nWordLen != 0) return End();
+        m_stHead.m_nWordPos = static_cast<int>(m_nPos);
+        return ERR_START_CHARACTER;
     }
 
 private:
@@ -107,28 +135,22 @@ private:
             OpenHint();
             return true;
         }
-        if (At("--") || (m_bHashComment && At("#")))
-            m_nPos = std::min(m_szText.find_first_of("\r\n", m_nPos), m_szText.size());
-        else if (At("/*"))
-            m_nPos = BehindClose();
-        else
-            return false;
+        const std::size_t nBehind =
+            m_bHashComment && At("#") ? LineEnd(m_szText, m_nPos) : BehindComment(m_szText, m_nPos);
+        if (nBehind == m_nPos) return false;
+        m_nPos = nBehind;
         // A comment inside a word leaves nothing of it.
         std::memset(m_stHead.m_szWord, 0, sizeof m_stHead.m_szWord);
         m_stHead.m_nWordLen = 0;
         return true;
     }
 
-    /** Behind a comment's closing mark, or the end of the text. */
-    std::size_t BehindClose() const {
-        const std::size_t nClose = m_szText.find("*/", m_nPos + 2);
-        return nClose == std::string_view::npos ? m_szText.size() : nClose + 2;
-    }
-
     /** The scan goes on inside a hint: the first word may stand there. */
     void OpenHint() {
         const std::size_t nSize = m_szText.size();
-        m_stHead.m_nHintEnd = static_cast<int>(BehindClose());
+        // A mark found before closes this one too: a text full of hints isn't searched again for each.
+        if (static_cast<std::size_t>(m_stHead.m_nHintEnd) < m_nPos + 4)
+            m_stHead.m_nHintEnd = static_cast<int>(BehindClose(m_szText, m_nPos));
         m_nPos = std::min(m_szText.find_first_not_of(WHITE, m_nPos + 3), nSize);
         if (m_nPos < nSize && IsDigit(m_szText[m_nPos]))
             m_nPos = std::min(m_szText.find_first_of(WHITE, m_nPos), nSize);
@@ -143,11 +165,22 @@ private:
 
 } // namespace
 
+int SQLHEAD::HintMark() const {
+    const int nMark = m_nHintEnd - 2;
+    // The verb may have taken the mark's star with it.
+    const bool bMark =
+        nMark >= std::max(m_nPos - 1, m_nHintBegin) && m_szText.substr(static_cast<std::size_t>(nMark), 2) == "*/";
+    return bMark ? nMark : -1;
+}
+
 int ReadSqlHead(std::string_view szSql, bool bHashComment, SQLHEAD& stHead) {
     stHead = SQLHEAD();
     stHead.m_szText = StripEnd(szSql);
-    for (int nPairs = CountEnclosingPairs(stHead.m_szText); nPairs > 0; --nPairs)
-        stHead.m_szText = StripEnd(Trim(stHead.m_szText.substr(1, stHead.m_szText.size() - 2)));
+    for (int nPairs = CountEnclosingPairs(stHead.m_szText); nPairs > 0; --nPairs) {
+        // A ";" that went may leave white space behind the ")".
+        const std::string_view szPair = Trim(stHead.m_szText);
+        stHead.m_szText = StripEnd(Trim(szPair.substr(1, szPair.size() - 2)));
+    }
     return CHeadScan(stHead, bHashComment).Scan();
 }
 

@@ -13,11 +13,16 @@ struct SQLHEAD {
     int m_nPos = 0;
     char m_szWord[WORD_SIZE] = {};
     int m_nWordLen = 0;
+    /** Byte of `m_szText` at which the first word begins; of a head that is refused, the one at fault. */
+    int m_nWordPos = 0;
     /** "(" in front of the first word. */
     int m_nParens = 0;
     /** The text of a hint comment, from its first byte to the one behind its closing mark; 0 without a hint. */
     int m_nHintBegin = 0;
     int m_nHintEnd = 0;
+
+    /** Where the mark stands that closes a hint with the verb in it: it is no word of the statement. -1 without one. */
+    int HintMark() const;
 };
 
 /**

@@ -96,6 +96,19 @@ int CParseSql::SetObjectTitle(const char* lpszDatabase, const char* lpszName, BY
     return ERR_OK;
 }
 
+int CParseSql::AddFromObject(const char* lpszDatabase, const char* lpszName, BYTE bType, const char* lpszTitle,
+                             BYTE& bNo) {
+    for (int i = 0; i < m_nObjectNum; ++i) {
+        const OBJECTNAME& stObject = m_arrObjectName[i];
+        if (!IsInQuery(stObject)) continue;
+        if (*lpszTitle && Same(stObject.m_pObjectTitle, lpszTitle)) return ERR_DUPLICATE_ALIAS;
+        if (!*lpszTitle && !*stObject.m_pObjectTitle && stObject.m_bObjectType == bType &&
+            Same(stObject.m_pObjectName, lpszName) && Same(stObject.m_pDataBaseName, lpszDatabase))
+            return ERR_SYNTAX_SELECT;
+    }
+    return AddObject(lpszDatabase, lpszName, bType, lpszTitle, bNo);
+}
+
 int CParseSql::AddObject(const char* lpszDatabase, const char* lpszName, BYTE bType, const char* lpszTitle, BYTE& bNo) {
     // Records refer to an object by a byte: one more would be taken for another.
     if (m_nObjectNum == UCHAR_MAX) return ERR_OBJECT_NUMBER;

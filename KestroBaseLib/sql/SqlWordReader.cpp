@@ -2,6 +2,7 @@
 
 #include "SqlWordReader.h"
 
+#include <algorithm>
 #include <climits>
 
 #include "CommonDataDef.h"
@@ -47,4 +48,26 @@ int CSqlWordReader::Find(int nKeyword, int nBegin, int nEnd) const {
         nDepth += (nWord == WORD_PAREN_OPEN) - (nWord == WORD_PAREN_CLOSE);
     }
     return nEnd;
+}
+
+// The outermost pairs enclose all as long as the depth between them never falls below their number. That's found in one
+// scan, however many there are.
+void CSqlWordReader::RemoveOuterBrackets(st_PARSEPARAM& stParam) const {
+    int nBegin = stParam.m_nBeginPos, nEnd = stParam.m_nEndPos;
+    while (nBegin < nEnd && Keyword(nBegin) == WORD_PAREN_OPEN && Keyword(nEnd - 1) == WORD_PAREN_CLOSE) {
+        ++nBegin;
+        --nEnd;
+    }
+    const int nPairs = nBegin - stParam.m_nBeginPos;
+    if (nPairs == 0) return;
+    int nDepth = nPairs, nLeast = nPairs;
+    for (int i = nBegin; i < nEnd; ++i) {
+        const int nKeyword = Keyword(i);
+        nDepth += (nKeyword == WORD_PAREN_OPEN) - (nKeyword == WORD_PAREN_CLOSE);
+        nLeast = std::min(nLeast, nDepth);
+    }
+    // Brackets that don't match are left for the parser to report.
+    if (nDepth != nPairs || nLeast < 0) return;
+    stParam.m_nBeginPos += nLeast;
+    stParam.m_nEndPos -= nLeast;
 }

@@ -30,8 +30,17 @@ public:
     int FindClose(int nOpen, int nEnd) const;
     /** The first word of code `nKeyword` outside of all brackets from `nBegin` on; `nEnd` without one. */
     int Find(int nKeyword, int nBegin, int nEnd) const;
+    /** Narrows a range by all pairs of brackets that enclose the whole of it. */
+    void RemoveOuterBrackets(st_PARSEPARAM& stParam) const;
 
 private:
     CParseSql& m_stParseSql;
     stu_KestroWordArray& m_stWords;
 };
+
+/** The same words as if the statement ended in front of word `nEnd`; they share their arrays. */
+inline stu_KestroWordArray SqlWordsUpTo(const stu_KestroWordArray& stWords, int nEnd) {
+    stu_KestroWordArray stFirst = stWords;
+    if (nEnd < stFirst.m_nNum) stFirst.m_nNum = nEnd;
+    return stFirst;
+}

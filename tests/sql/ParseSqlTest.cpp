@@ -73,6 +73,9 @@ TEST(ParseSql, ReadsTheHead) {
         {"select 1 ; ;\n", "select 1  | select 7"},
         {"(select 1)", "select 1 | select 7"},
         {"( ((select 1 );) )", "select 1 | select 7"},
+        {"((select 1) ;)", "select 1 | select 7"},
+        {"(select ' -- it''s' /* ) it's */ -- it's\n)", "select ' -- it''s' /* ) it's */ -- it's | select 7"},
+        {"(select 1 /* ( */) union (select 2)", "(select 1 /* ( */) union (select 2) | select 8 (1"},
         {"(select 1) union (select 2)", "(select 1) union (select 2) | select 8 (1"},
         {"((select 1) union (select 2))", "(select 1) union (select 2) | select 8 (1"},
         {" (select 1)", " (select 1) | select 9 (1"},
@@ -85,6 +88,7 @@ TEST(ParseSql, ReadsTheHead) {
         {"/*!40101 set x */", "/*!40101 set x */ | set 13 hint  set x */"},
         {"select /*!1 a */ b", "select /*!1 a */ b | select 7"},
         {"/*! set x", "/*! set x | set 8 hint set x"},
+        {"/*! /*! set y*/ x", "/*! /*! set y*/ x | set 12 hint set y*/"},
         {"select", "select | select 6"},
         {"deallocateab", "deallocateab | deallocateab 12"},
         {"deallocateabc", "502"},
@@ -97,9 +101,13 @@ TEST(ParseSql, ReadsTheHead) {
     for (const ROW& stRow : ROWS)
         EXPECT_EQ(Head(stRow.m_lpszSql), stRow.m_lpszPlan) << stRow.m_lpszSql;
     EXPECT_EQ(Head("#c\nselect 1", true), "#c\nselect 1 | select 10");
-    // A million brackets are read in one pass.
+    // A million brackets or hints are read in one pass.
     const std::string strOpen(1'000'000, '('), strClose(1'000'000, ')');
     EXPECT_EQ(Head(strOpen + "select 1" + strClose), "select 1 | select 7");
+    std::string strHints;
+    while (strHints.size() < 1'000'000)
+        strHints += "/*!";
+    EXPECT_EQ(Head(strHints), "500");
     EXPECT_EQ(Head(strOpen + "select 1"), strOpen + "select 1 | select 1000007 (1000000");
 }
 
@@ -117,6 +125,7 @@ TEST(ParseSql, ReadsTheHeadInPlace) {
 
 TEST(ParseSql, CompilesWhatStandsInAHint) {
     EXPECT_EQ(Compiled("/*!40101 begin work */"), "nType=10 bWriteLog=1");
+    EXPECT_EQ(Compiled("/*!40101 begin*/"), "nType=10 bWriteLog=1");
     EXPECT_EQ(Compiled("/*!40101 begin work */ work"), "814 at 2");
     EXPECT_EQ(Compiled("(/*! use */ shop)"), "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"shop\"}");
 }

@@ -9,7 +9,7 @@
 #include "ParseSql.h"
 #include "PlanPrinter.h"
 
-/** A compiled plan in one line, `field=value` and `field=RECORD{...}`, without what all plans have: sizes, hash, text.
+/** A compiled plan in one line, `field=value` and `field=RECORD{...}`, without the sizes, hash and text of all plans.
  */
 inline std::string PlanLine(const void* lpBytes, std::size_t nLen) {
     CPlanReader stPlan;

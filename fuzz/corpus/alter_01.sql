@@ -1,0 +1,1 @@
+alter table t add column c int, drop column d, modify e varchar(30)

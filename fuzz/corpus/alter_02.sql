@@ -1,0 +1,1 @@
+alter user root identified by 'secret'

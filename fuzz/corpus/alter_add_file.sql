@@ -1,0 +1,1 @@
+alter system add datafile '/data/a.dbf' tablespace 'users' 1024

@@ -1,0 +1,1 @@
+alter system modify sysfile 'c.dbf' to 'd.dbf' tablespace 'it''s' 0x40

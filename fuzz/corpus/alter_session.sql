@@ -1,0 +1,1 @@
+alter session set `sort_size` = -1

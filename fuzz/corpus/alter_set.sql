@@ -1,0 +1,1 @@
+alter system set cache_size = 4096

@@ -1,0 +1,1 @@
+alter system storage '/tmp/x' mothed 2 buffersize 65536

@@ -1,0 +1,1 @@
+alter system (((set x = 1)))

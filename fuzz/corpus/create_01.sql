@@ -1,0 +1,1 @@
+create table t (id bigint primary key auto_increment, a varchar(20) not null default 'x', b decimal(20, 4), index i (a))

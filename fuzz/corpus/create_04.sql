@@ -1,0 +1,1 @@
+create user u identified by 'p'

@@ -1,0 +1,1 @@
+delete from t where a = 1 and b in (select b from u)

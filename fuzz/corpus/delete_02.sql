@@ -1,0 +1,1 @@
+delete t from t join u on t.id = u.id where u.x like 'z%'

@@ -1,0 +1,1 @@
+grant select, insert on shop.* to u

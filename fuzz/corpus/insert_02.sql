@@ -1,0 +1,1 @@
+insert into shop.t (a, b) values (1, 2), (?, ?), (1 + 1, upper('x'))

@@ -1,0 +1,1 @@
+insert into t (a, b) select a, b from u where a > 0

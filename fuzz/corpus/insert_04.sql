@@ -1,0 +1,1 @@
+insert into t set a = 1, b = 'x' on duplicate key update a = a + 1

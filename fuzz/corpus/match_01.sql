@@ -1,0 +1,1 @@
+match (a:person)-[r:knows]->(b:person) where a.age > 30 return a, b

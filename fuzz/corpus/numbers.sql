@@ -1,0 +1,1 @@
+alter system set x = 1e5 .5 1.2.3 0xFFFF 99999999999999999999

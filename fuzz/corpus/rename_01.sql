@@ -1,0 +1,1 @@
+rename table a to b

@@ -1,0 +1,1 @@
+replace into t (a) values (1)

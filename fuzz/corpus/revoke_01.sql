@@ -1,0 +1,1 @@
+revoke all on t from u

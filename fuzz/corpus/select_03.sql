@@ -1,0 +1,1 @@
+select a, b as c, "d e" f, t.* from t

@@ -1,0 +1,1 @@
+select distinct a from shop.t where a = 1 and b <> 'x' or not c >= 2.5

@@ -1,0 +1,1 @@
+select -1 + 2 * (3 - 4) / 5 div 6 % 7 || 'a' from dual

@@ -1,0 +1,1 @@
+select case when a > 1 and b is not null then 1 end from t

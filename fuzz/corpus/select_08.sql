@@ -1,0 +1,1 @@
+select a from t where a in (1, 2, 3) and b not in ('x', null) or c in (select c from u)

@@ -1,0 +1,1 @@
+select a from t where a between 1 and 10 and b not between date '2020-01-01' and sysdate

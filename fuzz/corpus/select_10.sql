@@ -1,0 +1,1 @@
+select a from t where a like 'x\_%' escape '\' or b not like '%y_'

@@ -1,0 +1,1 @@
+select a from t where exists (select 1 from u where u.id = t.id) and not exists (select 1 from v)

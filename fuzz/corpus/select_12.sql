@@ -1,0 +1,1 @@
+select a from t where a > all (select b from u) or a = any (select c from v)

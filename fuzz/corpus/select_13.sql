@@ -1,0 +1,1 @@
+select a, count(*), sum(distinct b), avg(c), min(d), max(e) from t group by a having count(*) > 1 order by 2 desc, a

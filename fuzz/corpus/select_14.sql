@@ -1,0 +1,1 @@
+select a from t order by a asc nulls last, b desc paging 1, 20

@@ -1,0 +1,1 @@
+select a from t1 join t2 on t1.id = t2.id left outer join t3 on t2.id = t3.id and t3.x = 1

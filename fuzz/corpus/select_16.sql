@@ -1,0 +1,1 @@
+select a from t1 a, t2 b, (select c from t3 where c > 0) d where a.id = b.id and b.id = d.c

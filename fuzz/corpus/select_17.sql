@@ -1,0 +1,1 @@
+select a from t1 right join t2 using (id) cross join t3 full join t4 on 1 = 1 straight_join t5

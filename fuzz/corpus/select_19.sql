@@ -1,0 +1,1 @@
+select a from t union select b from u union all select c from v order by 1

@@ -1,0 +1,1 @@
+(select a from t) intersect (select b from u) minus select c from v

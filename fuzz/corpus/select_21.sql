@@ -1,0 +1,1 @@
+select level, name from emp start with boss is null connect by prior id = boss and level < 5

@@ -1,0 +1,1 @@
+select name from emp connect by nocycle boss = prior id order siblings by name

@@ -1,0 +1,1 @@
+select nvl(a, 0), to_char(d, 'YYYY-MM-DD HH24:MI:SS'), round(x, 2), trunc(sysdate), concat(a, b, null) from t

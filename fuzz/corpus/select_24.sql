@@ -1,0 +1,1 @@
+select date_add(d, interval 1 day), d + interval '1:30' hour_minute, extract(year from d) from t

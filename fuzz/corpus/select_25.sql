@@ -1,0 +1,1 @@
+select cast(a as decimal(20, 4)), convert(b, char(10)) from t

@@ -1,0 +1,1 @@
+select row_number() over (partition by a order by b) from t

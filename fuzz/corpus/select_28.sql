@@ -1,0 +1,1 @@
+select a from t as of timestamp '2024-01-01 00:00:00' where rownum < 10

@@ -1,0 +1,1 @@
+select t.j->'$.a.b[0]', j->>'$.c[*]', json_extract(j, '$.x') from t

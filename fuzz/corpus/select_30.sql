@@ -1,0 +1,1 @@
+select a from t force index (i) where (a, b) = (1, 2) limit 5

@@ -1,0 +1,1 @@
+select 'it''s', "a""b", `c`, N'd', _utf8'e', x'4142', 0x41, 1.5e-3, null, true from t

@@ -1,0 +1,1 @@
+select shortestpath((a)-[*1..3]->(b)) from graph g

@@ -1,0 +1,1 @@
+select a from (select a from (select a from (select a from (select a from (select a from (select a from (select a from (select a from (select a from (select a from (select a from (select a from t) x) x) x) x) x) x) x) x) x) x) x) x

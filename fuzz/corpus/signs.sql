@@ -1,0 +1,1 @@
+alter a<=b<>c!=d:=e->f<-g||h|i?j@k[1]

@@ -1,0 +1,1 @@
+update t set a = 1, b = b + 1, c = (select max(c) from u) where id = 7

@@ -1,0 +1,1 @@
+update t join u on t.id = u.id set t.a = u.a, t.b = case when u.b > 0 then 1 else 0 end

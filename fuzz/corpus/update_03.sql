@@ -1,0 +1,1 @@
+update t set j = json_set(j, '$.a', 1) where a is null

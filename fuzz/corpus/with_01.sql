@@ -1,0 +1,1 @@
+with x as (select 1 a), y as (select a from x) select * from x, y

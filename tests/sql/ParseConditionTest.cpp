@@ -1,0 +1,313 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+#include "ChunkFault.h"
+#include "ConditionText.h"
+#include "ParseConditionManager.h"
+#include "ParseSql.h"
+
+namespace {
+
+/** A condition behind its clause's words, compiled by itself. */
+struct COMPILED {
+    explicit COMPILED(std::string_view szCondition, std::string_view szClause = "WHERE ", std::size_t nSize = 0)
+        : m_stBlock(nSize),
+          m_strText(std::string(szClause) + std::string(szCondition)),
+          m_nClause(szClause.size()),
+          m_nCode(Compile(szClause)) {}
+
+    /** The tree, or an error's code and the text with a "^" in front of the word at fault. */
+    std::string Text() {
+        if (m_nCode == ERR_OK) return Text(m_stCondition.GetConditionOffset());
+        const int nWord = m_stCondition.GetSqlErrorPos();
+        std::string strMarked = m_strText;
+        strMarked.insert(nWord < m_stWords.m_nNum ? m_stWords.m_arPos[nWord] : strMarked.size(), "^");
+        return std::to_string(m_nCode) + ":" + strMarked.substr(m_nClause);
+    }
+    std::string Text(UINT nRoot) {
+        EXPECT_EQ(m_stSql.ClosePlan(m_lpPlan), ERR_OK);
+        CPlanReader stPlan;
+        if (stPlan.Open(m_lpPlan, m_stSql.GetParseBson().GetBsonDataSize()) != ERR_OK) return stPlan.Fault();
+        return CConditionText(stPlan).Root(nRoot);
+    }
+
+    std::vector<BYTE> m_stBlock; // for the plan, if that has a size
+    CParseSql m_stSql;
+    CParseConditionManager m_stCondition;
+    EXECUTEPLANBSON* m_lpPlan = nullptr;
+    stu_KestroWordArray m_stWords;
+    std::string m_strText;
+    std::size_t m_nClause; // bytes of the clause's words
+    int m_nCode;
+
+private:
+    int Compile(std::string_view szClause) {
+        CBaseBson& stBson = m_stSql.GetParseBson();
+        UINT nOffset = 0;
+        if (m_stBlock.empty())
+            if (const int nCode = stBson.AllocBsonBuffer(nullptr, 65'536 + 64 * static_cast<UINT>(m_strText.size())))
+                return nCode;
+        if (!m_stBlock.empty()) stBson.SetBuffer(m_stBlock.data(), static_cast<int>(m_stBlock.size()), 0);
+        if (const int nCode = stBson.AllocFromBsonBuffer(m_lpPlan, nOffset)) return nCode;
+        m_lpPlan->m_bVersion = PLAN_VERSION;
+        m_lpPlan->m_nType = PLAN_SELECT;
+        if (const int nCode = m_stSql.Parse(m_strText.c_str(), 0, &m_stWords)) return nCode;
+        BYTE bNo = 0;
+        if (const int nCode = m_stSql.EnterQuery()) return nCode;
+        if (const int nCode = m_stSql.SetObjectTitle(nullptr, "emp", OBJECT_TABLE, "t", bNo)) return nCode;
+        m_stCondition.Initial(&stBson, &m_stWords, &m_stSql);
+        st_PARSEPARAM stParam;
+        stParam.m_nBeginPos = static_cast<int>(std::count(szClause.begin(), szClause.end(), ' '));
+        stParam.m_nEndPos = m_stWords.m_nNum;
+        stParam.m_bHaving = szClause == "HAVING ";
+        return m_stCondition.ParseCondition(&stParam);
+    }
+};
+
+std::string Where(std::string_view szCondition) {
+    return COMPILED(szCondition).Text();
+}
+
+using ROW = std::pair<const char*, const char*>;
+
+TEST(ParseConditionTest, ComparisonsAndLogic) {
+    static constexpr ROW ROWS[] = {
+        {"a = 1", "(= A:1 1:4)"},
+        {"t.a <> 1 and b<=a", "(and (!= 1.A:1 1:4) (<= B:1 A:1))"},
+        {"a=1 or b>2 and not c>=3", "(or (= A:1 1:4) (and (> B:1 2:4) !(>= C:1 3:4)))"},
+        {"(a=1 or b=2) and c=3", "(and (or (= A:1 1:4) (= B:1 2:4)) (= C:1 3:4))"},
+        {"not (a=1 and b=2)", "!(and (= A:1 1:4) (= B:1 2:4))"},
+        {"not not a=1", "(= A:1 1:4)"},
+        {"not (not (a=1 or b=1))", "(or (= A:1 1:4) (= B:1 1:4))"},
+        {"((a + 1) * 2 < -b)", "(< (* (+ A 1) 2):5 (neg B):1)"},
+        {"a", "(bare A:1)"},
+        {"not a and (b + 1)", "(and !(bare A:1) (bare (+ B 1):5))"},
+        {"a between 1 and 2 and b=3", "(and (between A:1 1:4 2:4) (= B:1 3:4))"},
+        {"a between b+1 and (c*2) or d", "(or (between A:1 (+ B 1):5 (* C 2):5) (bare D:1))"},
+        {"a is null and b is not true", "(and (is A:1 NULL:4) (isnot B:1 TRUE:1))"},
+        {"a like 'x%' or b not like 'y_' or 'x' like c",
+         "(or (or (like A:1 'x\\1':4) (notlike B:1 'y\\2':4)) (like 'x':4 C:1))"},
+        {"a like 'x!%%' escape '!' and b = 1", "(and (like A:1 'x%\\1':4) (= B:1 1:4))"},
+        {"a in (1+1, 2)", "(in A:1 {2 2})"},
+        {"a not in (b, -1, 'x') and c in ((1+2)*3)", "(and (notin A:1 [B -1 'x']) (in C:1 {9}))"},
+        {"not a in (null)", "!(in A:1 {NULL})"},
+        {"a in (?, 1, 5 % 2) and ? = 1", "(and (in A:1 [? 1 (% 5 2)]) (= ?:4 1:4))"},
+        {"a = b(+)", "(=r A:1 B:1)"},
+        {"a(+) = b and c = d", "(and (=l A:1 B:1) (= C:1 D:1))"},
+        {"(a+1)(+) > b", "(>l (+ A 1):5 B:1)"},
+        {"abs(a) > 1", "(> (f61 A):5 1:4)"},
+    };
+    for (const auto& [lpszCondition, lpszTree] : ROWS)
+        EXPECT_EQ(Where(lpszCondition), lpszTree) << lpszCondition;
+}
+
+TEST(ParseConditionTest, FaultsTellTheirWord) {
+    const std::pair<const char*, std::vector<std::string>> ROWS[] = {
+        {"99:", {"a(+) = b(+^)"}},
+        {"505:", {"(a = ^1", "a = ANY ^1", "a = any (^select b from s", "^select b from s"}},
+        {"514:", {"a is ^1", "a is not ^1", "a is not ^not null", "a in (1) ^b"}},
+        {"515:",
+         {"a = ^", "a = ^= 1", "a and ^or b", "a = 1^)", "a = ^exists (select 1)", "a in ^1", "a in ^(1", "a in (^)",
+          "a in (1,^,2)", "a in (^sum(b))", "^sum(a) > 1", "^abs(sum(a)) > 1", "a ^b = 1",
+          "a in (select b from s where ^sum(c) = 1)"}},
+        {"558:",
+         {"^", "(^)", "^= 1", "^)", "^node", "a = (b ^= 1)", "a between ^1", "a between 1 ^or 2",
+          "a between (1 ^and 2)", "1+2 ^like 'x'", "upper(a) ^not like 'x'", "a(+^)", "a between 1(+) ^and 2",
+          "a = ANY (^1)", "^prior a = b", "a ^exists (select b from s)"}},
+        {"567:", {"a in (^select b from s for update)", "a = (^select b from s for update)"}},
+        {"610:", {"a = b ^= c"}},
+    };
+    for (const auto& [strCode, vecText] : ROWS)
+        for (std::string strText : vecText) {
+            const std::string strMarked = strCode + strText;
+            strText.erase(strText.find('^'), 1);
+            EXPECT_EQ(Where(strText), strMarked);
+        }
+}
+
+TEST(ParseConditionTest, SubQueries) {
+    static constexpr ROW ROWS[] = {
+        {"exists (select 1 from s) and not exists (select 2 from s)", "(and (exists [q]:7) (notexists [q]:7))"},
+        {"a = any (select b from s) or (select c from s) > all (select d from s)",
+         "(or (= A:1 [q]:7) (> [q]:7 [q]:7))"},
+        {"a in (select b from s where c = 1) and t.b = 1", "(and (in A:1 [q]) (= 1.B:1 1:4))"},
+        {"1 = (select 1 from s)", "(= 1:4 [q]:7)"},
+        {"not (exists (select 1 from s where a in (select 2 from s)))", "!(exists [q]:7)"},
+    };
+    for (const auto& [lpszCondition, lpszTree] : ROWS)
+        EXPECT_EQ(Where(lpszCondition), lpszTree) << lpszCondition;
+}
+
+TEST(ParseConditionTest, HavingAndPrior) {
+    EXPECT_EQ(COMPILED("sum(a) + 1 > 1", "HAVING ").Text(), "(> (+ (f84 A) 1):10 1:4)");
+    EXPECT_EQ(COMPILED("max(a) in (sum(b))", "HAVING ").Text(), "(in (f83 A):3 [(f84 B)])");
+    EXPECT_EQ(COMPILED("sum(a + max(b)) > 1", "HAVING ").Text(), "1502:sum(a + max(b)) ^> 1");
+    static constexpr ROW ROWS[] = {
+        {"prior a = b", "(prior A:1 B:1)"},
+        {"((prior a = b))", "(prior A:1 B:1)"},
+        {"a = prior b and c = 1", "(and (prior B:1 A:1) (= C:1 1:4))"},
+        {"prior a = A", "558:prior a = ^A"},
+        {"prior a + 1 = b", "558:prior a ^+ 1 = b"},
+        {"prior a > b", "558:prior a ^> b"},
+        {"prior a", "558:prior ^a"},
+        {"prior a = b and c = prior d", "(and (prior A:1 B:1) (prior D:1 C:1))"},
+        {"prior a = prior b", "558:prior a ^= prior b"},
+        {"a = prior b and c = prior d", "558:a = prior b and c = ^prior d"},
+        {"a = prior (b + 1)", "558:a = prior (b + 1^)"},
+    };
+    for (const auto& [lpszCondition, lpszTree] : ROWS)
+        EXPECT_EQ(COMPILED(lpszCondition, "CONNECT BY ").Text(), lpszTree) << lpszCondition;
+}
+
+TEST(ParseConditionTest, SidesThatAreNotConstantAreCounted) {
+    EXPECT_EQ(COMPILED("a = 1").m_stCondition.GetVarMathExpressionNum(), 1);
+    EXPECT_EQ(COMPILED("a between b and 2 and c in (d) and 1 = 1").m_stCondition.GetVarMathExpressionNum(), 3);
+}
+
+TEST(ParseConditionTest, ConstantConditionsAreDecidedHere) {
+    static constexpr ROW ROWS[] = {
+        {"1=1", "none"},
+        {"1=2", "false"},
+        {"1=2 or 1=3", "false"},
+        {"not (1=1 or 1=3)", "false"},
+        {"(1=2 and 1=1) or (2=1 or 1=0)", "false"},
+        {"(1=1 and 2=2) and 1=0", "false"},
+        {"'a' = 'A' and 2 between 1 and 3", "none"},
+        {"null = 1", "false"},
+        // These stay as they are.
+        {"1", "(bare 1:4)"},
+        {"1 in (1)", "(in 1:4 {1})"},
+        {"1 is null", "(is 1:4 NULL:4)"},
+        {"5 % 2 = 1", "(= (% 5 2):4 1:4)"},
+        {"1 = 1 and ? = 1", "(and (= 1:4 1:4) (= ?:4 1:4))"},
+        {"abs(1) = 1", "(= (f61 {1}):5 1:4)"},
+    };
+    for (const auto& [lpszCondition, lpszTree] : ROWS)
+        EXPECT_EQ(Where(lpszCondition), lpszTree) << lpszCondition;
+}
+
+/** Conditions over small numbers, with their truth, and brackets where they are needed, or not. */
+class CRandomCondition {
+public:
+    explicit CRandomCondition(unsigned nSeed) : m_stRandom(nSeed) {}
+
+    enum LEVEL {
+        LEVEL_OR,
+        LEVEL_AND,
+        LEVEL_NOT
+    };
+
+    std::pair<std::string, bool> Condition(int nDepth, int nLevel = LEVEL_OR) {
+        const int nForm = nDepth == 0 ? 3 : Below(4);
+        if (nForm == 3) return Comparison();
+        const bool bBrackets = nForm < nLevel || Below(4) == 0;
+        const auto [strFirst, bFirst] = Condition(nDepth - 1, nForm);
+        std::string strText = "NOT " + strFirst;
+        bool bTrue = !bFirst;
+        if (nForm != LEVEL_NOT) {
+            const auto [strSecond, bSecond] = Condition(nDepth - 1, nForm);
+            strText = strFirst + (nForm == LEVEL_OR ? " or " : " AND ") + strSecond;
+            bTrue = nForm == LEVEL_OR ? bFirst || bSecond : bFirst && bSecond;
+        }
+        return {bBrackets ? "(" + strText + ")" : strText, bTrue};
+    }
+
+private:
+    std::pair<std::string, bool> Comparison() {
+        static constexpr const char* OPERATORS[] = {"=", "<>", "<", ">=", ">", "<=", " between "};
+        const int nOperator = Below(7);
+        const auto [strFirst, nFirst] = Number();
+        const auto [strSecond, nSecond] = Number();
+        const auto [strThird, nThird] = Number();
+        const int nOrder = (nFirst > nSecond) - (nFirst < nSecond);
+        const bool arHolds[] = {nOrder == 0, nOrder != 0, nOrder<0, nOrder >= 0, nOrder> 0, nOrder <= 0,
+                                nOrder >= 0 && nFirst <= nThird};
+        return {strFirst + OPERATORS[nOperator] + strSecond + (nOperator == 6 ? " and " + strThird : ""),
+                arHolds[nOperator]};
+    }
+    std::pair<std::string, int> Number() {
+        const int a = Below(4), b = Below(4), c = Below(4);
+        return {std::to_string(a) + "-" + std::to_string(b) + "*-" + std::to_string(c), a + b * c};
+    }
+    int Below(int n) { return static_cast<int>(m_stRandom() % static_cast<unsigned>(n)); }
+
+    std::mt19937 m_stRandom;
+};
+
+TEST(ParseConditionTest, ConstantConditionsAreWorkedOutExactly) {
+    CRandomCondition stRandom(20'261'121);
+    for (int i = 0; i < 700; ++i) {
+        const auto [strCondition, bTrue] = stRandom.Condition(i % 7);
+        ASSERT_EQ(Where(strCondition), bTrue ? "none" : "false") << strCondition;
+    }
+}
+
+std::string Repeat(const char* lpszText, int nTimes) {
+    std::string strText;
+    for (int i = 0; i < nTimes; ++i)
+        strText += lpszText;
+    return strText;
+}
+
+// A tenth of a second; two seconds under sanitizers, so that what recurses would come to the end of the stack.
+TEST(ParseConditionTest, LongTextsNeitherOverflowNorTakeLong) {
+    static constexpr int MANY = 25'000;
+    EXPECT_EQ(COMPILED("a = 1" + Repeat(" and b=1", MANY)).m_nCode, ERR_OK);
+    EXPECT_EQ(Where("1 = 1" + Repeat(" and 1 = 1", MANY) + " and 1 = 2"), "false");
+    EXPECT_EQ(COMPILED("a in (1" + Repeat(",1", MANY) + ")").m_nCode, ERR_OK);
+    EXPECT_EQ(Where(Repeat("(", MANY) + "a" + Repeat(")", MANY)), "(bare A:1)");
+    EXPECT_EQ(COMPILED("1" + Repeat("+1", MANY) + " > 1").m_nCode, ERR_OK);
+    // Nested to the right, it ends with an error.
+    for (const char* lpszPart : {"(a = 1 and ", "a = 1 or (", "not ", "a + (", "a = abs(1 + ", "a in ((1 + "})
+        EXPECT_EQ(COMPILED(Repeat(lpszPart, MANY) + "a" + Repeat(")", 2 * MANY)).m_nCode, ERR_EXPECT_EXPRESSION)
+            << lpszPart;
+    const int nFits = CParseConditionManager::OPERATOR_DEPTH_MAX / 2 - 1;
+    EXPECT_EQ(Where(Repeat("1 = 1 and (", nFits) + "2 = 1" + Repeat(")", nFits)), "false");
+}
+
+TEST(ParseConditionTest, ConditionsAreJoinedTheOldTreeFirst) {
+    COMPILED st("a = 1 and b = 1");
+    CBaseBson& stBson = st.m_stSql.GetParseBson();
+    COMPAREEXPBSON* lpFalse = nullptr;
+    UINT nFalse = 0, nRoot = 0;
+    ASSERT_EQ(stBson.AllocFromBsonBuffer(lpFalse, nFalse), ERR_OK);
+    lpFalse->m_bOperator = COMPARE_FALSE;
+    ASSERT_EQ(AddCondition(&stBson, CONDITION_COMPARE, nFalse, LOGIC_AND, nRoot), ERR_OK);
+    EXPECT_EQ(st.Text(nRoot), "false");
+    nRoot = 0;
+    ASSERT_EQ(AddCondition(&stBson, CONDITION_NODE, st.m_stCondition.GetConditionOffset(), LOGIC_AND, nRoot), ERR_OK);
+    ASSERT_EQ(AddCondition(&stBson, CONDITION_COMPARE, nFalse, LOGIC_OR, nRoot), ERR_OK);
+    EXPECT_EQ(st.Text(nRoot), "(or (and (= A:1 1:4) (= B:1 1:4)) false)");
+}
+
+TEST(ParseConditionTest, LackOfMemoryIsAnError) {
+    const std::string strText = Repeat("(a + 1 = b or not c in (1, 2)) and ", 400) + "d between 1 and 2 + 3";
+    for (std::int64_t nNth = 1;; ++nNth) {
+        const CChunkFault stFault(nNth);
+        const int nCode = COMPILED(strText).m_nCode;
+        if (!stFault.CameTrue()) {
+            EXPECT_EQ(nCode, ERR_OK);
+            break;
+        }
+        ASSERT_EQ(nCode, ERR_MEMORY) << nNth;
+    }
+}
+
+TEST(ParseConditionTest, PlanThatIsTooSmallIsAnError) {
+    static constexpr char CONDITION[] = "(a + 1 = b(+) or not c in (1+1, 2, d)) and d between 1 and 2 + ? and a";
+    const std::string strTree = Where(CONDITION);
+    int nCode = ERR_MEMORY;
+    for (std::size_t nSize = 1; nCode != ERR_OK; ++nSize) {
+        COMPILED st(CONDITION, "WHERE ", nSize);
+        nCode = st.m_nCode;
+        if (nCode == ERR_OK)
+            EXPECT_EQ(st.Text(), strTree);
+        else
+            ASSERT_EQ(nCode, ERR_MEMORY) << nSize;
+    }
+}
+
+} // namespace

@@ -1,0 +1,93 @@
+#include "ParseSqlJoin.h"
+
+#include "ParseSql.h"
+#include "PlanMaker.h"
+#include "QueryText.h"
+
+namespace {
+
+/** What follows the objects of a query of "select 1 from", or the code and the word of its error. */
+std::string Joined(const std::string& strFrom) {
+    const std::string strSql = "select 1 from " + strFrom;
+    CParseSql stParse;
+    EXECUTEPLANBSON* lpPlan = nullptr;
+    const int nCode = stParse.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, 0, 0, 0);
+    if (nCode != ERR_OK) return std::to_string(nCode) + " at " + std::to_string(stParse.GetErrorPos());
+    CPlanReader stPlan;
+    EXPECT_EQ(stPlan.Open(lpPlan, lpPlan->m_nTotalDataSize), ERR_OK) << stPlan.Fault();
+    const std::string strText = CQueryText(stPlan).Query(lpPlan->m_nCommandOffset);
+    return strText.substr(std::min(strText.find(" tree"), strText.size()));
+}
+
+TEST(ParseJoin, MovesOuterComparisonsIntoTheTree) {
+    constexpr const char* ROWS[][2] = {
+        {"a, b where a.x = b.x", ""},
+        {"a, b where a.x(+) = b.x", " tree (2 left 1) where+join (and {(=l 1.X:1 2.X:1)} {-}):2"},
+        {"a, b, c where a.x = b.x(+) and a.y = 1 and b.x = c.x(+)",
+         " tree ((1 left 2) left 3) where+join (and (and {(=r 1.X:1 2.X:1)} {(=r 2.X:1 3.X:1)}) (and (and - (= 1.Y:1 "
+         "1:4)) -)):5"},
+        {"a, b, c where a.x = b.x(+) and c.x = b.x(+)",
+         " tree (3 left (1 left 2)) where+join (and (and {(=r 1.X:1 2.X:1)} {(=r 3.X:1 2.X:1)}) (and - -)):4"},
+        {"a, b, c where a.x = b.x(+) and b.x(+) = c.x",
+         " tree (3 left (1 left 2)) where+join (and (and {(=r 1.X:1 2.X:1)} {(=l 2.X:1 3.X:1)}) (and - -)):4"},
+        {"a, b, c, d where a.x = b.x(+) and c.x = d.x(+) and d.x(+) = b.x",
+         " tree ((1 left 2) join (3 left 4)) where+join (and (and {(=r 1.X:1 2.X:1)} {(=r 3.X:1 4.X:1)}) (and (and - "
+         "-) (=l 4.X:1 2.X:1))):6"},
+        {"a, b where a.x = b.x(+) and b.y(+) = a.y",
+         " tree (1 left 2) where+join (and {(=r 1.X:1 2.X:1)} (and - (=l 2.Y:1 1.Y:1))):4"},
+        {"a, b where not (a.x = b.x(+) or a.y = 2)",
+         " tree (1 left 2) where+join (and {(=r 1.X:1 2.X:1)} !(or - (= 1.Y:1 2:4))):3"},
+        // One object, one that isn't known, and one side that is no field.
+        {"a where a.x = a.y(+)", ""},
+        {"a, b where x = b.x(+)", ""},
+        {"a, b where a.x = b.x(+) + 1", ""},
+        // Trees of a list become one.
+        {"a left join b on a.x = b.x, c, d left join e on d.x = e.x",
+         " tree (((1 left 2 on (= 1.X:1 2.X:1)) join (4 left 5 on (= 4.X:1 5.X:1))) join 3) join (and {(= 1.X:1 "
+         "2.X:1)} {(= 4.X:1 5.X:1)})"},
+    };
+    for (const auto& [lpszFrom, lpszJoined] : ROWS)
+        EXPECT_EQ(Joined(lpszFrom), lpszJoined) << lpszFrom;
+}
+
+TEST(ParseJoin, WalksALongCondition) {
+    std::string strSql = "select 1 from a, b where a.x = b.x(+)";
+    for (int i = 0; i < 100'000; ++i)
+        strSql += " and a.y = 1";
+    CParseSql stParse;
+    EXECUTEPLANBSON* lpPlan = nullptr;
+    ASSERT_EQ(stParse.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, 0, 0, 0), ERR_OK);
+    CPlanReader stPlan;
+    ASSERT_EQ(stPlan.Open(lpPlan, lpPlan->m_nTotalDataSize), ERR_OK);
+    EXPECT_NE(stPlan.Record<QUERYEXECUTEPLANBSON>(lpPlan->m_nCommandOffset)->m_nQueryPathOffset, 0u);
+}
+
+TEST(ParseJoin, RefusesWhatNoStatementMakes) {
+    CPlanMaker stMaker(PLAN_SELECT);
+    CBaseBson& stBson = stMaker.m_stBson;
+    CKestroQueue stQueue;
+    st_JOININFO stJoin = {JOIN_INNER, 0, 0};
+    CKestroStack stStack;
+    UINT nOffset = 0, nCompare = 0, nCondition = 0, nRoot = 0;
+    // Two objects with the same bit, then a join with one object.
+    for (const BYTE bNo : {1, 65, 2}) {
+        EXPECT_EQ(CreateBaseRel(stBson, bNo, OBJECT_TABLE, nOffset), ERR_OK);
+        EXPECT_EQ(PushBaseRel2Queue(stBson, nOffset, stQueue), ERR_OK);
+        if (bNo == 1) continue;
+        EXPECT_EQ(PushJoinInfo2Stack(stBson, &stJoin, stStack, stQueue), ERR_OK);
+        EXPECT_EQ(PopJoinInfo2Queue(stBson, stStack, stQueue), ERR_OK);
+        EXPECT_EQ(CreateJoinTree(stBson, stQueue, nRoot), bNo == 65 ? ERR_SYNTAX_SELECT : ERR_FAILED);
+        stQueue.free();
+    }
+    auto* const lpCompare = stMaker.New<COMPAREEXPBSON>(nCompare);
+    lpCompare->m_bExpressionType1 = lpCompare->m_bExpressionType2 = EXPCLASS_FIELD;
+    EXPECT_EQ(GetJoinPathFromCompareExpression(stBson, nCompare, nRoot, nCondition), ERR_JOIN_EXPRESSION);
+    // A condition takes a second comparison into its own node, and a third into a new one.
+    for (int i = 1; i <= 3; ++i)
+        EXPECT_EQ(CreateJoinCondition(stBson, nCompare, nCondition), ERR_OK);
+    const auto* const lpNode = reinterpret_cast<BASECONDITIONBSON*>(stBson.ConvertOffset2Addr(nCondition));
+    EXPECT_EQ(lpNode->m_bConditionType1, CONDITION_NODE);
+    EXPECT_EQ(lpNode->m_nConditionOffset2, nCompare);
+}
+
+} // namespace

@@ -1,0 +1,292 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "ChunkFault.h"
+#include "KestroDate.h"
+#include "ParseSql.h"
+#include "QueryText.h"
+
+namespace {
+
+std::string Print(const EXECUTEPLANBSON* lpPlan) {
+    CPlanReader stPlan;
+    if (stPlan.Open(lpPlan, lpPlan->m_nTotalDataSize) != ERR_OK) return stPlan.Fault();
+    return CQueryText(stPlan).Query(lpPlan->m_nCommandOffset);
+}
+
+int Parse(CParseSql& stParse, const std::string& strSql, EXECUTEPLANBSON*& lpPlan, int nPageStart = 0,
+          int nPageSize = 0) {
+    return stParse.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, nPageStart, nPageSize, 0);
+}
+
+/** A statement's query, or the code of its error and the number of the word. */
+std::string Compiled(const std::string& strSql, int nPageStart = 0, int nPageSize = 0) {
+    CParseSql stParse;
+    EXECUTEPLANBSON* lpPlan = nullptr;
+    const int nCode = Parse(stParse, strSql, lpPlan, nPageStart, nPageSize);
+    if (nCode != ERR_OK) return std::to_string(nCode).append(" at ").append(std::to_string(stParse.GetErrorPos()));
+    return Print(lpPlan);
+}
+
+std::string Repeat(int nTimes, const std::string& strText) {
+    std::string strAll;
+    for (int i = 0; i < nTimes; ++i)
+        strAll += strText;
+    return strAll;
+}
+
+struct ROW {
+    const char* m_lpszSql;
+    const char* m_lpszExpected;
+};
+
+constexpr char RICH[] =
+    "select distinct t.a x, sum(b)+1 from d.t join u y on t.a=y.a left join (v cross join w) on v.c=?, "
+    "(select b from x where b in (select 'é' from z) union all select 2 from y) s start with a=1 connect by prior "
+    "t.a=t.b and c=2 where t.d>1 group by x, c having max(e)>2 order by x desc, f paging pageno=2, pagesize=3 for "
+    "update wait 5 as of timestamp '2026-01-01'";
+
+constexpr ROW PLANS[] = {
+    // Select lists: names as written, cut at a character's edge; aliases; objects of lone columns.
+    {"select distinct t.a as \"My A\", b+1 cc, 'x', `q`, count(*) from d.t where a=1 and b>?",
+     "q1.1 distinct aggregate mixed t.a(My A)=1.A:1@1, b+1(cc)=(+ B 1):5, 'x'='x':4, q=Q:1, count(*)=(f80 ):3 from "
+     "1:d.T where (and (= A:1 1:4) (> B:1 ?:4)):2"},
+    {"select -a_name_of_more_than_31_bytes_in_it x, t.*, '测试测试测试测试测试测试', t.\"a b\", \"c d\", 1 * b from t",
+     "q1.1 -a_name_of_more_than_31_bytes_i(x)=(neg A_NAME_OF_MORE_THAN_31_BYTES_IN_IT):1, t.*=1.*:1@1, "
+     "'测试测试测试测试测试='测试测试测试测试测试测试':4, t.\"a b\"=1.a b:1@1, c d=c d:1, 1*b=(* 1 B):5 from 1:T"},
+    {"select sum(a)+b from t", "q1.1 aggregate mixed sum(a)+b=(+ (f84 A) B):10 from 1:T"},
+    // Objects: one for each alias, each with its kind; a derived table is numbered behind those inside.
+    {"select a from t, node n, relation r, t x, d.u as \"U\"",
+     "q1.1 a=A:1 from 1:T, 2:node N, 3:relation R, 4:T(x), 5:d.U(U)"},
+    {"select a from (select b from u union all (select c from v)) d, (select e from w) where d.b in (select x from y "
+     "where z=d.b)",
+     "q1.1 a=A:1 from 3:[q2.2/1 b=B:1 from 1:U then-all q3.2/1 c=C:1 from 2:V](d), 5:[q4.2/1 e=E:1 from 4:W] where (in "
+     "3.B:1 [q]):1"},
+    // Joins: "," parts trees, brackets keep theirs together, a right join turns round.
+    {"select 1 from t join u on t.a=u.a left join v on v.b=u.b and v.c=1, w where t.z=1",
+     "q1.1 1=1:4 from 1:T, 2:U, 3:V, 4:W tree (((1 join 2) left 3 on (and (= 3.B:1 2.B:1) (= 3.C:1 1:4))) join 4) "
+     "where+join (and (and (= 3.B:1 2.B:1) (= 3.C:1 1:4)) (and {(= 1.Z:1 1:4)} {(= 1.A:1 2.A:1)})):1"},
+    {"select 1 from a right outer join b on a.x=b.x",
+     "q1.1 1=1:4 from 1:A, 2:B tree (2 left 1 on (= 1.X:1 2.X:1)) join (= 1.X:1 2.X:1)"},
+    {"select 1 from e, a full join b straight_join c cross join d inner join f",
+     "q1.1 1=1:4 from 1:E, 2:A, 3:B, 4:C, 5:D, 6:F tree ((((2 full 3) straight join 4) join (5 join 6)) join 1)"},
+    {"select 1 from a left join (b join c on b.x=c.x) on a.x=b.x",
+     "q1.1 1=1:4 from 1:A, 2:B, 3:C tree (1 left (2 join 3) on (= 1.X:1 2.X:1)) where+join (and {(= 1.X:1 2.X:1)} {(= "
+     "2.X:1 3.X:1)})"},
+    {"select 1 from a left join (b, c right join d on c.x=d.x) on 1=1",
+     "q1.1 1=1:4 from 1:A, 2:B, 3:C, 4:D tree (1 left (2 join (4 left 3 on (= 3.X:1 4.X:1)))) join (= 3.X:1 4.X:1)"},
+    {"select 1 from (a), (b)", "q1.1 1=1:4 from 1:A, 2:B"},
+    {"select * from a, b where a.x = b.y(+)",
+     "q1.1 *=*:1 from 1:A, 2:B tree (1 left 2) where+join (and {(=r 1.X:1 2.Y:1)} {-}):2"},
+    {"select * from t where 1=1", "q1.1 *=*:1 from 1:T"},
+    // Columns: places of fields and of hidden ones; words count first in GROUP BY, aliases in ORDER BY.
+    {"select a x, b as from_b, a from t group by a,c,x having count(*)>1 order by x desc,c,3,d",
+     "q1.1 hide=C:1, a(x)=A:1, b(from_b)=B:1, a=A:1, hide=C:1, hide=D:1 from 1:T group 0 h0 0 order 0- h1 2 h2 having "
+     "(> (f80 ):3 1:4):1"},
+    {"select b a, a from t group by A order by \"A\" asc, t.a, 'x'",
+     "q1.1 b(a)=B:1, a=A:1, hide=1.A:1, hide='x':4 from 1:T group 1 order 0 h0 h1"},
+    {"select a, 'x' from t group by a, b+1 order by b+1, a desc",
+     "q1.1 hide=(+ B 1):5, a=A:1, 'x'='x':4, hide=(+ B 1):5 from 1:T group 0 h0 order-of-group h1 0-"},
+    // Hierarchies.
+    {"select a from t start with t.a=1 levels=3 connect by prior t.a=t.b and c=2 where d=1",
+     "q1.1 a=A:1 from 1:T where (= D:1 1:4):1 connect (= 1.A:1 1:4) levels 3 prior-left 1.A to 1.B and (= C:1 2:4)"},
+    {"select a from t start with a=1 connect by a=prior b and c=1 and d = prior e",
+     "q1.1 a=A:1 from 1:T connect (= A:1 1:4) levels 255 prior-right 0.B to 0.A and (and (= C:1 1:4) (prior E:1 D:1))"},
+    // Set operations, and brackets that the head leaves in front.
+    {"(select 1 from t) union (select 2 from u) except (select 3 from v intersect select 4 from w)",
+     "q1.1 1=1:4 from 1:T then q2.1 2=2:4 from 2:U then-minus q3.1 3=3:4 from 3:V then-intersect q4.1 4=4:4 from 4:W"},
+    {"select 1 from t where b = any (select c from u) order by 1 paging pagesize=10,pageno=2 for update wait 70000",
+     "q1.1 page 2+10 wait 65535 1=1:4 from 1:T where (= B:1 [q]:7):2 order 0"},
+};
+
+TEST(ParseQueryTest, Plans) {
+    for (const ROW& stRow : PLANS)
+        EXPECT_EQ(Compiled(stRow.m_lpszSql), stRow.m_lpszExpected) << stRow.m_lpszSql;
+}
+
+TEST(ParseQueryTest, WrongStatements) {
+    // Whole statements, or what follows "select a from t ".
+    constexpr ROW ROWS[] = {
+        {"select a", "505 at 1"},
+        {"select from t", "505 at 0"},
+        {"select a, from t", "515 at 2"},
+        {"select a,,b from t", "515 at 2"},
+        {"select (a from t", "505 at 4"},
+        {"select a where a=1 from t", "505 at 5"},
+        {"select t.* from t group by a", "505 at 2"},
+        // Objects and joins.
+        {"select a from", "551 at 2"},
+        {"select a from ,t", "553 at 2"},
+        {",", "553 at 4"},
+        {",t", "505 at 4"},
+        {"x,u x", "538 at 5"},
+        {"u v", "553 at 4"},
+        {"as 'x'", "553 at 4"},
+        {"join", "553 at 4"},
+        {"left u", "553 at 4"},
+        {"cross u", "553 at 4"},
+        {"on a=1", "553 at 3"},
+        {"join t", "505 at 4"},
+        {")", "505 at 3"},
+        {"select a from (t", "505 at 4"},
+        {"select a from a.b.c", "553 at 5"},
+        {"select a from (t join u on) x", "558 at 7"},
+        {"join u on t.a=u.a, v where t.a=v.a(+)", "505 at 16"},
+        // Order and number of clauses.
+        {"where", "558 at 4"},
+        {"where a=1 where b=1", "505 at 7"},
+        {"order by a where b=1", "505 at 6"},
+        {"select b from u", "505 at 3"},
+        {"match (n) where a=1", "99 at 3"},
+        {"group a", "505 at 4"},
+        {"group by", "505 at 5"},
+        {"group by a,", "505 at 7"},
+        {"order by a,,b", "505 at 7"},
+        {"order by 2", "505 at 5"},
+        {"order by 0", "505 at 5"},
+        {"having a=1", "505 at 3"},
+        {"group by a having 1=1", "558 at 7"},
+        {"paging", "563 at 4"},
+        {"paging pagesize=1,pagesize=2", "563 at 8"},
+        {"paging pagesize=a,pageno=2", "563 at 6"},
+        {"paging pagesize=1,pageno=99999999999", "563 at 10"},
+        {"paging pagesize=1,pageno=2 3", "563 at 11"},
+        {"for", "505 at 4"},
+        {"for update now", "505 at 5"},
+        {"for update wait x", "505 at 6"},
+        {"as of timestamp", "505 at 6"},
+        {"as of timestamp 'x'", "1504 at 6"},
+        {"as of timestamp '9000-01-01'", "49 at 6"},
+        {"as of timestamp '2026-01-01                      '", "505 at 6"},
+        {"as of timestamp '2026-01-01' x", "505 at 7"},
+        // What a subquery may not have.
+        {"where b in (select b from t paging pagesize=1,pageno=2)", "505 at 11"},
+        {"where b in (select c from t for update)", "567 at 7"},
+        {", (select b from t for update) x", "567 at 4"},
+        {", (select b from t as of timestamp '2026-01-01')", "505 at 11"},
+        // Hierarchies.
+        {"start a=1", "560 at 4"},
+        {"start with a=1", "560 at 8"},
+        {"start with a=1 connect prior a=b", "560 at 9"},
+        {"start with a=1 connect by a=b", "560 at 10"},
+        {"start with a=1 connect by prior a=a", "560 at 10"},
+        {"start with a=1 connect by prior x.a=t.b", "560 at 11"},
+        {"start with a=1 connect by prior a=b or c=1", "560 at 14"},
+        {"start with a=1 levels=256 connect by prior a=b", "560 at 8"},
+        {"start with a=1 connect by prior a_name_that_is_longer_than_31_bytes=b", "560 at 11"},
+        {"start with a=1 connect by prior a=b and (c=1 or d = prior e)", "560 at 14"},
+        // Set operations.
+        {"union", "505 at 3"},
+        {"union all", "505 at 4"},
+        {"union 2 from u", "505 at 4"},
+        {"union select", "505 at 5"},
+        {"(select a from t) union (2 from u)", "505 at 8"},
+        {"(select a from t) x (select b from u)", "505 at 13"},
+    };
+    for (const ROW& stRow : ROWS) {
+        const std::string strRow = stRow.m_lpszSql;
+        const bool bWhole = strRow.rfind("select a", 0) == 0 || strRow.rfind("select (", 0) == 0 ||
+                            strRow.rfind("select t", 0) == 0 || strRow.rfind("select f", 0) == 0 || strRow[0] == '(';
+        EXPECT_EQ(Compiled(bWhole ? strRow : "select a from t " + strRow), stRow.m_lpszExpected) << strRow;
+    }
+}
+
+TEST(ParseQueryTest, HeadOfThePlan) {
+    using namespace std::chrono;
+    const auto nDays = (sys_days{year{2026} / 1 / 1} - sys_days{year{1601} / 1 / 1}).count();
+    const long long llStamp = (nDays * 24 - DbTimeZoneValue()) * 3600 * 10000000 * 32;
+    struct {
+        const char* m_lpszSql;
+        BYTE m_bExecuteParam;
+        long long m_llTimestamp;
+    } const ROWS[] = {
+        {"select 1 from t", FOR_UPDATE_NONE, 0},
+        {"select 1 from t for update", FOR_UPDATE_PLAIN, 0},
+        {"select 1 from t for update nowait", FOR_UPDATE_NOWAIT, 0},
+        {"select 1 from t union select 2 from u for update skip locked", FOR_UPDATE_SKIP_LOCKED, 0},
+        {"select 1 from t for update wait 3 as of timestamp '2026-01-01 00:00:00'", FOR_UPDATE_WAIT, llStamp},
+    };
+    for (const auto& stRow : ROWS) {
+        CParseSql stParse;
+        EXECUTEPLANBSON* lpPlan = nullptr;
+        ASSERT_EQ(Parse(stParse, stRow.m_lpszSql, lpPlan), ERR_OK) << stRow.m_lpszSql;
+        EXPECT_EQ(lpPlan->m_bExecuteParam, stRow.m_bExecuteParam) << stRow.m_lpszSql;
+        EXPECT_EQ(lpPlan->m_bWriteLog, stRow.m_bExecuteParam != FOR_UPDATE_NONE) << stRow.m_lpszSql;
+        EXPECT_EQ(lpPlan->m_nTimestamp, stRow.m_llTimestamp) << stRow.m_lpszSql;
+    }
+    // The statement's page is that of a plain query only.
+    EXPECT_EQ(Compiled("select 1 from t", 20, 10), "q1.1 page 20+10 1=1:4 from 1:T");
+    EXPECT_EQ(Compiled("select 1 from t order by 1", 20, 10), "q1.1 1=1:4 from 1:T order 0");
+    EXPECT_EQ(Compiled("select 1 from t minus select 2 from t", 20, 10),
+              "q1.1 1=1:4 from 1:T then-minus q2.1 2=2:4 from 2:T");
+}
+
+TEST(ParseQueryTest, AnyBufferAndMemoryGiveTheSamePlan) {
+    const std::string strPlan = Compiled(RICH);
+    ASSERT_EQ(strPlan.substr(0, 3), "q1.") << strPlan;
+    for (int nSize = 88; nSize < 6000; nSize += 61) {
+        std::vector<BYTE> arBlock(static_cast<std::size_t>(nSize));
+        auto* lpPlan = reinterpret_cast<EXECUTEPLANBSON*>(arBlock.data());
+        lpPlan->m_nClientBsonDataSize = static_cast<UINT>(nSize);
+        CParseSql stParse;
+        ASSERT_EQ(Parse(stParse, RICH, lpPlan), ERR_OK);
+        EXPECT_EQ(Print(lpPlan), strPlan) << nSize;
+    }
+    bool bFailed = true;
+    for (std::int64_t nNth = 1; bFailed; ++nNth) {
+        CChunkFault stFault(nNth);
+        {
+            CParseSql stParse;
+            EXECUTEPLANBSON* lpPlan = nullptr;
+            const int nCode = Parse(stParse, RICH, lpPlan);
+            bFailed = stFault.CameTrue();
+            if (nCode == ERR_OK)
+                EXPECT_EQ(Print(lpPlan), strPlan);
+            else
+                EXPECT_EQ(nCode, ERR_MEMORY);
+        }
+    }
+}
+
+TEST(ParseQueryTest, HostileStatementsEnd) {
+    const auto Numbered = [](const char* lpszLink, int nNum) {
+        std::string strText = "select 1 from t";
+        for (int i = 0; i < nNum; ++i)
+            strText.append(lpszLink).append(std::to_string(i));
+        return strText;
+    };
+    const auto Nested = [](int nDepth) {
+        return "select a from " + Repeat(nDepth, "(select a from ") + "t" + Repeat(nDepth, ")");
+    };
+    constexpr int MANY = 30000;
+    const std::pair<std::string, std::string> ROWS[] = {
+        {"select a" + Repeat(65535, ",b") + ",c from t group by b order by z, c", "1524 at 131082"},
+        {"select a from t group by z" + Repeat(255, ",c"), "1524 at 515"},
+        {"select a from t" + Repeat(MANY, " union select a from t"), "1541 at 1274"},
+        {Numbered(",t", 255), "1516 at 512"},
+        {Numbered(" join t", 64), "505 at 2"},
+        {"select 1 from u join v" + Numbered(",t", 63).substr(15), "1516 at 2"},
+        {Nested(31), "1541 at 123"},
+        {Nested(MANY), "1541 at 123"},
+        {"select a from t where a in " + Repeat(MANY, "(select a from t where a in "), "505 at 240006"},
+        {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY - 1, ")") + " union select 1 from t)",
+         "q1.1 1=1:4 from 1:T then q2.1 1=1:4 from 2:T"},
+        {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY, " union select 1 from t)") + " union select 1 from t",
+         "1541 at 199"},
+        {"select 1 from " + Repeat(MANY, "(") + "t" + Repeat(MANY, ")"), "q1.1 1=1:4 from 1:T"},
+        {"select " + Repeat(MANY, ",") + " from t", "515 at 0"},
+    };
+    for (const auto& [strSql, strExpected] : ROWS)
+        EXPECT_EQ(Compiled(strSql), strExpected) << strSql.substr(0, 60);
+    EXPECT_EQ(Compiled(Nested(30)).substr(0, 22), "q1.1 a=A:1 from 31:[q2");
+    EXPECT_EQ(std::ranges::count(Compiled(Numbered(",t", 254)), ':'), 256);
+    CParseSql stParse;
+    EXECUTEPLANBSON* lpPlan = nullptr;
+    EXPECT_EQ(
+        Parse(stParse, "select 1 from t start with a=1 connect by prior a=b and d=1" + Repeat(MANY, " or c=1"), lpPlan),
+        ERR_OK);
+}
+
+} // namespace

@@ -1,0 +1,193 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "KestroDecimal.h"
+#include "PlanOperators.h"
+#include "PlanReader.h"
+
+/**
+ * Expressions of a plan as one line, operators in front: `(+ (neg 1) 2.A)`. A function is `f` and its code, behind a
+ * point its sub-type. Leaves:
+ *
+ *     A  2.A           a field, with the number of its object      A!     without the terminator in its length
+ *     *  2.*           all fields                                   A->x   A->>x  with a JSON path
+ *     ?  NEW.A  OLD.A  parameters, rows of triggers                 [q]    a subquery
+ *     12.5  7i 7l 7f   decimal, INT, BIGINT, DOUBLE                 NULL  DEFAULT
+ *     'text'  'text'!  a text, one without its terminator; a byte below blank is its number behind a backslash
+ *
+ * A root that only wraps its leaf prints as the leaf, such a node inside a tree in braces.
+ */
+class CExpressionText {
+public:
+    explicit CExpressionText(const CPlanReader& stPlan) : m_stPlan(stPlan) {}
+
+    std::string Root(UINT nOffset) const {
+        if (nOffset == 0) return "none";
+        const std::string strText = Node(nOffset);
+        return strText.front() == '{' ? strText.substr(1, strText.size() - 2) : strText;
+    }
+
+    /** An operand by its kind, with a text in front unless there is none. */
+    std::string Operand(BYTE bKind, UINT nOffset, const std::string& strFront = "") const {
+        switch (bKind) {
+            case EXP_ELEMENT:
+                return strFront + Element(nOffset);
+            case EXP_EXPRESSION:
+                return strFront + Node(nOffset);
+            case EXP_PARAM_LIST:
+                return Arguments(nOffset);
+            case EXP_NONE:
+                return nOffset == 0 ? "" : "BAD";
+            case EXP_SUBQUERY:
+                return strFront + "[q]";
+            default:
+                return (strFront + "kind").append(std::to_string(bKind));
+        }
+    }
+
+    std::string Element(UINT nOffset) const {
+        // A leaf without data is shorter than its record.
+        const BYTE* const lpHead = m_stPlan.Bytes(nOffset, HEAD_SIZE);
+        if (!lpHead) return "BAD";
+        const auto& st = *reinterpret_cast<const MATHEXPELEMENTBSON*>(lpHead);
+        const std::string_view szData =
+            m_stPlan.Text(nOffset + static_cast<UINT>(HEAD_SIZE), static_cast<UINT>(st.m_nDataLen));
+        if (!szData.data()) return "BAD";
+        std::string strObject = st.m_bObjectNo ? std::to_string(st.m_bObjectNo) + "." : "";
+        switch (st.m_bDataSource) {
+            case SOURCE_LITERAL:
+                return Literal(st, szData);
+            case SOURCE_PARAM:
+                return st.m_nDataLen == 4 ? "?" : "BAD";
+            case SOURCE_NEW:
+                return strObject.append("NEW.") + Name(szData);
+            case SOURCE_OLD:
+                return strObject.append("OLD.") + Name(szData);
+            default:
+                if (st.m_bAllField) return strObject + "*";
+                if (st.m_bJsonField != JSON_FIELD_NONE) return strObject + Json(st, szData);
+                return strObject + Name(szData);
+        }
+    }
+
+private:
+    static constexpr std::size_t HEAD_SIZE = offsetof(MATHEXPELEMENTBSON, m_bDataBuffer);
+
+    // The left spine in a loop: a chain of operators may be long.
+    std::string Node(UINT nOffset) const {
+        std::string strOpen, strClose;
+        while (true) {
+            const auto* const lp = m_stPlan.Record<st_MATHEXPBSON>(nOffset);
+            if (!lp) return strOpen + "BAD" + strClose;
+            const std::string strRight = Operand(lp->m_bExpressionType2, lp->m_nExpOffset2);
+            if (lp->m_bOperator == OP_NONE && strRight.empty())
+                return strOpen.append("{").append(Operand(lp->m_bExpressionType1, lp->m_nExpOffset1)).append("}") +
+                       strClose;
+            strOpen.append("(").append(Operator(lp->m_bOperator));
+            std::string strSide(strRight.empty() ? "" : " ");
+            strClose = strSide.append(strRight).append(")").append(strClose);
+            if (lp->m_bExpressionType1 != EXP_EXPRESSION)
+                return strOpen + Operand(lp->m_bExpressionType1, lp->m_nExpOffset1, " ") + strClose;
+            strOpen += " ";
+            nOffset = lp->m_nExpOffset1;
+        }
+    }
+
+    /** The sub-type, and the arguments behind blanks. */
+    std::string Arguments(UINT nOffset) const {
+        const auto* const lpList = m_stPlan.Record<FUNCTIONPARAMLIST>(nOffset);
+        if (!lpList) return " BAD";
+        std::string strText;
+        if (lpList->m_bCombinedType) strText.append(".").append(std::to_string(lpList->m_bCombinedType));
+        const UINT nTail = nOffset + static_cast<UINT>(offsetof(FUNCTIONPARAMLIST, m_nExpOffset));
+        for (UINT i = 0; i < lpList->m_bNum; ++i) {
+            UINT nParam = 0;
+            if (const BYTE* const lpOffset = m_stPlan.Bytes(nTail + i * sizeof nParam, sizeof nParam))
+                std::memcpy(&nParam, lpOffset, sizeof nParam);
+            const auto* const lpParam = m_stPlan.Record<FUNCTIONPARAM>(nParam);
+            strText.append(" ").append(lpParam ? Operand(lpParam->m_bExpressionType, lpParam->m_nExpOffset) : "BAD");
+        }
+        return strText;
+    }
+
+    static std::string Operator(BYTE bCode) {
+        if (bCode == OP_NAME_OR_CALL) return "name-or-call";
+        if (IsFunctionCode(bCode) || bCode == FN_SERVER_254) return std::string("f").append(std::to_string(bCode));
+        static constexpr std::pair<BYTE, const char*> WORDS[] = {
+            {OP_NONE, "wrap"}, {OP_ADD, "+"},   {OP_SUB, "-"},   {OP_MUL, "*"},    {OP_DIVIDE, "/"}, {OP_MOD, "%"},
+            {OP_LINK, "||"},   {OP_COMMA, ","}, {OP_DIV, "div"}, {OP_PLUS, "pos"}, {OP_MINUS, "neg"}};
+        for (const auto& [bWord, lpszWord] : WORDS)
+            if (bWord == bCode) return lpszWord;
+        return std::string("op").append(std::to_string(bCode));
+    }
+
+    static std::string Name(std::string_view szData) {
+        const std::size_t nEnd = szData.find('\0');
+        return nEnd == szData.npos ? std::string(szData) + "!" : std::string(szData.substr(0, nEnd));
+    }
+
+    static std::string Json(const MATHEXPELEMENTBSON& st, std::string_view szData) {
+        const std::string strName = Name(szData);
+        const std::string_view szPath = szData.substr(std::min(strName.size() + 1, szData.size()));
+        return strName + (st.m_bJsonField == JSON_FIELD_ARROW ? "->" : "->>") + Name(szPath);
+    }
+
+    static std::string Literal(const MATHEXPELEMENTBSON& st, std::string_view szData) {
+        char szNumber[KESTRO_VALUE_TEXT_SIZE] = "";
+        switch (st.m_bDataType) {
+            case VT_NULL:
+                return "NULL";
+            case VT_DEFAULT:
+                return "DEFAULT";
+            case VT_INT:
+                return szData.size() == 4 ? std::to_string(Number<int>(szData)) + "i" : "BAD";
+            case VT_BIGINT:
+                return szData.size() == 8 ? std::to_string(Number<long long>(szData)) + "l" : "BAD";
+            case VT_DOUBLE:
+                std::snprintf(szNumber, sizeof szNumber, "%.6gf", Number<double>(szData));
+                return szData.size() == 8 ? szNumber : "BAD";
+            case VT_DECIMAL:
+                return Decimal(szData);
+            case VT_VARCHAR:
+                return Text(szData);
+            default:
+                return std::string("type").append(std::to_string(st.m_bDataType));
+        }
+    }
+
+    static std::string Text(std::string_view szData) {
+        const bool bTerminated = !szData.empty() && szData.back() == 0;
+        if (bTerminated) szData.remove_suffix(1);
+        std::string strText = "'";
+        for (const char c : szData)
+            if (static_cast<BYTE>(c) >= ' ')
+                strText += c;
+            else
+                (strText += '\\') += std::to_string(c);
+        return strText + (bTerminated ? "'" : "'!");
+    }
+
+    template <typename T>
+    static T Number(std::string_view szData) {
+        T tValue{};
+        if (szData.size() == sizeof tValue) std::memcpy(&tValue, szData.data(), sizeof tValue);
+        return tValue;
+    }
+
+    static std::string Decimal(std::string_view szData) {
+        st_VARDATA stValue;
+        char szText[KESTRO_VALUE_TEXT_SIZE] = "";
+        if (CKestroDecimal::LoadBin(reinterpret_cast<const BYTE*>(szData.data()), static_cast<int>(szData.size()),
+                                    &stValue) != ERR_OK)
+            return "BAD";
+        CKestroDecimal::PrintDecimal(&stValue, szText);
+        return szText;
+    }
+
+    const CPlanReader& m_stPlan;
+};
