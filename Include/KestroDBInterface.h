@@ -80,7 +80,7 @@ public:
     // --- reading -----------------------------------------------------------------------------------------------------
     //
     // 4 without a current row; 1524 for a field that there isn't; -1 for NULL; 1501 for a value that the type asked for
-    // doesn't hold; 3. The result is zero or null then. A fraction is cut.
+    // doesn't hold; 3. The result is zero or null then, of a BIGINT the low 32 bits. A fraction is cut.
 
     [[nodiscard]] virtual int FieldValue(int nField, int& nValue) = 0;
     [[nodiscard]] virtual int FieldValue(const wchar_t* lpszName, int& nValue) = 0;
@@ -142,7 +142,10 @@ public:
 
     /** The column's kind, KESTROFIELDCATEGORY. */
     virtual int FieldCategory(int nField) = 0;
-    /** The whole set as CSV text, which the caller gives back with `delete[]`. */
+    /**
+     * The whole set as CSV text, which the caller gives back with `delete[]`; without rows the pointer stays as it was.
+     * Dates and times of day are blanks, bytes hexadecimal. The cursor is at the end then. 3.
+     */
     [[nodiscard]] virtual int RecordsetToCSV(char*& lpszText) = 0;
 };
 

@@ -1,10 +1,11 @@
 // Recordsets: decoding of rows of eight fields beside protobuf's of the same rows (in an arena), typed reads beside
-// protobuf's, a clone, and the plan of a set in which every row was changed.
+// protobuf's, CSV, a clone, and the plan of a set in which every row was changed.
 
 #include <benchmark/benchmark.h>
 
-#include <memory>
+#include <charconv>
 #include <string>
+#include <vector>
 
 #include "RecordsetMaker.h"
 #ifdef KESTRO_BENCH_PROTOBUF
@@ -96,6 +97,50 @@ void BM_DecodeProtobuf(benchmark::State& stState) {
 }
 BENCHMARK(BM_DecodeProtobuf)->Arg(100)->Arg(10000)->Arg(1000000);
 #endif
+
+void BM_Csv(benchmark::State& stState) {
+    std::string strBlock = Block(static_cast<int>(stState.range(0)));
+    CMemDBRecordset stSet;
+    if (stSet.AnalysisRecordset(Bytes(strBlock), static_cast<int>(strBlock.size()), 0) != 0)
+        stState.SkipWithError("decode");
+    for (auto _ : stState) {
+        char* lpszText = nullptr;
+        if (stSet.RecordsetToCSV(lpszText) != 0) stState.SkipWithError("csv");
+        delete[] lpszText;
+    }
+    CountRows(stState);
+}
+BENCHMARK(BM_Csv)->Arg(10000);
+
+/** The same rows out of plain structures, without a look at what has to be quoted. */
+void BM_CsvToChars(benchmark::State& stState) {
+    struct ROW {
+        int m_nID, m_nCount;
+        long long m_llAccount;
+        double m_dblRate;
+        std::string m_strName, m_strCity, m_strStamp, m_strAmount;
+    };
+    std::vector<ROW> arRow;
+    for (int i = 0; i < stState.range(0); ++i)
+        arRow.push_back({i, i % 300, Account(i), i * 0.125, Name(i), City(i), "2024-01-31 06:00:00", Amount(i)});
+    for (auto _ : stState) {
+        std::string strCsv;
+        char szNumber[400];
+        const auto Text = [&](const std::string& str) { strCsv.append(str).append(1, ','); };
+        const auto Number = [&](auto... Value) {
+            strCsv.append(szNumber, std::to_chars(szNumber, szNumber + sizeof szNumber, Value...).ptr).append(1, ',');
+        };
+        for (const ROW& stRow : arRow) {
+            Number(stRow.m_nID), Text(stRow.m_strName), Text(stRow.m_strCity), Number(stRow.m_llAccount);
+            Number(stRow.m_dblRate, std::chars_format::fixed, 6), Text(stRow.m_strStamp), Text(stRow.m_strAmount);
+            Number(stRow.m_nCount);
+            strCsv += "\r\n";
+        }
+        benchmark::DoNotOptimize(strCsv.data());
+    }
+    CountRows(stState);
+}
+BENCHMARK(BM_CsvToChars)->Arg(10000);
 
 /** Reads of a number, a double, a time stamp and a text of each row. */
 void BM_Read(benchmark::State& stState) {

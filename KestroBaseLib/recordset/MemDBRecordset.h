@@ -41,7 +41,10 @@ enum RECORDSTATUS : BYTE {
 struct stu_RECORD {
     /** Texts lie in the pool as well, with a terminator that `m_nStrLen` leaves out. */
     st_VARDATA* m_lpFieldData;
-    /** Wide texts that `FieldValue` made; behind that of a number or date stands the same text in bytes. */
+    /**
+     * Wide texts that `FieldValue` made, null before the row's first; behind that of a number or date stands the same
+     * text in bytes.
+     */
     wchar_t** m_pFieldStr;
     int m_nFieldNum;
     long long m_nDataID;
@@ -81,7 +84,7 @@ public:
     /**
      * Writes the changes as a plan into a buffer, which comes empty or with a main buffer and nothing in it. 0; 3 when
      * the buffer is too small, for the caller to try again in a larger one; 1501 for a changed field of a type that
-     * isn't stored (JSON); 1524 with over 255 fields; 516; 91.
+     * isn't stored (JSON); 1524 with over 255 fields; 37 for rows of no table; 516; 91.
      */
     [[nodiscard]] int ParseRecordset(CBaseBson& stBson, EXECUTEPLANBSON*& pPlan) {
         return ParseRecordsetMemDB(stBson, pPlan);
@@ -96,6 +99,11 @@ public:
      * the caller is expected to run the query again.
      */
     void ClearState();
+    /**
+     * Writes a text of `nLen` bytes as a CSV cell, which has two bytes more and one for each double quote at most;
+     * `nLen` becomes its length. Without a terminator; always 0.
+     */
+    static int DelteteSpecialChar(const char* lpszText, char* lpszCell, int& nLen);
 
     // --- IKestroDBRecordset ------------------------------------------------------------------------------------------
 
@@ -209,7 +217,7 @@ private:
     int DecodeRow(const BYTE* lpRow, UINT nRowLen, stu_RECORD& stRecord, LPBYTE lpSpace);
     /** Bytes of a row's arrays. */
     UINT ArraysSize() const {
-        return static_cast<UINT>(m_nFieldNum) * UINT{sizeof(wchar_t*) + sizeof(st_VARDATA) + sizeof(BYTE)};
+        return static_cast<UINT>(m_nFieldNum) * UINT{sizeof(st_VARDATA) + sizeof(BYTE)};
     }
     /** A row without values, its arrays in `ArraysSize` bytes at a multiple of 8. */
     void InitRow(stu_RECORD& stRecord, LPBYTE lpSpace);
@@ -228,7 +236,10 @@ private:
     int ReadField(int nField, const st_VARDATA*& lpValue) const;
     template <typename T>
     int ReadNumber(int nField, T& nValue);
-    int PrintField(int nField, const st_VARDATA& stValue);
+    /** The place of a field's wide text in the current row, or null without memory. */
+    wchar_t** WideText(int nField);
+    int PrintField(const st_VARDATA& stValue, wchar_t*& lpszWide);
+    int WidenField(const st_VARDATA& stValue, wchar_t*& lpszWide);
 
     // Changing.
     int CheckChange(int nField) const;
@@ -236,6 +247,10 @@ private:
     int SetFieldData(int nField, const st_VARDATA& stSource);
     int SetFieldText(int nField, const char* lpszText, int nLen);
     void StoreField(int nField, const st_VARDATA& stValue);
+
+    // CSV.
+    std::uint64_t CsvSize() const;
+    char* WriteCsvNames(char* lpOut) const;
 
     // Saving.
     void CountChanges();

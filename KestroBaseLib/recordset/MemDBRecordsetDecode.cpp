@@ -53,8 +53,9 @@ LPBYTE CMemDBRecordset::AllocAligned(std::uint64_t nSize) {
 void CMemDBRecordset::InitRow(stu_RECORD& stRecord, LPBYTE lpSpace) {
     const auto nFields = static_cast<UINT>(m_nFieldNum);
     std::memset(lpSpace, 0, ArraysSize());
-    stRecord.m_pFieldStr = reinterpret_cast<wchar_t**>(lpSpace);
-    stRecord.m_lpFieldData = reinterpret_cast<st_VARDATA*>(lpSpace + nFields * sizeof(wchar_t*));
+    stRecord.m_lpFieldData = reinterpret_cast<st_VARDATA*>(lpSpace);
+    // Most programs ask for no wide text, so the row has no place for it yet.
+    stRecord.m_pFieldStr = nullptr;
     stRecord.m_pFieldModify = reinterpret_cast<LPBYTE>(stRecord.m_lpFieldData + nFields);
     stRecord.m_nFieldNum = m_nFieldNum;
     stRecord.m_nDataID = 0;

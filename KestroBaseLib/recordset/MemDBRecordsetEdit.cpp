@@ -154,7 +154,7 @@ void CMemDBRecordset::StoreField(int nField, const st_VARDATA& stValue) {
     stu_RECORD& stRecord = *m_lpCurrentRecord;
     stRecord.m_lpFieldData[nField].Free();
     std::memcpy(static_cast<void*>(stRecord.m_lpFieldData + nField), &stValue, offsetof(st_VARDATA, m_nDataCount));
-    stRecord.m_pFieldStr[nField] = nullptr;
+    if (stRecord.m_pFieldStr) stRecord.m_pFieldStr[nField] = nullptr;
     stRecord.m_pFieldModify[nField] = 1;
     if (stRecord.m_bRecordStatus == STATUS_UNCHANGED) stRecord.m_bRecordStatus = STATUS_UPDATED;
 }
@@ -342,9 +342,4 @@ int CMemDBRecordset::Delete() {
         m_lpCurrentRecord = nullptr;
     }
     return ERR_OK;
-}
-
-int CMemDBRecordset::RecordsetToCSV(char*& lpszText) {
-    lpszText = nullptr;
-    return ERR_NOT_DEVELOPED;
 }

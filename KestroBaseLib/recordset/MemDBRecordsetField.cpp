@@ -66,8 +66,9 @@ int ToNumber(const st_VARDATA& stValue, T& nValue) {
             nValue = stValue.m_nValue;
             return ERR_OK;
         case VT_BIGINT:
+            // The low bits are given even where they aren't all.
             nValue = static_cast<T>(stValue.m_llValue);
-            return CodeOf(nValue == stValue.m_llValue, nValue);
+            return nValue == stValue.m_llValue ? ERR_OK : ERR_DATA_TYPE;
         case VT_DOUBLE:
             return CodeOf(CutDouble(stValue.m_dblValue, nValue), nValue);
         case VT_DECIMAL:
@@ -161,9 +162,19 @@ int CMemDBRecordset::FieldValue(int nField, tm& stValue) {
 
 // --- text ------------------------------------------------------------------------------------------------------------
 
+wchar_t** CMemDBRecordset::WideText(int nField) {
+    stu_RECORD& stRecord = *m_lpCurrentRecord;
+    if (!stRecord.m_pFieldStr) {
+        const std::size_t nSize = static_cast<std::size_t>(m_nFieldNum) * sizeof(wchar_t*);
+        LPBYTE const lpPiece = AllocAligned(nSize);
+        if (!lpPiece) return nullptr;
+        stRecord.m_pFieldStr = reinterpret_cast<wchar_t**>(std::memset(lpPiece, 0, nSize));
+    }
+    return stRecord.m_pFieldStr + nField;
+}
+
 /** The text of a number or a time, wide and behind that in bytes, made once for both. */
-int CMemDBRecordset::PrintField(int nField, const st_VARDATA& stValue) {
-    wchar_t*& lpszWide = m_lpCurrentRecord->m_pFieldStr[nField];
+int CMemDBRecordset::PrintField(const st_VARDATA& stValue, wchar_t*& lpszWide) {
     if (lpszWide) return ERR_OK;
     char szText[KESTRO_VALUE_TEXT_SIZE];
     const int nSize = stValue.GetCompatibleStringValue(szText);
@@ -178,6 +189,18 @@ int CMemDBRecordset::PrintField(int nField, const st_VARDATA& stValue) {
     return ERR_OK;
 }
 
+int CMemDBRecordset::WidenField(const st_VARDATA& stValue, wchar_t*& lpszWide) {
+    if (lpszWide) return ERR_OK;
+    // No character takes more elements than bytes.
+    const std::uint64_t nSize = static_cast<std::uint64_t>(stValue.m_nStrLen) + 1;
+    auto* const lpszText = reinterpret_cast<wchar_t*>(AllocAligned(nSize * sizeof(wchar_t)));
+    if (!lpszText) return ERR_MEMORY;
+    if (KestroUTF82Unicode(stValue.m_lpszValue, stValue.m_nStrLen, lpszText, static_cast<int>(nSize)) < 0)
+        return ERR_CHARSET_CONVERT;
+    lpszWide = lpszText;
+    return ERR_OK;
+}
+
 int CMemDBRecordset::FieldValue(int nField, char*& lpszValue) {
     lpszValue = nullptr;
     const st_VARDATA* lpValue = nullptr;
@@ -186,9 +209,10 @@ int CMemDBRecordset::FieldValue(int nField, char*& lpszValue) {
         lpszValue = lpValue->m_lpszValue;
         return ERR_OK;
     }
-    if (const int nCode = PrintField(nField, *lpValue)) return nCode;
-    wchar_t* const lpszWide = m_lpCurrentRecord->m_pFieldStr[nField];
-    lpszValue = reinterpret_cast<char*>(lpszWide + std::wcslen(lpszWide) + 1);
+    wchar_t** const lpWide = WideText(nField);
+    if (!lpWide) return ERR_MEMORY;
+    if (const int nCode = PrintField(*lpValue, *lpWide)) return nCode;
+    lpszValue = reinterpret_cast<char*>(*lpWide + std::wcslen(*lpWide) + 1);
     return ERR_OK;
 }
 
@@ -196,20 +220,11 @@ int CMemDBRecordset::FieldValue(int nField, wchar_t*& lpszValue) {
     lpszValue = nullptr;
     const st_VARDATA* lpValue = nullptr;
     if (const int nCode = ReadField(nField, lpValue)) return nCode;
-    wchar_t*& lpszWide = m_lpCurrentRecord->m_pFieldStr[nField];
-    if (!lpszWide && lpValue->m_vt == VT_VARCHAR) {
-        // No character takes more elements than bytes.
-        const std::uint64_t nSize = static_cast<std::uint64_t>(lpValue->m_nStrLen) + 1;
-        LPBYTE const lpPiece = AllocAligned(nSize * sizeof(wchar_t));
-        if (!lpPiece) return ERR_MEMORY;
-        auto* const lpszText = reinterpret_cast<wchar_t*>(lpPiece);
-        if (KestroUTF82Unicode(lpValue->m_lpszValue, lpValue->m_nStrLen, lpszText, static_cast<int>(nSize)) < 0)
-            return ERR_CHARSET_CONVERT;
-        lpszWide = lpszText;
-    } else if (const int nCode = lpszWide ? ERR_OK : PrintField(nField, *lpValue)) {
-        return nCode;
-    }
-    lpszValue = lpszWide;
+    wchar_t** const lpWide = WideText(nField);
+    if (!lpWide) return ERR_MEMORY;
+    const bool bText = lpValue->m_vt == VT_VARCHAR;
+    if (const int nCode = bText ? WidenField(*lpValue, *lpWide) : PrintField(*lpValue, *lpWide)) return nCode;
+    lpszValue = *lpWide;
     return ERR_OK;
 }
 

@@ -13,17 +13,20 @@ namespace {
 
 /** Room for a name in the plan, at least. */
 constexpr UINT NAME_ROOM_LEAST = 32;
+/** Bytes of the table's name and of a column's at most, the terminator included. */
+constexpr int TABLE_NAME_SIZE = 64;
+constexpr int COLUMN_NAME_SIZE = RECORDSET_NAME_SIZE * 3;
+static_assert(COLUMN_NAME_SIZE <= 255);
 /** Fields of a plan, which numbers them from 1 in one byte. */
 constexpr int PLAN_FIELD_MOST = 255;
 /** From this length on a value's run is counted in 32 bits behind a byte of 255. In rows that begins at 255. */
 constexpr UINT LONG_RUN = 250;
 
-/** A wide name as UTF-8 in the plan: its offset, and its length with the terminator. */
-int WriteName(CBaseBson& stBson, const wchar_t* lpszWide, UINT& nOffset, BYTE& bLen) {
-    // Names of letters beyond ASCII may take more bytes than a record's name has; what doesn't fit is cut.
-    char szName[RECORDSET_NAME_SIZE];
+/** A wide name as UTF-8 in the plan, cut to `nMost` bytes: its offset, and its length with the terminator. */
+int WriteName(CBaseBson& stBson, const wchar_t* lpszWide, int nMost, UINT& nOffset, BYTE& bLen) {
+    char szName[COLUMN_NAME_SIZE];
     const auto nElements = static_cast<int>(wcsnlen(lpszWide, RECORDSET_NAME_SIZE));
-    const int nLen = KestroUnicode2UTF8(lpszWide, nElements, szName, sizeof szName);
+    const int nLen = KestroUnicode2UTF8(lpszWide, nElements, szName, nMost);
     if (nLen < 0) return ERR_FAILED;
     const UINT nSize = static_cast<UINT>(nLen) + 1;
     LPBYTE lpName = nullptr;
@@ -104,6 +107,8 @@ int WriteField(CBaseBson& stBson, BYTE bType, const st_VARDATA& stSource, RSFIEL
 int CMemDBRecordset::ParseRecordsetMemDB(CBaseBson& stBson, EXECUTEPLANBSON*& pPlan) {
     pPlan = nullptr;
     if (m_nFieldNum > PLAN_FIELD_MOST) return ERR_FIELD_NUMBER;
+    // In a plan such an object has a query where others have their name.
+    if (m_nFieldNum != 0 && m_lpFieldInfo->m_bObjectType == OBJECT_SUBQUERY) return ERR_INTERNAL_DATA;
     EXECUTEPLANBSON* lpHead = nullptr;
     UPDATERECORDSETPLANBSON* lpUpdate = nullptr;
     UINT nOffset = 0, nCommandOffset = 0;
@@ -156,9 +161,8 @@ int CMemDBRecordset::WriteObject(CBaseBson& stBson) {
     UINT nOffset = 0, nNameOffset = 0;
     BYTE bNameLen = 0;
     if (const int nCode = stBson.AllocFromBsonBuffer(lpObject, nOffset)) return nCode;
-    if (const int nCode =
-            WriteName(stBson, m_nFieldNum == 0 ? L"" : m_lpFieldInfo->m_lpszTableName, nNameOffset, bNameLen))
-        return nCode;
+    const wchar_t* const lpszTable = m_nFieldNum == 0 ? L"" : m_lpFieldInfo->m_lpszTableName;
+    if (const int nCode = WriteName(stBson, lpszTable, TABLE_NAME_SIZE, nNameOffset, bNameLen)) return nCode;
     lpObject->m_bObjectNameLen = bNameLen;
     lpObject->m_nObjectNameOffset = nNameOffset;
     lpObject->m_bObjectType = m_nFieldNum == 0 ? BYTE{0} : m_lpFieldInfo->m_bObjectType;
@@ -175,7 +179,8 @@ int CMemDBRecordset::WriteFieldInfo(CBaseBson& stBson) {
     for (UINT i = 0; i < nFields; ++i) {
         UINT nNameOffset = 0;
         BYTE bNameLen = 0;
-        if (const int nCode = WriteName(stBson, m_lpFieldInfo[i].m_lpszTitle, nNameOffset, bNameLen)) return nCode;
+        if (const int nCode = WriteName(stBson, m_lpFieldInfo[i].m_lpszTitle, COLUMN_NAME_SIZE, nNameOffset, bNameLen))
+            return nCode;
         RSFIELDINFO& stInfo = reinterpret_cast<RSFIELDINFO*>(lpTable)[i];
         stInfo.m_bTempNo = static_cast<BYTE>(i + 1);
         stInfo.m_bFieldNameLen = bNameLen;

@@ -3,9 +3,9 @@
 #include "MemDBRecordset.h"
 
 #include "CommonDataDef.h"
-#include "Fields.h"
 #include "PlanLine.h"
 #include "RecordsetMaker.h"
+#include "ValueRows.h"
 
 namespace {
 
@@ -59,66 +59,30 @@ int SetWord(CMemDBRecordset& stSet, const std::string& strWord) {
 }
 
 TEST(MemDBRecordsetEdit, TurnsValuesToTheColumnsTypeAndStoresThem) {
-    // Column type, value, text read back or code, stored form or code.
-    constexpr const char* ROWS[] = {
-        "1|i-5|-5|5:00FBFFFFFF",
-        "1|d2.5|3|5:0003000000",
-        "1|l4294967295|-1|5:00FFFFFFFF",
-        "1|l4294967296|(1501)",
-        "1|s 12 |12|5:000C000000",
-        "1|s1e3|1000|5:00E8030000",
-        "1|s12x|(1501)",
-        "1|sabc|(1501)",
-        "1|s|null|0:",
-        "1|n|null|0:",
-        "1|bxx|(1521)",
-        "80|i255|255|2:00FF",
-        "80|i256|(1501)",
-        "81|i-32768|-32768|3:000080",
-        "2|s9223372036854775807|9223372036854775807|9:00FFFFFFFFFFFFFF7F",
-        "2|s9223372036854775808|(1501)",
-        "2|d1e19|(1501)",
-        "3|s0.5|0.5|9:00000000000000E03F",
-        "3|i2|2|9:000000000000000040",
-        "3|dnan|(1501)",
-        "240|s-1.50|-1.50|4:00C10296",
-        "240|d0.25|0.25|4:00410219",
-        "240|s300|300|5:0042002C01",
-        "240|s0|0|3:004000",
-        "240|s1|1|4:00410001",
-        "240|sx|(1501)",
-        "4|t2024-01-31T6|2024-01-31 06:00:00|9:00000000004821E640",
-        "4|s2024-01-31 06:00:00|2024-01-31 06:00:00|9:00000000004821E640",
-        "4|t2024-13-01T0|(49)",
-        "4|snever|(1504)",
-        "12|s2024-01-31|2024-01-31|5:001F01E807",
-        "12|s2024-02-30|(49)",
-        "12|t2024-01-31T6|2024-01-31|5:001F01E807",
-        "11|s-1:00:05|-1:00:05|5:0005000180",
-        "11|t0-0-0T-30|-30:00:00|5:00000006FF",
-        "11|t0-0-0T9999|(49)",
-        "6|sabc|abc|5:0003616263",
-        "6|i-17|-17|5:00032D3137",
-        "5|d0.5|0.5|5:0003302E35",
-        "7|bxyz|xyz|5:000378797A",
-        "6|t2024-01-31T6|2024-01-31 06:00:00|21:0013323032342D30312D33312030363A30303A3030",
-        "8|bxyz|(1501)|5:000378797A",
-        "8|b|(1501)|2:0000",
-        "8|sxyz|(1521)",
-        "8|i1|(1521)",
-        "247|i1|(1521)",
-        "30|s{}|{}|1501",
-        "30|i7|7|1501",
-        "30|n|null|0:",
-    };
-    for (const char* const lpszRow : ROWS) {
-        const std::vector<std::string> arText = Fields(lpszRow);
+    // Column type, value, text read back or code, stored form or code; "_" stands for a blank.
+    constexpr const char* ROWS = R"(
+        1 i-5 -5 5:00FBFFFFFF; 1 d2.5 3 5:0003000000; 1 l4294967295 -1 5:00FFFFFFFF; 1 l4294967296 (1501);
+        1 s_12_ 12 5:000C000000; 1 s1e3 1000 5:00E8030000; 1 s12x (1501); 1 sabc (1501); 1 s null 0:; 1 n null 0:;
+        1 bxx (1521); 80 i255 255 2:00FF; 80 i256 (1501); 81 i-32768 -32768 3:000080;
+        2 s9223372036854775807 9223372036854775807 9:00FFFFFFFFFFFFFF7F; 2 s9223372036854775808 (1501); 2 d1e19 (1501);
+        3 s0.5 0.5 9:00000000000000E03F; 3 i2 2 9:000000000000000040; 3 dnan (1501); 240 s-1.50 -1.50 4:00C10296;
+        240 d0.25 0.25 4:00410219; 240 s300 300 5:0042002C01; 240 s0 0 3:004000; 240 s1 1 4:00410001; 240 sx (1501);
+        4 t2024-01-31T6 2024-01-31_06:00:00 9:00000000004821E640;
+        4 s2024-01-31_06:00:00 2024-01-31_06:00:00 9:00000000004821E640; 4 t2024-13-01T0 (49); 4 snever (1504);
+        12 s2024-01-31 2024-01-31 5:001F01E807; 12 s2024-02-30 (49); 12 t2024-01-31T6 2024-01-31 5:001F01E807;
+        11 s-1:00:05 -1:00:05 5:0005000180; 11 t0-0-0T-30 -30:00:00 5:00000006FF; 11 t0-0-0T9999 (49);
+        6 sabc abc 5:0003616263; 6 i-17 -17 5:00032D3137; 5 d0.5 0.5 5:0003302E35; 7 bxyz xyz 5:000378797A;
+        6 t2024-01-31T6 2024-01-31_06:00:00 21:0013323032342D30312D33312030363A30303A3030; 8 bxyz (1501) 5:000378797A;
+        8 b (1501) 2:0000; 8 sxyz (1521); 8 i1 (1521); 247 i1 (1521); 30 s{} {} 1501; 30 i7 7 1501; 30 n null 0:)";
+    for (std::vector<std::string>& arWord : RowsOf(ROWS)) {
+        for (std::string& strWord : arWord)
+            std::replace(strWord.begin(), strWord.end(), '_', ' ');
+        const std::string strRow = arWord[0] + " " + arWord[1];
         CMemDBRecordset stSet;
-        ASSERT_EQ(Analyse(stSet, Block(arText[0])), ERR_OK);
-        const int nCode = SetWord(stSet, arText[1]);
-        const std::string strRead = nCode == ERR_OK ? FieldText(stSet, 0) : CodeText(nCode);
-        EXPECT_EQ(strRead, arText[2]) << lpszRow;
-        EXPECT_EQ(StoredForm(stSet), arText.size() > 3 ? arText[3] : "no row") << lpszRow;
+        ASSERT_EQ(Analyse(stSet, Block(arWord[0])), ERR_OK);
+        const int nCode = SetWord(stSet, arWord[1]);
+        EXPECT_EQ(nCode == ERR_OK ? FieldText(stSet, 0) : CodeText(nCode), arWord[2]) << strRow;
+        EXPECT_EQ(StoredForm(stSet), arWord.size() > 3 ? arWord[3] : "no row") << strRow;
     }
 }
 

@@ -1,0 +1,191 @@
+// A recordset as CSV text. Two walks: the first adds up what the cells need at most, the second writes them, so that
+// the one block never grows. Quoting is that of RFC 4180.
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <new>
+
+#include "CommonDataDef.h"
+#include "MemDBRecordset.h"
+
+namespace {
+
+constexpr std::uint64_t CSV_BLOCK_STEP = 1024;
+constexpr std::uint64_t CSV_SPARE = 32;
+constexpr std::uint64_t LINE_END_SIZE = 2;
+
+/** How a column's cells are written. A type without a row has blanks, dates and times of day among them. Intended. */
+enum CSVFORM : BYTE {
+    CSV_BLANK,
+    CSV_NUMBER,
+    CSV_HEX,
+    CSV_TEXT,
+};
+
+struct CSVROW {
+    BYTE m_bType;
+    CSVFORM m_nForm;
+};
+
+constexpr CSVROW CSV_ROWS[] = {
+    {VT_INT, CSV_NUMBER},    {VT_TINYINT, CSV_NUMBER}, {VT_SMALLINT, CSV_NUMBER}, {VT_BIGINT, CSV_NUMBER},
+    {VT_DOUBLE, CSV_NUMBER}, {VT_DECIMAL, CSV_NUMBER}, {VT_BLOB, CSV_HEX},        {VT_DATETIME, CSV_TEXT},
+    {VT_CHAR, CSV_TEXT},     {VT_VARCHAR, CSV_TEXT},   {VT_CLOB, CSV_TEXT},       {VT_JSON, CSV_TEXT},
+};
+
+constexpr std::array<CSVFORM, 256> CSV_FORMS = [] {
+    std::array<CSVFORM, 256> arForm{};
+    for (const CSVROW& stRow : CSV_ROWS)
+        arForm[stRow.m_bType] = stRow.m_nForm;
+    return arForm;
+}();
+
+/** Bytes of a text's cell. */
+std::uint64_t QuotedSize(const char* lpszText, int nLen) {
+    const auto nQuotes = std::count(lpszText, lpszText + nLen, '"');
+    return static_cast<std::uint64_t>(nLen) + static_cast<std::uint64_t>(nQuotes) + 2;
+}
+
+/** Whether a value's text lies in it as it stands. */
+bool IsText(const st_VARDATA& stValue) {
+    return stValue.m_vt == VT_VARCHAR;
+}
+
+bool IsBlank(CSVFORM nForm, const st_VARDATA& stValue) {
+    if (nForm == CSV_BLANK || stValue.m_vt == VT_EMPTY || stValue.m_vt == VT_NULL) return true;
+    return (nForm == CSV_HEX) != (stValue.m_vt == VT_BLOB);
+}
+
+/** Bytes of a cell at most. */
+std::uint64_t CellSize(CSVFORM nForm, const st_VARDATA& stValue) {
+    constexpr std::uint64_t INTEGER_SIZE = 20, DAY_SIZE = 32, SHORT_DOUBLE_SIZE = 24;
+    constexpr double SHORT_DOUBLE = 1e15;
+    if (IsBlank(nForm, stValue)) return 1;
+    if (nForm == CSV_HEX) return 2 * static_cast<std::uint64_t>(stValue.m_nStrLen) + 1;
+    if (IsText(stValue)) return QuotedSize(stValue.m_lpszValue, stValue.m_nStrLen);
+    if (stValue.m_vt == VT_INT || stValue.m_vt == VT_BIGINT) return INTEGER_SIZE;
+    if (stValue.m_vt == VT_DATETIME) return DAY_SIZE;
+    // A double takes up to 309 digits in front of its point, but hardly one does.
+    const bool bShort = stValue.m_vt == VT_DOUBLE && std::abs(stValue.m_dblValue) < SHORT_DOUBLE;
+    return bShort ? SHORT_DOUBLE_SIZE : std::uint64_t{KESTRO_VALUE_TEXT_SIZE};
+}
+
+char* WriteNumber(const st_VARDATA& stValue, char* lpOut) {
+    switch (stValue.m_vt) {
+        case VT_INT:
+            return std::to_chars(lpOut, lpOut + KESTRO_INTEGER_SIZE, int{stValue.m_nValue}).ptr;
+        case VT_BIGINT:
+            return std::to_chars(lpOut, lpOut + KESTRO_INTEGER_SIZE, static_cast<long long>(stValue.m_llValue)).ptr;
+        case VT_DOUBLE:
+            return std::to_chars(lpOut, lpOut + KESTRO_VALUE_TEXT_SIZE, double{stValue.m_dblValue},
+                                 std::chars_format::fixed, 6)
+                .ptr;
+        default: {
+            char szText[KESTRO_VALUE_TEXT_SIZE];
+            const int nLen = std::max(stValue.GetCompatibleStringValue(szText) - 1, 0);
+            return std::copy_n(szText, nLen, lpOut);
+        }
+    }
+}
+
+char* WriteText(const char* lpszText, int nLen, char* lpOut) {
+    static_cast<void>(CMemDBRecordset::DelteteSpecialChar(lpszText, lpOut, nLen));
+    return lpOut + nLen;
+}
+
+char* WriteCell(CSVFORM nForm, const st_VARDATA& stValue, char* lpOut) {
+    if (IsBlank(nForm, stValue)) {
+        *lpOut = ' ';
+        return lpOut + 1;
+    }
+    if (nForm == CSV_HEX) {
+        HexConvertChar(stValue.m_lpValue, stValue.m_nStrLen, lpOut);
+        return lpOut + 2 * stValue.m_nStrLen;
+    }
+    if (!IsText(stValue)) return WriteNumber(stValue, lpOut);
+    if (nForm == CSV_TEXT) return WriteText(stValue.m_lpszValue, stValue.m_nStrLen, lpOut);
+    return std::copy_n(stValue.m_lpszValue, stValue.m_nStrLen, lpOut);
+}
+
+char* EndLine(char* lpOut) {
+    *lpOut++ = '\r';
+    *lpOut++ = '\n';
+    return lpOut;
+}
+
+} // namespace
+
+int CMemDBRecordset::DelteteSpecialChar(const char* lpszText, char* lpszCell, int& nLen) {
+    const char* const lpszEnd = lpszText + nLen;
+    // Without a branch, so that the bytes are looked at many at a time.
+    bool bPlain = true;
+    for (const char* p = lpszText; p != lpszEnd; ++p)
+        bPlain &= (*p != '"') & (*p != ',') & (*p != '\n') & (*p != '\t');
+    if (bPlain) {
+        std::copy(lpszText, lpszEnd, lpszCell);
+        return ERR_OK;
+    }
+    char* lpOut = lpszCell;
+    *lpOut++ = '"';
+    for (; lpszText != lpszEnd; ++lpszText) {
+        if (*lpszText == '"') *lpOut++ = '"';
+        *lpOut++ = *lpszText;
+    }
+    *lpOut++ = '"';
+    nLen = static_cast<int>(lpOut - lpszCell);
+    return ERR_OK;
+}
+
+std::uint64_t CMemDBRecordset::CsvSize() const {
+    std::uint64_t nSize = CSV_SPARE + LINE_END_SIZE;
+    for (int i = 0; i < m_nFieldNum; ++i) {
+        const char* const lpszName = m_lpFieldInfo[i].m_lpRsName;
+        nSize += QuotedSize(lpszName, static_cast<int>(std::strlen(lpszName))) + 1;
+    }
+    const int nRows = m_vecOriginalRecord.Size() + m_vecInsertRecord.Size();
+    for (int nRow = 0; nRow < nRows; ++nRow) {
+        const stu_RECORD& stRecord = *Row(nRow);
+        nSize += LINE_END_SIZE;
+        for (int i = 0; i < m_nFieldNum; ++i)
+            nSize += CellSize(CSV_FORMS[m_lpFieldInfo[i].m_bFieldType], stRecord.m_lpFieldData[i]) + 1;
+    }
+    return (nSize + CSV_BLOCK_STEP - 1) / CSV_BLOCK_STEP * CSV_BLOCK_STEP;
+}
+
+char* CMemDBRecordset::WriteCsvNames(char* lpOut) const {
+    for (int i = 0; i < m_nFieldNum; ++i) {
+        const char* const lpszName = m_lpFieldInfo[i].m_lpRsName;
+        const auto nLen = static_cast<int>(std::strlen(lpszName));
+        if (i > 0) {
+            *lpOut++ = ',';
+            lpOut = WriteText(lpszName, nLen, lpOut);
+        } else {
+            // Some spreadsheets take a file that begins with a bare ID for another format.
+            const bool bID = std::strcmp(lpszName, "ID") == 0;
+            if (bID) *lpOut++ = '"';
+            lpOut = std::copy_n(lpszName, nLen, lpOut);
+            if (bID) *lpOut++ = '"';
+        }
+    }
+    return EndLine(lpOut);
+}
+
+int CMemDBRecordset::RecordsetToCSV(char*& lpszText) {
+    if (GetRowNum() == 0) return ERR_OK;
+    const std::uint64_t nSize = CsvSize();
+    lpszText = new (std::nothrow) char[nSize];
+    if (!lpszText) return ERR_MEMORY;
+    char* lpOut = WriteCsvNames(lpszText);
+    for (MoveFirst(); !eof(); MoveNext()) {
+        for (int i = 0; i < m_nFieldNum; ++i) {
+            if (i > 0) *lpOut++ = ',';
+            const CSVFORM nForm = CSV_FORMS[m_lpFieldInfo[i].m_bFieldType];
+            lpOut = WriteCell(nForm, m_lpCurrentRecord->m_lpFieldData[i], lpOut);
+        }
+        lpOut = EndLine(lpOut);
+    }
+    std::fill(lpOut, lpszText + nSize, '\0');
+    return ERR_OK;
+}
