@@ -1,0 +1,329 @@
+#include "LinkTest.h"
+#include "RecordsetMaker.h"
+
+namespace {
+
+class DBInterfaceStatement : public CLinkTest {
+protected:
+    void SetUp() override {
+        CLinkTest::SetUp();
+        m_strBlock = CRecordsetMaker("A:1").Row(1, "1").Row(2, "2").Block();
+        ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+        ASSERT_EQ(m_stLink.UseDatabase("shop"), ERR_OK);
+        m_stPeer.Frames(0, true);
+        Log();
+    }
+
+    CScriptedPeer::SCRIPT m_Script = Welcome;
+    CScriptedPeer m_stPeer{[this](const PEERFRAME& stFrame) { return m_Script(stFrame); }};
+    CTestLink m_stLink;
+};
+
+TEST_F(DBInterfaceStatement, CallsAgainWhenTheClusterIsBack) {
+    int nLeft = 50;
+    m_Script = [&](const PEERFRAME& stFrame) {
+        return nLeft-- > 0 ? stFrame.Reply(MF_REPLY_FAIL, ERR_GROUP_RECOVERED) : stFrame.Reply(MF_REPLY_OK, 6);
+    };
+    EXPECT_EQ(m_stLink.Run("begin"), 6);
+    EXPECT_EQ(m_stPeer.Frames(MF_CMD_EXECUTE, true).size(), 51u);
+    nLeft = 1;
+    EXECUTEPLANDESCRIBE stDescribe;
+    EXPECT_EQ(m_stLink.GetExecutePlanInfo("begin", &stDescribe, nullptr), ERR_GROUP_RECOVERED) << "not this one";
+    nLeft = 1;
+    EXPECT_EQ(m_stLink.StopTransactionLogic(1), ERR_GROUP_RECOVERED);
+}
+
+TEST_F(DBInterfaceStatement, FillsTheStatistics) {
+    std::string strParam(94, '\0');
+    for (int i = 0; i < 11; ++i)
+        Put(strParam, static_cast<std::size_t>(8 * i), 1000LL + i);
+    Put(strParam, 88, 77);
+    Put(strParam, 92, USHORT{55});
+    m_Script = [&](const PEERFRAME& stFrame) {
+        m_nNow += 250;
+        return stFrame.Reply(MF_REPLY_OK, 4, "", 0, strParam);
+    };
+    const std::int64_t nStart = m_nNow;
+    MF_EXECUTE_STATISTICS stStat;
+    std::memset(&stStat, 0xAA, sizeof stStat);
+    char szSql[] = "begin";
+    int nAffect = 0;
+    m_stLink.m_bTraceTime = 1;
+    ASSERT_EQ(m_stLink.Execute(szSql, nAffect, &stStat), ERR_OK);
+    EXPECT_EQ(nAffect, 4);
+    constexpr std::int64_t WORDS[] = {1000, 1001, 1003, 1002, 1004, 1005, 1006, 1007, 1008, 1009, 1010};
+    for (int i = 0; i < 11; ++i)
+        EXPECT_EQ(std::int64_t{stStat.m_nServerStat[i]}, WORDS[i]);
+    EXPECT_EQ(int{stStat.m_nServerStat11}, 77);
+    EXPECT_EQ(int{stStat.m_usServerFlag}, 55);
+    EXPECT_EQ(std::int64_t{stStat.m_nStartFileTime}, nStart * 10 + 116444736000000000);
+    EXPECT_EQ(std::int64_t{stStat.m_nEndFileTime}, (nStart + 250) * 10 + 116444736000000000);
+    EXPECT_EQ(std::int64_t{stStat.m_nFrequency}, 1000000);
+    EXPECT_EQ(std::int64_t{stStat.m_nSendTime}, nStart);
+    EXPECT_EQ(std::int64_t{stStat.m_nReceiveTime}, nStart + 250);
+    EXPECT_EQ(int{stStat.m_nErrorCode}, 0);
+    EXPECT_TRUE(
+        Logged("888047001 Execute Database command execution ends, time: 250 microseconds, return value: 0X0, "
+               "number of affected lines: 4, bstrCmd: begin"));
+
+    MF_EXECUTE_STATISTICS stHex{};
+    std::string strHex;
+    for (const unsigned char c : strParam)
+        strHex += {"0123456789ABCDEF"[c >> 4], "0123456789ABCDEF"[c & 15]};
+    EXPECT_EQ(CDBInterface::ConvertStatisticsData(&stHex, strHex.c_str()), 0);
+    EXPECT_EQ(std::memcmp(&stHex, &stStat, 92), 0);
+    EXPECT_EQ(int{stHex.m_usServerFlag}, 0);
+}
+
+TEST_F(DBInterfaceStatement, TellsWhatFailed) {
+    MF_EXECUTE_STATISTICS stStat{};
+    int nAffect = 7;
+    EXPECT_EQ(m_stLink.ExecuteCommand("begin it", nAffect, &stStat), 814);
+    EXPECT_EQ(int{stStat.m_nErrorCode}, 814);
+    EXPECT_EQ(int{stStat.m_nErrorPos}, 2);
+    EXPECT_EQ(nAffect, 0);
+    EXPECT_TRUE(Logged("888011000 TCPExecuteCommand Failed to parse SQL statement [begin it], return value: 814"));
+    EXPECT_TRUE(m_stPeer.Frames().empty()) << "a wrong statement stays here";
+
+    m_Script = [](const PEERFRAME& stFrame) { return stFrame.Reply(MF_REPLY_FAIL, 4711); };
+    EXPECT_EQ(m_stLink.ExecuteCommand("begin", nAffect, &stStat), 4711);
+    EXPECT_EQ(int{stStat.m_nErrorCode}, 4711);
+    EXPECT_TRUE(Logged("888011011 TCPExecuteCommand Server return execution failure, error code: 4711, SQL: begin"));
+    // A query notes errno where a command notes the code.
+    m_Script = [](const PEERFRAME& stFrame) { return PEERANSWER(stFrame.Reply(1).substr(0, 9), PEER_RESETS); };
+    CMemDBRecordset stSet;
+    EXPECT_EQ(m_stLink.ExecuteCommand("begin", nAffect, &stStat), ERR_LINK_RESET);
+    EXPECT_EQ(int{stStat.m_nErrorCode}, ERR_LINK_RESET);
+    m_Script = [&](const PEERFRAME& stFrame) {
+        return stFrame.Command() == MF_CMD_QUERY ? PEERANSWER("", PEER_RESETS) : Welcome(stFrame);
+    };
+    EXPECT_EQ(m_stLink.GetRecordset("begin", stSet, &stStat), ERR_LINK_RESET);
+    EXPECT_EQ(int{stStat.m_nErrorCode}, ECONNRESET);
+    EXPECT_TRUE(
+        Logged("888010099 ReceiveBuffer The length of the received and sent message body data is incorrect! "
+               "Header description length: 112, remaining: 103 not received! Error: 连接被关闭了，返回值为-1"));
+}
+
+TEST_F(DBInterfaceStatement, SwitchesTheDatabaseWithoutAPlan) {
+    m_Script = [](const PEERFRAME& stFrame) { return stFrame.Reply(MF_REPLY_OK, 3, "", 77); };
+    EXPECT_EQ(m_stLink.Run("use `my shop`"), 0);
+    const std::vector<PEERFRAME> arFrame = m_stPeer.Frames();
+    ASSERT_EQ(arFrame.size(), 1u);
+    EXPECT_EQ(arFrame[0].Bytes(), HeadBytes(MF_CMD_USE, 0, 0, 0, 0, "my shop"));
+    EXPECT_EQ(m_stLink.m_bDatabaseNo, 77);
+    EXPECT_EQ(m_stLink.Run(("use " + std::string(64, 'd')).c_str()), -ERR_FAILED);
+    EXPECT_TRUE(Logged("888067001 UseDatabase "));
+}
+
+TEST_F(DBInterfaceStatement, StartsTransactionsOfShortTexts) {
+    int nTransaction = 0;
+    std::string strText(96, 't');
+    const unsigned nDrawn = m_nUuid;
+    EXPECT_EQ(m_stLink.StartTransactionLogic(strText.data(), nTransaction), ERR_PARAMETER);
+    EXPECT_EQ(m_nUuid, nDrawn + 1);
+    EXPECT_TRUE(m_stPeer.Frames().empty());
+    strText.pop_back();
+    EXPECT_EQ(m_stLink.StartTransactionLogic(strText.data(), nTransaction), ERR_OK);
+    EXPECT_EQ(nTransaction, 5);
+    EXPECT_EQ(m_stLink.KestroRedo(nullptr, 1), ERR_NULL_POINTER);
+}
+
+TEST_F(DBInterfaceStatement, DescribesAPlan) {
+    m_strPlanInfo.replace(0, 32, 32, 'n').replace(33, 6, "客户").replace(72, 4, "\xF0\x9F\x90\x8D");
+    m_strPlanInfo.replace(32, 1, 1, 1).replace(65, 3, "\2\3\4");
+    Put(m_strPlanInfo, 68, -9);
+    EXECUTEPLANDESCRIBE stDescribe;
+    ASSERT_EQ(m_stLink.GetExecutePlanInfo("begin", &stDescribe, nullptr), ERR_OK);
+    const auto Wide = [&](std::size_t nOffset) {
+        wchar_t szWide[100] = {};
+        std::memcpy(szWide, reinterpret_cast<const char*>(&stDescribe) + nOffset, 31 * sizeof(wchar_t));
+        return std::wstring(szWide);
+    };
+    EXPECT_EQ(Wide(0), std::wstring(31, L'n')) << "cut for its terminator";
+    EXPECT_EQ(Wide(129), L"客户");
+    EXPECT_EQ(Wide(264), (std::wstring{0xD83D, 0xDC0D}));
+    EXPECT_EQ(stDescribe.m_bFirstKind * 1000 + stDescribe.m_bSecondKind * 100 + stDescribe.m_bThirdKind * 10 +
+                  stDescribe.m_bFourthKind,
+              1234);
+    EXPECT_EQ(int{stDescribe.m_nValue}, -9);
+    m_strPlanInfo.replace(72, 4, "\xF7\xBF\xBF\xBF");
+    EXPECT_EQ(m_stLink.GetExecutePlanInfo("begin", &stDescribe, nullptr), ERR_FAILED);
+    m_strPlanInfo.assign(172, '\0');
+}
+
+TEST_F(DBInterfaceStatement, SavesOnlyWhatChanged) {
+    CMemDBRecordset stSet;
+    MF_EXECUTE_STATISTICS stStat{};
+    ASSERT_EQ(m_stLink.GetRecordset("begin", stSet, &stStat), ERR_OK);
+    m_stPeer.Frames(0, true);
+    EXPECT_EQ(m_stLink.UpdateRecordset(stSet, &stStat), ERR_OK);
+    EXPECT_TRUE(m_stPeer.Frames().empty());
+    stSet.MoveFirst();
+    ASSERT_EQ(stSet.SetField(0, 3), ERR_OK);
+    IKestroDBRecordset* pSet = &stSet;
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(m_stLink.UpdateRecordset(pSet, nullptr), ERR_OK);
+    EXPECT_EQ(m_stPeer.Frames(MF_CMD_UPDATE_RS).size(), 1u) << "saved, so there is no change left";
+    EXPECT_EQ(m_stLink.UpdateRecordset(nullptr, nullptr), ERR_NULL_POINTER);
+}
+
+TEST_F(DBInterfaceStatement, BindsAndRunsCursors) {
+    char szSql[] = "begin", szWrong[] = "begin it";
+    void* pCursor = &szSql;
+    EXPECT_EQ(m_stLink.Parse(szWrong, pCursor), 814);
+    EXPECT_EQ(pCursor, nullptr);
+    ASSERT_EQ(m_stLink.Parse(szSql, pCursor), ERR_OK);
+    EXPECT_EQ(m_stLink.Bind(pCursor, 1, VT_INT, &pCursor, 0), ERR_OUT_OF_BOUNDS);
+    auto& stSql = *static_cast<CParseSql*>(pCursor);
+    LPBYTE lpElement = nullptr;
+    UINT nElement = 0;
+    ASSERT_EQ(stSql.GetParseBson().AllocFromBsonBuffer(sizeof(MATHEXPELEMENTBSON) + 4, nElement, lpElement), ERR_OK);
+    ASSERT_EQ(stSql.AddParameter(nElement), ERR_OK);
+    const struct {
+        BYTE m_bType;
+        int m_nLen;
+        const char* m_lpszValue;
+        BYTE m_bBound;
+        std::string m_strBound;
+    } ROWS[] = {
+        {1, 0, "\xFF\xFF\xFF\xFF", VT_INT, std::string(4, '\xFF')},
+        {2, 0, "ABCDEFGH", VT_BIGINT, "ABCDEFGH"},
+        {3, 0, "ABCDEFGH", VT_DOUBLE, "ABCDEFGH"},
+        {4, 0, "ABCDEFGH", VT_DATETIME, "ABCDEFGH"},
+        {5, 3, "text", VT_VARCHAR, "tex"},
+        {7, 5, "text", VT_VARCHAR, std::string("text\0", 5)},
+        {6, -1, "text", VT_NULL, ""},
+        {8, 4, "blob", VT_BLOB, "blob"},
+        {0x50, 0, "\x80", VT_INT, "\x80\xFF\xFF\xFF"},
+        {0x51, 0, "\xFE\x7F", VT_INT, std::string("\xFE\x7F\0\0", 4)},
+        {99, 4, "none", VT_NULL, ""},
+        {1, 4, nullptr, VT_NULL, ""},
+    };
+    for (const auto& stRow : ROWS) {
+        std::string strValue(stRow.m_lpszValue ? stRow.m_lpszValue : "");
+        ASSERT_EQ(m_stLink.Bind(pCursor, 1, stRow.m_bType, stRow.m_lpszValue ? strValue.data() : nullptr, stRow.m_nLen),
+                  ERR_OK);
+        const std::string strPlan(reinterpret_cast<const char*>(stSql.GetExecutePlan()),
+                                  stSql.GetParseBson().GetBsonDataSize());
+        EXPECT_EQ(strPlan[nElement + offsetof(MATHEXPELEMENTBSON, m_bDataType)], static_cast<char>(stRow.m_bBound));
+        const UINT nValue = Get<UINT>(strPlan, nElement + offsetof(MATHEXPELEMENTBSON, m_bDataBuffer));
+        EXPECT_EQ(nValue ? strPlan.substr(nValue, stRow.m_strBound.size()) : "", stRow.m_strBound);
+    }
+    // Run three times, the last time to its end; each run has the same bytes.
+    int nAffect = 0;
+    MF_EXECUTE_STATISTICS stStat{};
+    EXPECT_EQ(m_stLink.ExecuteCommand(pCursor, nAffect, &stStat), ERR_OK);
+    EXPECT_EQ(m_stLink.ExecuteCommand(pCursor, nAffect, nullptr), ERR_OK);
+    EXPECT_EQ(m_stLink.Execute(pCursor, nAffect, static_cast<void*>(&stStat)), ERR_OK);
+    EXPECT_EQ(nAffect, 5);
+    const std::vector<PEERFRAME> arFrame = m_stPeer.Frames(MF_CMD_EXECUTE);
+    ASSERT_EQ(arFrame.size(), 3u);
+    EXPECT_TRUE(arFrame[0].Bytes() == arFrame[1].Bytes() && arFrame[1].Bytes() == arFrame[2].Bytes());
+
+    EXPECT_EQ(m_stLink.Execute(static_cast<void*>(nullptr), nAffect, nullptr), ERR_NULL_POINTER);
+    EXPECT_EQ(m_stLink.CloseCursor(nullptr), ERR_NULL_POINTER);
+    ASSERT_EQ(m_stLink.Parse(szSql, pCursor), ERR_OK);
+    EXPECT_EQ(m_stLink.CloseCursor(pCursor), ERR_OK);
+    ASSERT_EQ(m_stLink.Parse(szSql, pCursor), ERR_OK);
+    m_stLink.Close();
+    EXPECT_EQ(m_stLink.Execute(pCursor, nAffect, static_cast<void*>(nullptr)), ERR_LINK_NOT_OPEN) << "and is ended";
+    EXPECT_EQ(m_stLink.Parse(szSql, pCursor), ERR_LINK_NOT_OPEN);
+}
+
+TEST_F(DBInterfaceStatement, RunsAStatementAsItsFirstWordTells) {
+    struct ROW {
+        const char* m_lpszSql;
+        int m_nCode;
+        int m_nKind;
+        int m_nCommand;
+        int m_nErrorCode;
+    };
+    constexpr ROW ROWS[] = {
+        {" -- note\n\tBegin work ", ERR_OK, 10, MF_CMD_EXECUTE, 0},
+        {"((commit))", ERR_OK, 11, MF_CMD_EXECUTE, 0},
+        {"use shop", ERR_OK, 14, MF_CMD_USE, 0},
+        {"EXPLAIN begin", ERR_OK, 0, MF_CMD_PLAN_INFO, 0},
+        {"savepoint a", 502, 13, 0, 502},
+        {"beginning", 502, 10, 0, 502},
+        {"frobnicate", static_cast<int>(0x80004005), 99, 0, ERR_FAILED},
+        {" -- all of it", ERR_OK, 99, 0, ERR_EMPTY_STRING},
+        {nullptr, ERR_EMPTY_COMMAND, 99, 0, ERR_FAILED},
+    };
+    for (const ROW& stRow : ROWS) {
+        std::string strSql(stRow.m_lpszSql ? stRow.m_lpszSql : "");
+        CMemDBRecordset stSet;
+        EXECUTEPLANDESCRIBE stDescribe;
+        MF_EXECUTE_STATISTICS stStat{};
+        stStat.m_nStatementKind = 99;
+        int nCount = 0;
+        EXPECT_EQ(m_stLink.SqlQuery(stRow.m_lpszSql ? strSql.data() : nullptr, nCount, stSet, &stDescribe, &stStat),
+                  stRow.m_nCode)
+            << strSql;
+        EXPECT_EQ(int{stStat.m_nStatementKind}, stRow.m_nKind) << strSql;
+        EXPECT_EQ(int{stStat.m_nErrorCode}, stRow.m_nErrorCode) << strSql;
+        const std::vector<PEERFRAME> arFrame = m_stPeer.Frames(0, true);
+        EXPECT_EQ(arFrame.empty() ? 0 : arFrame[0].Command(), stRow.m_nCommand) << strSql;
+    }
+    constexpr const char* TRIMMED[][3] = {
+        {"  -- note\n select 1 \r\n", "select 1", "select"},
+        {"( ( select 1 ) )", "select 1", "select"},
+        {"(select 1) union (select 2)", "(select 1) union (select 2)", "select"},
+        {"((a)(b))", "(a)(b)", "a)(b))"},
+        {"(a))", "(a))", "a))"},
+        {"((a)", "((a)", "a)"},
+        {"( -- note\n a:b )", "-- note\n a:b", "a"},
+        {"()", "", ")"},
+        {"select*from t", "select*from t", "select"},
+    };
+    for (const auto& [lpszSql, lpszText, lpszWord] : TRIMMED) {
+        std::string strSql(lpszSql);
+        char szWord[34];
+        EXPECT_STREQ(CDBInterface::RemoveSpaceFromString(strSql.data(), szWord), lpszText) << lpszSql;
+        EXPECT_STREQ(szWord, lpszWord) << lpszSql;
+    }
+    std::string strDeep = std::string(1'000'000, '(') + "a" + std::string(1'000'000, ')');
+    char szWord[34];
+    EXPECT_STREQ(CDBInterface::RemoveSpaceFromString(strDeep.data(), szWord), "a");
+}
+
+// --- many threads ----------------------------------------------------------------------------------------------------
+
+TEST_F(DBInterfaceStatement, ServesManyThreads) {
+    std::atomic<int> nNo = 0;
+    m_Script = [&](const PEERFRAME& stFrame) {
+        // Now and then a link breaks, a reply is late, or the cluster asks for the call again.
+        switch (stFrame.Command() == MF_CMD_EXECUTE || stFrame.Command() == MF_CMD_QUERY ? nNo++ % 23 : 1) {
+            case 0:
+                return PEERANSWER(Welcome(stFrame).m_strBytes.substr(0, 50), PEER_CLOSES);
+            case 7:
+                return PEERANSWER(HeadBytes(1, stFrame.Token() + 1, 0, 0, 4) + "late");
+            case 14:
+                return PEERANSWER(stFrame.Reply(MF_REPLY_FAIL, ERR_GROUP_RECOVERED));
+            default:
+                return Welcome(stFrame);
+        }
+    };
+    const auto Work = [&](CTestLink& stLink) {
+        for (int i = 0; i < 12; ++i) {
+            CMemDBRecordset stSet;
+            EXPECT_EQ(stLink.GetRecordset("begin", stSet, nullptr), ERR_OK);
+            EXPECT_EQ(stSet.GetRowNum(), 2);
+            EXPECT_EQ(stLink.Run("commit"), 5);
+        }
+    };
+    const auto InThreads = [](const auto& Run) {
+        std::vector<std::thread> arThread;
+        for (int i = 0; i < 8; ++i)
+            arThread.emplace_back(Run, i);
+        for (std::thread& stThread : arThread)
+            stThread.join();
+    };
+    InThreads([&](int) { Work(m_stLink); });
+    CTestLink arLink[8];
+    InThreads([&](int i) {
+        ASSERT_EQ(arLink[i].OpenAt(m_stPeer.Port()), ERR_OK);
+        Work(arLink[i]);
+    });
+}
+
+} // namespace

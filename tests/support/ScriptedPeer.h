@@ -1,0 +1,178 @@
+#pragma once
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+/** Puts the bytes of a value into a text at an offset. */
+template <typename T>
+void Put(std::string& strBytes, std::size_t nOffset, T nValue) {
+    std::memcpy(strBytes.data() + nOffset, &nValue, sizeof nValue);
+}
+template <typename T>
+T Get(const std::string& strBytes, std::size_t nOffset) {
+    T nValue;
+    std::memcpy(&nValue, strBytes.data() + nOffset, sizeof nValue);
+    return nValue;
+}
+
+/** The 112 bytes of a head, written by their offsets. */
+inline std::string HeadBytes(int nCommand, int nToken, int nFlag, int nValue, std::size_t nBodyLen,
+                             const std::string& strParam = "") {
+    std::string strHead(112, '\0');
+    strHead[0] = 3;
+    strHead[1] = static_cast<char>(nCommand);
+    strHead[2] = static_cast<char>(nToken);
+    strHead[3] = static_cast<char>(nFlag);
+    Put(strHead, 4, nValue);
+    Put(strHead, 8, static_cast<unsigned>(nBodyLen));
+    return strHead.replace(12, strParam.size(), strParam);
+}
+
+/** A request as it came. */
+struct PEERFRAME {
+    std::string m_strHead, m_strBody;
+    /** Which connection brought it, from 1. */
+    int m_nConnection = 0;
+
+    int Command() const { return static_cast<unsigned char>(m_strHead[1]); }
+    int Token() const { return static_cast<unsigned char>(m_strHead[2]); }
+    /** Head and body, without the token. */
+    std::string Bytes() const { return std::string(m_strHead).replace(2, 1, 1, '\0') + m_strBody; }
+    /** A reply to it. */
+    std::string Reply(int nStatus, int nValue = 0, const std::string& strBody = "", int nFlag = 0,
+                      const std::string& strParam = "") const {
+        return HeadBytes(nStatus, Token(), nFlag, nValue, strBody.size(), strParam) + strBody;
+    }
+};
+
+/** What follows the bytes of an answer. */
+enum PEERTHEN {
+    PEER_STAYS,
+    PEER_CLOSES,
+    PEER_RESETS
+};
+
+struct PEERANSWER {
+    PEERANSWER(std::string strBytes, PEERTHEN nThen = PEER_STAYS) : m_strBytes(std::move(strBytes)), m_nThen(nThen) {}
+    std::string m_strBytes;
+    PEERTHEN m_nThen;
+};
+
+/**
+ * A server of one thread on a port of the system's choice: it takes connections, reads whole frames, asks its script
+ * what to answer, and keeps all frames. The script runs in that thread, one call at a time.
+ */
+class CScriptedPeer {
+public:
+    using SCRIPT = std::function<PEERANSWER(const PEERFRAME&)>;
+
+    explicit CScriptedPeer(SCRIPT Script, const char* lpszIP = "127.0.0.1") : m_Script(std::move(Script)) {
+        sockaddr_in stAddress{};
+        stAddress.sin_family = AF_INET;
+        stAddress.sin_addr.s_addr = inet_addr(lpszIP);
+        socklen_t nLen = sizeof stAddress;
+        if (bind(m_nListen, reinterpret_cast<sockaddr*>(&stAddress), sizeof stAddress) != 0 ||
+            listen(m_nListen, 64) != 0 || getsockname(m_nListen, reinterpret_cast<sockaddr*>(&stAddress), &nLen) != 0)
+            abort();
+        m_usPort = ntohs(stAddress.sin_port);
+        m_stThread = std::thread([this] { Run(); });
+    }
+    ~CScriptedPeer() { Stop(); }
+
+    /** Ends it; from then on the port refuses. */
+    void Stop() {
+        if (!m_stThread.joinable()) return;
+        eventfd_write(m_nStop, 1);
+        m_stThread.join();
+        close(m_nStop);
+        close(m_nListen);
+    }
+
+    unsigned short Port() const { return m_usPort; }
+    /** The frames of a command, 0 for all, since the last call with `bForget`. */
+    std::vector<PEERFRAME> Frames(int nCommand = 0, bool bForget = false) {
+        const std::lock_guard stLock(m_csFrames);
+        std::vector<PEERFRAME> arFound;
+        std::copy_if(m_arFrame.begin(), m_arFrame.end(), std::back_inserter(arFound),
+                     [&](const PEERFRAME& stFrame) { return nCommand == 0 || stFrame.Command() == nCommand; });
+        if (bForget) m_arFrame.clear();
+        return arFound;
+    }
+
+private:
+    struct LINK {
+        int m_nSocket;
+        int m_nNo;
+    };
+
+    void Run() {
+        std::vector<LINK> arLink;
+        for (int nLinks = 0;;) {
+            std::vector<pollfd> arPoll{{m_nStop, POLLIN, 0}, {m_nListen, POLLIN, 0}};
+            for (const LINK& stLink : arLink)
+                arPoll.push_back({stLink.m_nSocket, POLLIN, 0});
+            if (poll(arPoll.data(), arPoll.size(), -1) < 0) continue;
+            if (arPoll[0].revents) break;
+            for (std::size_t i = arLink.size(); i-- > 0;)
+                if (arPoll[i + 2].revents && !Serve(arLink[i])) arLink.erase(arLink.begin() + static_cast<long>(i));
+            if (arPoll[1].revents) {
+                const int bNoDelay = 1, nSocket = accept(m_nListen, nullptr, nullptr);
+                setsockopt(nSocket, IPPROTO_TCP, TCP_NODELAY, &bNoDelay, sizeof bNoDelay);
+                arLink.push_back({nSocket, ++nLinks});
+            }
+        }
+        for (const LINK& stLink : arLink)
+            close(stLink.m_nSocket);
+    }
+
+    // One frame and its answer; false when the link is gone.
+    bool Serve(const LINK& stLink) {
+        PEERFRAME stFrame{std::string(112, '\0'), "", stLink.m_nNo};
+        const auto Read = [&](std::string& strBytes) {
+            return recv(stLink.m_nSocket, strBytes.data(), strBytes.size(), MSG_WAITALL) ==
+                   static_cast<ssize_t>(strBytes.size());
+        };
+        bool bRead = Read(stFrame.m_strHead);
+        if (bRead) {
+            stFrame.m_strBody.resize(Get<unsigned>(stFrame.m_strHead, 8));
+            bRead = stFrame.m_strBody.empty() || Read(stFrame.m_strBody);
+        }
+        if (!bRead) {
+            close(stLink.m_nSocket);
+            return false;
+        }
+        {
+            const std::lock_guard stLock(m_csFrames);
+            m_arFrame.push_back(stFrame);
+        }
+        const PEERANSWER stAnswer = m_Script(stFrame);
+        send(stLink.m_nSocket, stAnswer.m_strBytes.data(), stAnswer.m_strBytes.size(), MSG_NOSIGNAL);
+        if (stAnswer.m_nThen == PEER_STAYS) return true;
+        const linger stReset{1, 0};
+        if (stAnswer.m_nThen == PEER_RESETS)
+            setsockopt(stLink.m_nSocket, SOL_SOCKET, SO_LINGER, &stReset, sizeof stReset);
+        close(stLink.m_nSocket);
+        return false;
+    }
+
+    SCRIPT m_Script;
+    int m_nListen = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    int m_nStop = eventfd(0, EFD_CLOEXEC);
+    unsigned short m_usPort = 0;
+    std::mutex m_csFrames;
+    std::vector<PEERFRAME> m_arFrame;
+    std::thread m_stThread;
+};
