@@ -22,6 +22,10 @@ namespace {
 constexpr UINT BODY_MOST = 1u << 30;
 constexpr UINT BODY_STEP = 1u << 16;
 
+/** What a client may still send on a link that ends: microseconds between its pieces, and their number. */
+constexpr long DRAIN_PAUSE = 200'000;
+constexpr int DRAIN_PIECE_MOST = 256;
+
 } // namespace
 
 CDevServerSession::CDevServerSession(int nSocket, int nNumber, CDevServerInstance& stInstance, CFaultScript& stScript,
@@ -41,7 +45,7 @@ CDevServerSession::CDevServerSession(int nSocket, int nNumber, CDevServerInstanc
 }
 
 CDevServerSession::~CDevServerSession() {
-    close(m_nSocket);
+    Close();
 }
 
 void CDevServerSession::Run() {
@@ -51,12 +55,19 @@ void CDevServerSession::Run() {
     } catch (const std::bad_alloc&) {
         std::fprintf(stderr, Text(MSG_LINK_MEMORY), m_nNumber);
     }
-    shutdown(m_nSocket, SHUT_RDWR);
+    Close();
     m_bDone = true;
 }
 
 void CDevServerSession::Shut() {
-    shutdown(m_nSocket, SHUT_RDWR);
+    const std::lock_guard stLock(m_csSocket);
+    if (m_nSocket >= 0) shutdown(m_nSocket, SHUT_RDWR);
+}
+
+void CDevServerSession::Close() {
+    const std::lock_guard stLock(m_csSocket);
+    if (m_nSocket >= 0) close(m_nSocket);
+    m_nSocket = -1;
 }
 
 // --- reading ---------------------------------------------------------------------------------------------------------
@@ -165,11 +176,23 @@ bool CDevServerSession::SendReply(const DEVREPLY& stReply) {
     const std::string strBytes = stReply.Bytes();
     if (!SendBytes(stReply.m_strBefore) || !SendBytes(std::string_view(strBytes).substr(0, stReply.m_nSend)))
         return false;
+    if (stReply.m_nThen == THEN_CLOSE) Drain();
     if (stReply.m_nThen == THEN_RESET) {
         const linger stReset{1, 0};
         setsockopt(m_nSocket, SOL_SOCKET, SO_LINGER, &stReset, sizeof stReset);
     }
     return stReply.m_nThen == THEN_STAY;
+}
+
+// A socket that is closed with bytes unread resets the link, and what was sent may be lost on its way. So the client is
+// given a moment to close first.
+void CDevServerSession::Drain() {
+    shutdown(m_nSocket, SHUT_WR);
+    const timeval stTimeout{0, DRAIN_PAUSE};
+    setsockopt(m_nSocket, SOL_SOCKET, SO_RCVTIMEO, &stTimeout, sizeof stTimeout);
+    char arPiece[4096];
+    for (int i = 0; i < DRAIN_PIECE_MOST && recv(m_nSocket, arPiece, sizeof arPiece, 0) > 0; ++i) {
+    }
 }
 
 void CDevServerSession::TraceRequest(const DEVREQUEST& stRequest, const DEVREPLY& stReply) const {

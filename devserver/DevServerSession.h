@@ -79,11 +79,15 @@ private:
     bool DiscardBody(UINT nLen);
     int CarryOut(const DEVCOMMAND& stCommand, DEVREQUEST& stRequest, DEVREPLY& stReply);
     bool SendBytes(std::string_view szBytes);
+    void Drain();
+    void Close();
     bool SendReply(const DEVREPLY& stReply);
     void TraceRequest(const DEVREQUEST& stRequest, const DEVREPLY& stReply) const;
     void SetStatistics(const DEVREQUEST& stRequest, std::int64_t nStart, DEVREPLY& stReply) const;
 
-    const int m_nSocket;
+    /** -1 when closed. Its own thread changes it, under the lock. */
+    int m_nSocket;
+    std::mutex m_csSocket;
     const int m_nNumber;
     CDevServerInstance& m_stInstance;
     CFaultScript& m_stScript;
