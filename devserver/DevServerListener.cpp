@@ -8,8 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <new>
-#include <system_error>
+#include <exception>
 
 namespace {
 
@@ -67,14 +66,15 @@ void CDevServerListener::Accept() {
         close(nSocket);
         return;
     }
-    LINK stLink;
-    stLink.m_pSession.reset(new CDevServerSession(nSocket, ++m_nLast, m_stInstance, m_stScript, m_stStop, m_bTrace));
+    LINK& stLink = m_lstLink.emplace_back();
     try {
+        stLink.m_pSession.reset(
+            new CDevServerSession(nSocket, ++m_nLast, m_stInstance, m_stScript, m_stStop, m_bTrace));
         stLink.m_stThread = std::thread(&CDevServerSession::Run, stLink.m_pSession.get());
-    } catch (const std::system_error&) {
-        return;
+    } catch (const std::exception&) {
+        if (!stLink.m_pSession) close(nSocket);
+        m_lstLink.pop_back();
     }
-    m_lstLink.push_back(std::move(stLink));
 }
 
 void CDevServerListener::Reap() {

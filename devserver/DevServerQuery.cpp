@@ -16,7 +16,7 @@ constexpr std::string_view INSTANCE_NAME = "V$INSTANCE";
 
 /** Entries of a row are numbered by a byte. */
 constexpr std::size_t FIELD_MOST = 255;
-constexpr int CONDITION_DEPTH_MOST = 1000;
+constexpr int CONDITION_DEPTH_MOST = 200;
 
 struct INSTANCECOLUMN {
     std::string_view m_szName;
@@ -62,6 +62,7 @@ private:
     int Where(const QUERYEXECUTEPLANBSON& stQuery, bool& bTrue);
     int Operand(BYTE bType, UINT nOffset, int nDepth, bool& bTrue);
     int Condition(UINT nOffset, int nDepth, bool& bTrue);
+    int Join(const BASECONDITIONBSON& stNode, int nDepth, bool& bTrue);
     int Comparison(UINT nOffset, bool& bTrue) const;
     int Value(UINT nOffset, st_VARDATA& stValue) const;
     int Literal(BYTE bType, std::string_view szData, st_VARDATA& stValue) const;
@@ -177,22 +178,32 @@ int CInstanceQuery::Operand(BYTE bType, UINT nOffset, int nDepth, bool& bTrue) {
     return bType == CONDITION_COMPARE ? Comparison(nOffset, bTrue) : ERR_PARAMETER;
 }
 
+// Long chains of AND or OR hang on their left sides, which are gone down in a loop; only right sides nest.
 int CInstanceQuery::Condition(UINT nOffset, int nDepth, bool& bTrue) {
-    if (nDepth > CONDITION_DEPTH_MOST || m_nBudget-- == 0) {
-        m_nBudget = 0;
-        return ERR_SELECT_CONDITION;
-    }
-    const auto* const lpNode = m_stPlan.Record<BASECONDITIONBSON>(nOffset);
-    if (!lpNode) return ERR_PARAMETER;
-    if (const int nCode = Operand(lpNode->m_bConditionType1, lpNode->m_nConditionOffset1, nDepth, bTrue)) return nCode;
-    if (lpNode->m_bLogicOperator != LOGIC_NONE) {
+    std::vector<const BASECONDITIONBSON*> arSpine;
+    do {
+        if (nDepth > CONDITION_DEPTH_MOST || m_nBudget == 0) return ERR_SELECT_CONDITION;
+        --m_nBudget;
+        arSpine.push_back(m_stPlan.Record<BASECONDITIONBSON>(nOffset));
+        if (!arSpine.back()) return ERR_PARAMETER;
+        nOffset = arSpine.back()->m_nConditionOffset1;
+    } while (arSpine.back()->m_bConditionType1 == CONDITION_NODE);
+    if (const int nCode = Operand(arSpine.back()->m_bConditionType1, nOffset, nDepth, bTrue)) return nCode;
+    for (; !arSpine.empty(); arSpine.pop_back())
+        if (const int nCode = Join(*arSpine.back(), nDepth, bTrue)) return nCode;
+    return ERR_OK;
+}
+
+// The left side of a node is worked out already.
+int CInstanceQuery::Join(const BASECONDITIONBSON& stNode, int nDepth, bool& bTrue) {
+    if (stNode.m_bLogicOperator != LOGIC_NONE) {
+        if (stNode.m_bLogicOperator != LOGIC_AND && stNode.m_bLogicOperator != LOGIC_OR) return ERR_PARAMETER;
         bool bSecond = false;
-        if (const int nCode = Operand(lpNode->m_bConditionType2, lpNode->m_nConditionOffset2, nDepth, bSecond))
+        if (const int nCode = Operand(stNode.m_bConditionType2, stNode.m_nConditionOffset2, nDepth, bSecond))
             return nCode;
-        if (lpNode->m_bLogicOperator != LOGIC_AND && lpNode->m_bLogicOperator != LOGIC_OR) return ERR_PARAMETER;
-        bTrue = lpNode->m_bLogicOperator == LOGIC_AND ? bTrue && bSecond : bTrue || bSecond;
+        bTrue = stNode.m_bLogicOperator == LOGIC_AND ? bTrue && bSecond : bTrue || bSecond;
     }
-    bTrue = bTrue != (lpNode->m_bLogicNot != 0);
+    bTrue = bTrue != (stNode.m_bLogicNot != 0);
     return ERR_OK;
 }
 

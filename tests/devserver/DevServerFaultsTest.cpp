@@ -185,7 +185,7 @@ TEST_F(DevServerFaults, WhereThatLeadsInCirclesEnds) {
     EXPECT_EQ(stLink.Ask(MF_CMD_QUERY, strPlan), ERR_FIELD_NUMBER);
     // A long chain is no circle.
     std::string strSql = "select id from v$instance where id = 1";
-    for (int i = 0; i < 900; ++i)
+    for (int i = 0; i < 5000; ++i)
         strSql += " and id = 1";
     EXPECT_EQ(stLink.Ask(MF_CMD_QUERY, Plan(strSql)), ERR_OK);
 }

@@ -240,10 +240,9 @@ TEST_F(DevServer, TakesOverOnlyASegmentThatNobodyUses) {
     }
     void* lpSegment = shmat(nSegment, nullptr, 0);
     ASSERT_NE(lpSegment, reinterpret_cast<void*>(-1));
-    {
-        CDevServerRun stRefused({"--key", std::to_string(nKey)});
-        EXPECT_EQ(WEXITSTATUS(stRefused.End(0)), 1);
-    }
+    const PROGRAMRUN stRefused = RunProgram({KESTRODEVSERVER_PATH, "--port", "0", "--key", std::to_string(nKey)});
+    EXPECT_EQ(WEXITSTATUS(stRefused.m_nStatus), 1);
+    EXPECT_NE(stRefused.m_strOutput.find("cannot make the shared memory"), std::string::npos);
     shmdt(lpSegment);
     CDevServerRun stServer({"--key", std::to_string(nKey)});
     EXPECT_NE(stServer.Port(), 0);

@@ -36,7 +36,7 @@ public:
     CDevServerRun(const CDevServerRun&) = delete;
     CDevServerRun& operator=(const CDevServerRun&) = delete;
     ~CDevServerRun() {
-        End(SIGTERM);
+        EXPECT_EQ(End(SIGTERM), 0) << "the server ends cleanly, whatever it met";
         close(m_nOutput);
     }
 
