@@ -52,17 +52,22 @@ void CountRows(benchmark::State& stState) {
     stState.SetItemsProcessed(stState.iterations() * stState.range(0));
 }
 
+// Both peers decode once in advance: memory that the machine never had in use costs more than the work.
+
 void BM_Decode(benchmark::State& stState) {
     std::string strBlock = Block(static_cast<int>(stState.range(0)));
     CMemDBRecordset stSet;
-    for (auto _ : stState) {
+    const auto Decode = [&] {
         if (stSet.AnalysisRecordset(Bytes(strBlock), static_cast<int>(strBlock.size()), 0) != 0)
             stState.SkipWithError("decode");
         stSet.Free();
-    }
+    };
+    Decode();
+    for (auto _ : stState)
+        Decode();
     CountRows(stState);
 }
-BENCHMARK(BM_Decode)->Arg(100)->Arg(10000)->Arg(1000000);
+BENCHMARK(BM_Decode)->Arg(100)->Arg(10000)->Arg(100000)->Arg(1000000);
 
 #ifdef KESTRO_BENCH_PROTOBUF
 const std::string& Message(int nRows) {
@@ -88,14 +93,17 @@ const std::string& Message(int nRows) {
 
 void BM_DecodeProtobuf(benchmark::State& stState) {
     const std::string& strMessage = Message(static_cast<int>(stState.range(0)));
-    for (auto _ : stState) {
+    const auto Decode = [&] {
         google::protobuf::Arena stArena;
         auto* const lpRows = google::protobuf::Arena::CreateMessage<bench::Rows>(&stArena);
         if (!lpRows->ParseFromString(strMessage)) stState.SkipWithError("decode");
-    }
+    };
+    Decode();
+    for (auto _ : stState)
+        Decode();
     CountRows(stState);
 }
-BENCHMARK(BM_DecodeProtobuf)->Arg(100)->Arg(10000)->Arg(1000000);
+BENCHMARK(BM_DecodeProtobuf)->Arg(100)->Arg(10000)->Arg(100000)->Arg(1000000);
 #endif
 
 void BM_Csv(benchmark::State& stState) {

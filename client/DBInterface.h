@@ -189,7 +189,7 @@ protected:
     int m_bDirectConnect = 1;
     /** -1 when closed. */
     int m_nSocket = -1;
-    /** The last token. */
+    /** The last token drawn, which the next request takes; 0 for none yet. */
     BYTE m_bToken = 0;
     /** Number of the current database. */
     BYTE m_bDatabaseNo = 0;
@@ -230,11 +230,10 @@ private:
     void CloseSocket();
 
     // The outer operations (DBInterfaceOperation.h, .cpp).
-    template <typename INNER>
-    int Guard(const OPERATIONROW& stRow, const char* lpszText, INNER Inner);
-    template <typename INNER>
-    int RunOperation(const OPERATIONROW& stRow, MF_EXECUTE_STATISTICS& stStat, const char* lpszText, const int* pCount,
-                     INNER Inner);
+    template <const OPERATIONROW& stRow, typename INNER>
+    int Guard(const char* lpszText, INNER Inner);
+    template <const OPERATIONROW& stRow, typename INNER>
+    int RunOperation(MF_EXECUTE_STATISTICS& stStat, const char* lpszText, const int* pCount, INNER Inner);
     void BeginOperation(const OPERATIONROW& stRow, MF_EXECUTE_STATISTICS& stStat);
     bool Recover(KESTROCRITICALSECTION* pRecord, MF_EXECUTE_STATISTICS& stStat, int& nCode);
     void EndOperation(const OPERATIONROW& stRow, MF_EXECUTE_STATISTICS& stStat, const char* lpszText, const int* pCount,
@@ -254,7 +253,7 @@ private:
     int OpenCore(const char* lpszHost, USHORT usPort, const char* lpszUser, const char* lpszPassword);
     void SetCredentials(const char* lpszUser, const char* lpszPassword);
     void EndSession();
-    int Probe(CLUSTERSTATUS& stStatus, int nForeignCode);
+    int Probe(CLUSTERSTATUS& stStatus);
     int FollowMaster(const CLUSTERSTATUS& stStatus, int bRetry);
     int SwitchNode(int bRetry, int nCode);
     void SetServer(DWORD dwIP, USHORT usPort);

@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "DBInterfaceExchange.h"
+#include "LogLine.h"
 #include "Platform.h"
 
 namespace {
@@ -29,16 +30,17 @@ constexpr int NO_OTHER_NODE = -3;
 /** Room for the cluster's state. */
 constexpr UINT CLUSTER_STATUS_MOST = 4096;
 
-constexpr int CODE_NO_SOCKET = 888'003'001;
-constexpr int CODE_CONNECT_FAILED = 888'003'002;
-constexpr int CODE_RETRY_FAILED = 888'003'003;
-constexpr int CODE_FOREIGN_PORT_DIRECT = 888'043'001;
-constexpr int CODE_FOREIGN_PORT = 888'043'002;
-constexpr MESSAGE MSG_NO_SOCKET{"创建Socket连接失败，错误码：%d", "Failed to create socket connection. Error code: %d"};
+constexpr LOGLINE LINE_NO_SOCKET{
+    888'003'001, {"创建套接字连接失败，错误码：%d", "Failed to create socket connection. Error code: %d"}};
 constexpr MESSAGE MSG_CONNECT_FAILED{"连接服务器失败，错误码：%d，服务器IP：%s，端口：%d",
                                      "Connection to server failed, error code: %d, server IP: %s, port: %d"};
-// Without an English form. Intended.
-constexpr const char* TEXT_FOREIGN_PORT = "可能连接错端口(%d)导致，请检查是否为Kestro协议端口";
+constexpr LOGLINE LINE_CONNECT_FAILED{888'003'002, MSG_CONNECT_FAILED};
+constexpr LOGLINE LINE_RETRY_FAILED{888'003'003, MSG_CONNECT_FAILED};
+// One text for both languages. Intended.
+constexpr MESSAGE MSG_FOREIGN_PORT{"可能连接错端口(%d)导致，请检查是否为Kestro协议端口",
+                                   "可能连接错端口(%d)导致，请检查是否为Kestro协议端口"};
+constexpr LOGLINE LINE_FOREIGN_PORT_DIRECT{888'043'001, MSG_FOREIGN_PORT};
+constexpr LOGLINE LINE_FOREIGN_PORT{888'043'002, MSG_FOREIGN_PORT};
 
 } // namespace
 
@@ -51,7 +53,7 @@ int CDBInterface::Connect(int bRetry) {
     CloseSocket();
     m_nSocket = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (m_nSocket == -1) {
-        Trace("Connect", 0, CODE_NO_SOCKET, Text(MSG_NO_SOCKET), errno);
+        Log<LINE_NO_SOCKET>("Connect", errno);
         return ERR_SOCKET_CREATE;
     }
     sockaddr_in stServer{};
@@ -72,8 +74,9 @@ int CDBInterface::Connect(int bRetry) {
         const int nError = errno;
         char szIP[INET_ADDRSTRLEN] = "";
         inet_ntop(AF_INET, &m_dwServerIP, szIP, sizeof szIP);
-        Trace("Connect", 0, bRetry ? CODE_RETRY_FAILED : CODE_CONNECT_FAILED, Text(MSG_CONNECT_FAILED), nError, szIP,
-              ntohs(m_usServerPort));
+        const auto LogFailure =
+            bRetry ? Log<LINE_RETRY_FAILED, int, char*, USHORT> : Log<LINE_CONNECT_FAILED, int, char*, USHORT>;
+        LogFailure("Connect", nError, szIP, ntohs(m_usServerPort));
         return ERR_CONNECT;
     }
     const int bNoDelay = 1;
@@ -93,12 +96,14 @@ int CDBInterface::GetClusterStatus(unsigned char* pBuffer, unsigned int nSize, i
 
 // The cluster's state with at most as many nodes as there is room for. A server that can't tell gives none, and isn't
 // wrong for that: 902 only for a port of another protocol.
-int CDBInterface::Probe(CLUSTERSTATUS& stStatus, int nForeignCode) {
+int CDBInterface::Probe(CLUSTERSTATUS& stStatus) {
     BYTE arBody[CLUSTER_STATUS_MOST] = {};
     stStatus = CLUSTERSTATUS();
     if (GetClusterStatus(arBody, sizeof arBody, 1) != ERR_OK) {
         if (m_nSocket != -1) return ERR_OK;
-        Trace("ConnectToService", 0, nForeignCode, TEXT_FOREIGN_PORT, ntohs(m_usServerPort));
+        const auto LogForeign =
+            m_bDirectConnect ? Log<LINE_FOREIGN_PORT_DIRECT, USHORT> : Log<LINE_FOREIGN_PORT, USHORT>;
+        LogForeign("ConnectToService", ntohs(m_usServerPort));
         return ERR_CONNECT;
     }
     std::memcpy(&stStatus, arBody, sizeof stStatus);
@@ -114,8 +119,7 @@ int CDBInterface::ConnectToService(int bRetry, int bSwitchNode) {
         return nCode;
     }
     CLUSTERSTATUS stStatus;
-    if (const int nCode = Probe(stStatus, m_bDirectConnect ? CODE_FOREIGN_PORT_DIRECT : CODE_FOREIGN_PORT))
-        return nCode;
+    if (const int nCode = Probe(stStatus)) return nCode;
     m_nAddressNum = stStatus.m_nNodeNum;
     // A direct connection counts the nodes and takes no addresses: it has nowhere else to go.
     return m_bDirectConnect ? static_cast<int>(ERR_OK) : FollowMaster(stStatus, bRetry);

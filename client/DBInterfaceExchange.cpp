@@ -25,7 +25,7 @@ constexpr MESSAGE MSG_FRAME[] = {
      "Failed to send data to server through TCP, return value: %d, error code: %d"},
     {"接收服务器数据时出现连接关闭错误，返回值：%d，错误码：%d",
      "Connection closed error while receiving server data. Return value: %d, error code: %d"},
-    {"接收服务器数据时出现Socket错误，返回值：%d，错误码：%d",
+    {"接收服务器数据时出现套接字错误，返回值：%d，错误码：%d",
      "Socket error occurs when receiving server data. Return value: %d, error code: %d"},
     {"客户端自动清理TCP缓存数据，收到的命令类型为：%d",
      "The client automatically cleans up the TCP cache data. The command type received is %d"},
@@ -116,10 +116,13 @@ CDBInterface::SENT CDBInterface::SendFrame(EXCHANGE& stExchange) {
 bool CDBInterface::SendRequest(EXCHANGE& stExchange, int nAttempt, int& nCode) {
     const COMMANDROW& stRow = stExchange.m_stRow;
     nCode = ERR_OK;
-    stExchange.m_stHead.m_bToken = stRow.m_nToken == TOKEN_PROBE ? FRAME_PROBE_TOKEN : CreateRandomFactor();
+    if (m_bToken == 0) CreateRandomFactor();
+    stExchange.m_stHead.m_bToken = stRow.m_nToken == TOKEN_PROBE ? FRAME_PROBE_TOKEN : m_bToken;
     if (stExchange.m_pStat) stExchange.m_pStat->m_nSendTime = NowMicroseconds();
     stExchange.m_nEnd = EXCHANGE_NOT_SENT;
     SENT stSent = SendFrame(stExchange);
+    // The next request's token, while the server works: drawing one takes as long as a system call or two.
+    if (stRow.m_nToken != TOKEN_PROBE) CreateRandomFactor();
     const bool bLost = m_nSocket == -1 || IsBroken(stSent.m_nError);
     if (!stSent.m_bWhole && stRow.m_nLink == LINK_REPAIR) {
         CloseSocket();
@@ -153,7 +156,7 @@ bool CDBInterface::ReceiveReply(EXCHANGE& stExchange, int nAttempt, int& nCode) 
         int nResult = ReceiveBuffer(reinterpret_cast<char*>(&stReply), sizeof stReply, nError,
                                     stRow.m_nToken == TOKEN_PROBE ? FRAME_PROBE_TOKEN : BYTE{0});
         if (nResult != sizeof stReply) return LostReply(stExchange, nAttempt, nResult, nError, nCode);
-        if (stRow.m_bCheckProtocol && stReply.m_bProtocol != FRAME_PROTOCOL) {
+        if (stRow.Has(CHECK_PROTOCOL) && stReply.m_bProtocol != FRAME_PROTOCOL) {
             CloseSocket();
             nCode = ERR_PROTOCOL;
             return true;
@@ -196,7 +199,7 @@ bool CDBInterface::LostReply(EXCHANGE& stExchange, int nAttempt, int nResult, in
     if (!bClosed && IsBroken(nError)) nCode = ERR_LINK_RESET;
     if (stRow.m_nToken == TOKEN_PROBE) return true;
     CloseSocket();
-    const bool bRepeat = bClosed ? stRow.m_bRepeatClosed : nCode == ERR_LINK_RESET;
+    const bool bRepeat = bClosed ? stRow.Has(REPEAT_CLOSED) : nCode == ERR_LINK_RESET;
     if (!bRepeat || stRow.m_nLink == LINK_AS_IS || nAttempt >= LINK_ATTEMPT_MOST) return true;
     if (OpenDatabase(1, 0) != ERR_OK) return true;
     stExchange.m_bNote = false;

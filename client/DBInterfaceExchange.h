@@ -64,24 +64,6 @@ struct FAILURELINE {
     MESSAGE m_stMessage;
 };
 
-/** A command, or one way of using it. */
-struct COMMANDROW {
-    const char* m_lpszFunction; // as the log names it
-    USHORT m_nOperation;        // FFF of the log's code 888FFFNNN
-    FRAMECOMMAND m_bCommand;
-    SENDRULE m_nSend;
-    LINKRULE m_nLink;
-    bool m_bRepeatClosed; // a link that was closed while the reply was due gets a further attempt, as a reset one does
-    TOKENRULE m_nToken;
-    BODYRULE m_nBody;
-    bool m_bCheckProtocol;       // a reply of another protocol is told apart: 66
-    bool m_bErrnoNoted;          // a broken link notes errno, or the count sent, instead of the code. Intended.
-    FAILURELINE m_stFailure;     //
-    BYTE m_arPlace[EVENT_COUNT]; // NNN of the common lines, 0 where there is none
-
-    int LogCode(int nPlace) const { return 888'000'000 + m_nOperation * 1000 + nPlace; }
-};
-
 enum COMMANDNO : BYTE {
     COMMAND_EXECUTE,
     COMMAND_EXECUTE_CURSOR,
@@ -99,45 +81,80 @@ enum COMMANDNO : BYTE {
     COMMAND_COUNT
 };
 
+enum COMMANDFLAG : BYTE {
+    REPEAT_CLOSED = 1,  // a link that was closed while the reply was due gets a further attempt, as a reset one does
+    CHECK_PROTOCOL = 2, // a reply of another protocol is told apart: 66
+    NOTE_ERRNO = 4,     // a broken link notes errno, or the count sent, instead of the code. Intended.
+};
+
+/** A command, or one way of using it. */
+struct COMMANDROW {
+    COMMANDNO m_nNo;
+    const char* m_lpszFunction; // as the log names it
+    USHORT m_nOperation;        // FFF of the log's code 888FFFNNN
+    FRAMECOMMAND m_bCommand;
+    SENDRULE m_nSend;
+    LINKRULE m_nLink;
+    TOKENRULE m_nToken;
+    BODYRULE m_nBody;
+    BYTE m_bFlags; // COMMANDFLAG
+    FAILURELINE m_stFailure;
+    BYTE m_arPlace[EVENT_COUNT]; // NNN of the common lines, 0 where there is none
+
+    constexpr bool Has(COMMANDFLAG bFlag) const { return (m_bFlags & bFlag) != 0; }
+    int LogCode(int nPlace) const { return 888'000'000 + m_nOperation * 1000 + nPlace; }
+};
+
 inline constexpr MESSAGE MSG_SERVER_FAILURE{"服务器返回执行失败，错误码：%d",
                                             "Server return execution failure, error code: %d"};
 inline constexpr MESSAGE MSG_SERVER_FAILURE_SQL{"服务器返回执行失败，错误码：%d，SQL：%s",
                                                 "Server return execution failure, error code: %d, SQL: %s"};
-inline constexpr MESSAGE MSG_LOGIN_FAILURE{"用户登录失败，用户名 %s", "User login failed, user name %s"};
-inline constexpr MESSAGE MSG_LOGOUT_FAILURE{"用户登录注销，用户名 %s，返回值：%d",
+inline constexpr MESSAGE MSG_LOGIN_FAILURE{"用户登录失败，用户名：%s", "User login failed, user name %s"};
+inline constexpr MESSAGE MSG_LOGOUT_FAILURE{"用户登录注销，用户名：%s，返回值：%d",
                                             "User login logout, user name %s, return value: %d"};
 inline constexpr MESSAGE MSG_USE_FAILURE{"切换数据库失败，库名：%s", "Failed to switch database, library name: %s"};
 
 // clang-format off
 /** One row a command, in the order of COMMANDNO. */
 inline constexpr COMMANDROW COMMANDS[] = {
-    // function, operation, command, send, link, closed, token, body, protocol, errno,
-    //     failure, places of: send, closed, socket, status, body, no body, memory, sum
-    {"TCPExecuteCommand", 11, MF_CMD_EXECUTE, SEND_PLAN, LINK_REPAIR, true, TOKEN_RESEND, BODY_NONE, false, false,
+    // number, function, operation, command,
+    //     send, link, token, body, flags, failure, places of: send, closed, socket, status, body, no body, memory, sum
+    {COMMAND_EXECUTE, "TCPExecuteCommand", 11, MF_CMD_EXECUTE,
+        SEND_PLAN, LINK_REPAIR, TOKEN_RESEND, BODY_NONE, REPEAT_CLOSED,
         {11, false, MSG_SERVER_FAILURE_SQL}, {1, 4, 5, 13, 12, 0, 0, 0}},
-    {"TCPExecuteCommand", 62, MF_CMD_EXECUTE, SEND_PLAN, LINK_REPAIR, true, TOKEN_RESEND, BODY_NONE, false, false,
+    {COMMAND_EXECUTE_CURSOR, "TCPExecuteCommand", 62, MF_CMD_EXECUTE,
+        SEND_PLAN, LINK_REPAIR, TOKEN_RESEND, BODY_NONE, REPEAT_CLOSED,
         {11, false, MSG_SERVER_FAILURE_SQL}, {1, 4, 5, 13, 12, 0, 0, 0}},
-    {"TCPGetRecordset", 12, MF_CMD_QUERY, SEND_PLAN, LINK_REPAIR, true, TOKEN_RESEND, BODY_OWNED, false, true,
+    {COMMAND_QUERY, "TCPGetRecordset", 12, MF_CMD_QUERY,
+        SEND_PLAN, LINK_REPAIR, TOKEN_RESEND, BODY_OWNED, REPEAT_CLOSED | NOTE_ERRNO,
         {13, false, MSG_SERVER_FAILURE_SQL}, {1, 4, 5, 14, 0, 11, 12, 0}},
-    {"TCPUpdateRecordset", 13, MF_CMD_UPDATE_RS, SEND_PARTS, LINK_ATTEMPT, true, TOKEN_RESEND, BODY_NONE, false, false,
+    {COMMAND_UPDATE_RS, "TCPUpdateRecordset", 13, MF_CMD_UPDATE_RS,
+        SEND_PARTS, LINK_ATTEMPT, TOKEN_RESEND, BODY_NONE, REPEAT_CLOSED,
         {11, false, MSG_SERVER_FAILURE}, {1, 5, 6, 13, 12, 0, 0, 4}},
-    {"TCPGetExecutePlanInfo", 14, MF_CMD_PLAN_INFO, SEND_PARTS, LINK_ATTEMPT, true, TOKEN_RESEND, BODY_EXACT, false, false,
+    {COMMAND_PLAN_INFO, "TCPGetExecutePlanInfo", 14, MF_CMD_PLAN_INFO,
+        SEND_PARTS, LINK_ATTEMPT, TOKEN_RESEND, BODY_EXACT, REPEAT_CLOSED,
         {11, false, MSG_SERVER_FAILURE_SQL}, {1, 5, 6, 14, 0, 12, 13, 4}},
-    {"TCPStartTransactionLogic", 15, MF_CMD_BEGIN_TX, SEND_HEAD, LINK_REPAIR, true, TOKEN_RESEND, BODY_NONE, false, false,
+    {COMMAND_BEGIN_TX, "TCPStartTransactionLogic", 15, MF_CMD_BEGIN_TX,
+        SEND_HEAD, LINK_REPAIR, TOKEN_RESEND, BODY_NONE, REPEAT_CLOSED,
         {11, false, MSG_SERVER_FAILURE}, {2, 4, 5, 13, 12, 0, 0, 0}},
-    {"TCPStopTransactionLogic", 16, MF_CMD_END_TX, SEND_HEAD, LINK_REPAIR, true, TOKEN_RESEND, BODY_NONE, false, false,
+    {COMMAND_END_TX, "TCPStopTransactionLogic", 16, MF_CMD_END_TX,
+        SEND_HEAD, LINK_REPAIR, TOKEN_RESEND, BODY_NONE, REPEAT_CLOSED,
         {11, false, MSG_SERVER_FAILURE}, {1, 4, 5, 13, 12, 0, 0, 0}},
-    {"KestroRedoCore", 63, MF_CMD_REDO, SEND_PARTS, LINK_REPAIR, false, TOKEN_RESEND, BODY_NONE, false, false,
+    {COMMAND_REDO, "KestroRedoCore", 63, MF_CMD_REDO,
+        SEND_PARTS, LINK_REPAIR, TOKEN_RESEND, BODY_NONE, 0,
         {11, false, MSG_SERVER_FAILURE}, {1, 4, 5, 13, 12, 0, 0, 3}},
-    {"UserLogin", 2, MF_CMD_LOGIN, SEND_HEAD, LINK_AS_IS, false, TOKEN_READ_ON, BODY_NONE, true, false,
+    {COMMAND_LOGIN, "UserLogin", 2, MF_CMD_LOGIN,
+        SEND_HEAD, LINK_AS_IS, TOKEN_READ_ON, BODY_NONE, CHECK_PROTOCOL,
         {5, true, MSG_LOGIN_FAILURE}, {1, 2, 3, 6, 7, 0, 0, 0}},
-    {"UserLogOut", 42, MF_CMD_LOGOUT, SEND_HEAD, LINK_AS_IS, false, TOKEN_RESEND, BODY_NONE, false, false,
-        {10, true, MSG_LOGOUT_FAILURE}, {1, 4, 5, 12, 11, 0, 0, 0}},
-    {"UseDatabase", 67, MF_CMD_USE, SEND_HEAD, LINK_AS_IS, false, TOKEN_READ_ON, BODY_NONE, false, false,
-        {6, true, MSG_USE_FAILURE}, {2, 3, 4, 7, 8, 0, 0, 0}},
-    {"GetClusterStatus", 29, MF_CMD_CLUSTER_STATUS, SEND_HEAD, LINK_AS_IS, false, TOKEN_PROBE, BODY_AT_MOST, true, false,
+    {COMMAND_LOGOUT, "UserLogOut", 42, MF_CMD_LOGOUT,
+        SEND_HEAD, LINK_AS_IS, TOKEN_RESEND, BODY_NONE, 0, {10, true, MSG_LOGOUT_FAILURE}, {1, 4, 5, 12, 11, 0, 0, 0}},
+    {COMMAND_USE, "UseDatabase", 67, MF_CMD_USE,
+        SEND_HEAD, LINK_AS_IS, TOKEN_READ_ON, BODY_NONE, 0, {6, true, MSG_USE_FAILURE}, {2, 3, 4, 7, 8, 0, 0, 0}},
+    {COMMAND_PROBE, "GetClusterStatus", 29, MF_CMD_CLUSTER_STATUS,
+        SEND_HEAD, LINK_AS_IS, TOKEN_PROBE, BODY_AT_MOST, CHECK_PROTOCOL,
         {10, false, MSG_SERVER_FAILURE}, {1, 4, 5, 13, 0, 11, 12, 0}},
-    {"GetClusterStatus", 29, MF_CMD_CLUSTER_STATUS, SEND_HEAD, LINK_AS_IS, false, TOKEN_RESEND, BODY_AT_MOST, true, false,
+    {COMMAND_CLUSTER_STATUS, "GetClusterStatus", 29, MF_CMD_CLUSTER_STATUS,
+        SEND_HEAD, LINK_AS_IS, TOKEN_RESEND, BODY_AT_MOST, CHECK_PROTOCOL,
         {10, false, MSG_SERVER_FAILURE}, {1, 4, 5, 13, 0, 11, 12, 0}},
 };
 // clang-format on
@@ -162,7 +179,7 @@ constexpr bool HasItsArguments(const FAILURELINE& stLine) {
                                   : ArgumentsFit<int>(lpszText) || ArgumentsFit<int, const char*>(lpszText);
 }
 static_assert(std::all_of(std::begin(COMMANDS), std::end(COMMANDS), [](const COMMANDROW& stRow) {
-    return HasItsPlaces(stRow) && HasItsArguments(stRow.m_stFailure);
+    return &stRow == &COMMANDS[stRow.m_nNo] && HasItsPlaces(stRow) && HasItsArguments(stRow.m_stFailure);
 }));
 
 /** How far an exchange came. */
@@ -211,7 +228,7 @@ struct EXCHANGE {
         m_stHead.m_nBodyLen = pPlan->m_nTotalDataSize;
     }
     void Note(int nNote) {
-        m_bNote = m_stRow.m_bErrnoNoted;
+        m_bNote = m_stRow.Has(NOTE_ERRNO);
         m_nNote = nNote;
     }
 };

@@ -132,7 +132,7 @@ int CDBInterface::UseDatabaseOf(CParseSql& stParseSql, MF_EXECUTE_STATISTICS* pS
 int CDBInterface::ExecuteCommand(const char* lpszSql, int& nAffect, MF_EXECUTE_STATISTICS* pStat) {
     MF_EXECUTE_STATISTICS stOwn{};
     MF_EXECUTE_STATISTICS& stStat = pStat ? *pStat : stOwn;
-    return RunOperation(OPERATION_COMMAND, stStat, Shown(lpszSql), &nAffect, [&](KESTROCRITICALSECTION* pRecord) {
+    return RunOperation<OPERATION_COMMAND>(stStat, Shown(lpszSql), &nAffect, [&](KESTROCRITICALSECTION* pRecord) {
         return TCPExecuteCommand(pRecord, lpszSql, nAffect, &stStat, nullptr, nullptr);
     });
 }
@@ -141,36 +141,36 @@ int CDBInterface::ExecuteCommand(void* pCursor, int& nAffect, MF_EXECUTE_STATIST
     MF_EXECUTE_STATISTICS stOwn{};
     MF_EXECUTE_STATISTICS& stStat = pStat ? *pStat : stOwn;
     const char* const lpszSql = pCursor ? TextOf(*static_cast<CParseSql*>(pCursor)) : "";
-    return RunOperation(OPERATION_COMMAND, stStat, lpszSql, &nAffect, [&](KESTROCRITICALSECTION* pRecord) {
+    return RunOperation<OPERATION_COMMAND>(stStat, lpszSql, &nAffect, [&](KESTROCRITICALSECTION* pRecord) {
         return TCPExecuteCommand(pRecord, pCursor, nAffect, &stStat, nullptr, nullptr);
     });
 }
 
 int CDBInterface::Execute(char* lpszSql, int& nAffect, void* pStatistics) {
     CStatistics stStat(IsLoggedIn() ? pStatistics : nullptr);
-    return RunOperation(OPERATION_EXECUTE, stStat.m_stStat, Shown(lpszSql), &nAffect,
-                        [&](KESTROCRITICALSECTION* pRecord) {
-                            return TCPExecuteCommand(pRecord, lpszSql, nAffect, &stStat.m_stStat, nullptr, nullptr);
-                        });
+    return RunOperation<OPERATION_EXECUTE>(
+        stStat.m_stStat, Shown(lpszSql), &nAffect, [&](KESTROCRITICALSECTION* pRecord) {
+            return TCPExecuteCommand(pRecord, lpszSql, nAffect, &stStat.m_stStat, nullptr, nullptr);
+        });
 }
 
 int CDBInterface::Execute(const char* lpszSql, int& nAffect, MF_EXECUTE_STATISTICS* pStat, KESTROPROGRESS lpfnProgress,
                           void* pUser) {
     CStatistics stStat(IsLoggedIn() ? pStat : nullptr);
-    return RunOperation(OPERATION_EXECUTE_PROGRESS, stStat.m_stStat, Shown(lpszSql), &nAffect,
-                        [&](KESTROCRITICALSECTION* pRecord) {
-                            return TCPExecuteCommand(pRecord, lpszSql, nAffect, &stStat.m_stStat, lpfnProgress, pUser);
-                        });
+    return RunOperation<OPERATION_EXECUTE_PROGRESS>(
+        stStat.m_stStat, Shown(lpszSql), &nAffect, [&](KESTROCRITICALSECTION* pRecord) {
+            return TCPExecuteCommand(pRecord, lpszSql, nAffect, &stStat.m_stStat, lpfnProgress, pUser);
+        });
 }
 
 int CDBInterface::Execute(void* pCursor, int& nAffect, void* pStatistics) {
     if (!pCursor) return ERR_NULL_POINTER;
     const std::unique_ptr<CParseSql> pEnded(static_cast<CParseSql*>(pCursor));
     CStatistics stStat(IsLoggedIn() ? pStatistics : nullptr);
-    return RunOperation(OPERATION_EXECUTE_CURSOR, stStat.m_stStat, TextOf(*pEnded), &nAffect,
-                        [&](KESTROCRITICALSECTION* pRecord) {
-                            return TCPExecuteCommand(pRecord, pCursor, nAffect, &stStat.m_stStat, nullptr, nullptr);
-                        });
+    return RunOperation<OPERATION_EXECUTE_CURSOR>(
+        stStat.m_stStat, TextOf(*pEnded), &nAffect, [&](KESTROCRITICALSECTION* pRecord) {
+            return TCPExecuteCommand(pRecord, pCursor, nAffect, &stStat.m_stStat, nullptr, nullptr);
+        });
 }
 
 // --- cursors ---------------------------------------------------------------------------------------------------------

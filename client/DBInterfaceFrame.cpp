@@ -14,6 +14,7 @@
 
 #include "CommonDataDef.h"
 #include "DBInterfaceExchange.h"
+#include "LogLine.h"
 #include "Platform.h"
 
 namespace {
@@ -26,11 +27,11 @@ constexpr std::size_t CLEAR_PIECE = 1024;
 /** A stream that goes on this long isn't going to fall silent. */
 constexpr unsigned long long CLEAR_MOST = 64u << 20;
 
-constexpr int CODE_CUT_SHORT = 888'010'099;
-constexpr MESSAGE MSG_CUT_SHORT{
-    "收发消息体数据长度不正确！包头描述长度：%d，剩余：%d 未接收！错误：%s",
-    "The length of the received and sent message body data is incorrect! Header description length: %d, remaining: %d "
-    "not received! Error: %s"};
+constexpr LOGLINE LINE_CUT_SHORT{
+    888'010'099,
+    {"收发消息体数据长度不正确！包头描述长度：%d，剩余：%d未接收！错误：%s",
+     "The length of the received and sent message body data is incorrect! Header description length: %d, remaining: %d "
+     "not received! Error: %s"}};
 
 // The details in that line have no English form. Intended.
 constexpr const char* DETAIL_CLOSED = "连接被关闭了，返回值为0";
@@ -127,7 +128,7 @@ int CDBInterface::ReceiveBuffer(char* pBuffer, int nLength, int& nError, unsigne
     }
     if (nGot == nLength && m_nSocket != -1) return nLength;
     std::memset(pBuffer + nGot, 0, static_cast<std::size_t>(nLength - nGot));
-    if (lpszDetail) Trace("ReceiveBuffer", 0, CODE_CUT_SHORT, Text(MSG_CUT_SHORT), nLength, nLength - nGot, lpszDetail);
+    if (lpszDetail) Log<LINE_CUT_SHORT>("ReceiveBuffer", nLength, nLength - nGot, lpszDetail);
     return static_cast<int>(nResult);
 }
 

@@ -12,6 +12,7 @@
 
 #include "DBInterfaceExchange.h"
 #include "LinuxCommonAPI.h"
+#include "LogLine.h"
 
 namespace {
 
@@ -23,12 +24,10 @@ constexpr OPERATIONROW OPERATION_OPEN{
     .m_nOperation = 1,
     .m_stException = {"打开数据库连接异常，错误码：%d", "Open database connection abnormal, error code: %d"}};
 
-constexpr int CODE_LOGGED_IN = 888'000'000;
-constexpr int CODE_NAME_TOO_LONG = 888'067'001;
-constexpr MESSAGE MSG_LOGGED_IN{"登录成功（会话ID：%d，线程ID：%d）！",
-                                "Login successful (SessionID: %d, ThreadID: %d)!"};
-constexpr MESSAGE MSG_NAME_TOO_LONG{"传入的库名过长，切换数据库失败！",
-                                    "Incoming library name too long, failed to switch database!"};
+constexpr LOGLINE LINE_LOGGED_IN{
+    888'000'000, {"登录成功（会话ID：%d，线程ID：%d）！", "Login successful (SessionID: %d, ThreadID: %d)!"}};
+constexpr LOGLINE LINE_NAME_TOO_LONG{
+    888'067'001, {"传入的库名过长，切换数据库失败！", "Incoming library name too long, failed to switch database!"}};
 
 /** The program's name: what stands behind the last slash of its path. */
 void SetProcessName(LOGINPARAM& stLogin) {
@@ -89,7 +88,7 @@ void CDBInterface::EndSession() {
 }
 
 int CDBInterface::Open(char* lpszConnect, char* lpszUser, char* lpszPassword) {
-    return Guard(OPERATION_OPEN, "", [&](KESTROCRITICALSECTION* pRecord) {
+    return Guard<OPERATION_OPEN>("", [&](KESTROCRITICALSECTION* pRecord) {
         CKestroCriticalSectionPtr csLock(&m_csLock, pRecord);
         EndSession();
         return OpenCore(lpszConnect, lpszUser, lpszPassword);
@@ -97,7 +96,7 @@ int CDBInterface::Open(char* lpszConnect, char* lpszUser, char* lpszPassword) {
 }
 
 int CDBInterface::Open(char* lpszHost, unsigned short usPort, char* lpszUser, char* lpszPassword) {
-    return Guard(OPERATION_OPEN, "", [&](KESTROCRITICALSECTION* pRecord) {
+    return Guard<OPERATION_OPEN>("", [&](KESTROCRITICALSECTION* pRecord) {
         CKestroCriticalSectionPtr csLock(&m_csLock, pRecord);
         EndSession();
         return OpenCore(lpszHost, usPort, lpszUser, lpszPassword);
@@ -186,7 +185,7 @@ int CDBInterface::FinishLogin(const TCPFRAMEHEAD& stReply) {
     m_nSessionID = stReply.m_stSession.m_nSessionID;
     m_usServerID = usServerID;
     m_nThreadID = stReply.m_stSession.m_nThreadID;
-    Trace("UserLogin", 0, CODE_LOGGED_IN, Text(MSG_LOGGED_IN), m_nSessionID, m_nThreadID);
+    Log<LINE_LOGGED_IN>("UserLogin", m_nSessionID, m_nThreadID);
     return ERR_OK;
 }
 
@@ -213,7 +212,7 @@ int CDBInterface::UseDatabase(const char* lpszDatabase) {
     if (!IsLoggedIn()) return ERR_LINK_NOT_OPEN;
     if (!lpszDatabase) return ERR_NULL_POINTER;
     if (strnlen(lpszDatabase, sizeof m_szDatabase) == sizeof m_szDatabase) {
-        Trace("UseDatabase", 0, CODE_NAME_TOO_LONG, "%s", Text(MSG_NAME_TOO_LONG));
+        Log<LINE_NAME_TOO_LONG>("UseDatabase");
         return ERR_FAILED;
     }
     if (m_nSocket == -1)

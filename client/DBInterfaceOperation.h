@@ -20,14 +20,22 @@ struct OPERATIONROW {
     bool m_bRecover = false;
 
     constexpr int LogCode(int nPlace) const { return 888'000'000 + m_nOperation * 1000 + nPlace; }
+    constexpr bool HasItsArguments() const {
+        const char *const lpszEnd = m_stEnd.m_lpszEnglish, *const lpszException = m_stException.m_lpszEnglish;
+        using TEXT = const char*;
+        return (!*lpszEnd || ArgumentsFit<int, int>(lpszEnd) || ArgumentsFit<int, int, TEXT>(lpszEnd) ||
+                ArgumentsFit<int, int, int>(lpszEnd) || ArgumentsFit<int, int, int, TEXT>(lpszEnd)) &&
+               (ArgumentsFit<int>(lpszException) || ArgumentsFit<int, TEXT>(lpszException));
+    }
 };
 
 /**
  * All that an outer operation runs goes through here: nothing is thrown out of it, and no lock stays taken. Only the
  * cancellation of a thread passes.
  */
-template <typename INNER>
-int CDBInterface::Guard(const OPERATIONROW& stRow, const char* lpszText, INNER Inner) {
+template <const OPERATIONROW& stRow, typename INNER>
+int CDBInterface::Guard(const char* lpszText, INNER Inner) {
+    static_assert(stRow.HasItsArguments(), "a line takes other arguments than there are");
     KESTROCRITICALSECTION stRecord{};
     try {
         return Inner(&stRecord);
@@ -40,11 +48,10 @@ int CDBInterface::Guard(const OPERATIONROW& stRow, const char* lpszText, INNER I
 
 /** An operation with clock, recovery and its line in the log. The text and the count, which may be null, are for that.
  */
-template <typename INNER>
-int CDBInterface::RunOperation(const OPERATIONROW& stRow, MF_EXECUTE_STATISTICS& stStat, const char* lpszText,
-                               const int* pCount, INNER Inner) {
+template <const OPERATIONROW& stRow, typename INNER>
+int CDBInterface::RunOperation(MF_EXECUTE_STATISTICS& stStat, const char* lpszText, const int* pCount, INNER Inner) {
     if (!IsLoggedIn()) return ERR_LINK_NOT_OPEN;
-    const int nCode = Guard(stRow, lpszText, [&](KESTROCRITICALSECTION* pRecord) {
+    const int nCode = Guard<stRow>(lpszText, [&](KESTROCRITICALSECTION* pRecord) {
         BeginOperation(stRow, stStat);
         int nInner = ERR_OK;
         do

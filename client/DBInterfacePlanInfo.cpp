@@ -5,6 +5,7 @@
 #include "CommonDataDef.h"
 #include "DBInterfaceExchange.h"
 #include "DBInterfaceOperation.h"
+#include "LogLine.h"
 #include "ParseSql.h"
 
 namespace {
@@ -17,8 +18,8 @@ constexpr OPERATIONROW OPERATION_PLAN_INFO{
                 "Get execution plan complete, time: %d microseconds, return value: 0X%X, SQL: %s"},
     .m_bBusy = true};
 
-constexpr int PLACE_CONVERT_FAILED = 2;
-constexpr MESSAGE MSG_CONVERT_FAILED{"字符串转换失败！错误码：%d", "String conversion failed! Error code: %d"};
+constexpr LOGLINE LINE_CONVERT_FAILED{888'033'002,
+                                      {"字符串转换失败！错误码：%d", "String conversion failed! Error code: %d"}};
 
 /** UTF-8, which may fill its field, into a wide text with a terminator. */
 template <std::size_t N>
@@ -65,13 +66,12 @@ int CDBInterface::GetExecutePlanInfo(const char* lpszSql, EXECUTEPLANDESCRIBE* p
     MF_EXECUTE_STATISTICS stOwn{};
     MF_EXECUTE_STATISTICS& stStat = pStat ? *pStat : stOwn;
     const char* const lpszText = lpszSql ? lpszSql : "";
-    return RunOperation(OPERATION_PLAN_INFO, stStat, lpszText, nullptr, [&](KESTROCRITICALSECTION* pRecord) {
+    return RunOperation<OPERATION_PLAN_INFO>(stStat, lpszText, nullptr, [&](KESTROCRITICALSECTION* pRecord) {
         if (!pDescribe) return static_cast<int>(ERR_NULL_POINTER);
         EXECUTEPLANINFO stInfo{};
         if (const int nCode = TCPGetExecutePlanInfo(pRecord, lpszText, &stInfo, &stStat)) return nCode;
         if (Describe(stInfo, *pDescribe)) return static_cast<int>(ERR_OK);
-        Trace(OPERATION_PLAN_INFO.m_lpszFunction, 0, OPERATION_PLAN_INFO.LogCode(PLACE_CONVERT_FAILED),
-              Text(MSG_CONVERT_FAILED), static_cast<int>(ERR_FAILED));
+        Log<LINE_CONVERT_FAILED>(OPERATION_PLAN_INFO.m_lpszFunction, static_cast<int>(ERR_FAILED));
         return static_cast<int>(ERR_FAILED);
     });
 }

@@ -7,6 +7,7 @@
 #include "BaseBson.h"
 #include "DBInterfaceExchange.h"
 #include "DBInterfaceOperation.h"
+#include "LogLine.h"
 #include "MemDBRecordset.h"
 #include "ParseSql.h"
 
@@ -45,8 +46,8 @@ constexpr OPERATIONROW OPERATION_UPDATE_INTERFACE{
     false,
     true};
 
-constexpr int PLACE_RESOLVE_FAILED = 0;
-constexpr MESSAGE MSG_RESOLVE_FAILED{"解析结果集失败，返回值：%d", "Failed to resolve result set, return value: %d"};
+constexpr LOGLINE LINE_RESOLVE_FAILED{888'013'000,
+                                      {"解析结果集失败，返回值：%d", "Failed to resolve result set, return value: %d"}};
 
 /** Buffers tried for the plan of a write-back: 1, 4, 16, 64 and 256 MiB. */
 constexpr UINT UPDATE_BUFFER_FIRST = 1u << 20;
@@ -94,11 +95,10 @@ int CDBInterface::TCPGetRecordset(KESTROCRITICALSECTION* pRecord, const char* lp
 int CDBInterface::TCPUpdateRecordset(KESTROCRITICALSECTION* pRecord, CMemDBRecordset& stRecordset,
                                      MF_EXECUTE_STATISTICS* pStat) {
     EXCHANGE stExchange(COMMAND_UPDATE_RS, pStat);
-    const COMMANDROW& stRow = stExchange.m_stRow;
     std::unique_ptr<CBaseBson> pBson;
     EXECUTEPLANBSON* pPlan = nullptr;
     if (const int nCode = WriteChanges(stRecordset, pBson, pPlan)) {
-        Trace(stRow.m_lpszFunction, 0, stRow.LogCode(PLACE_RESOLVE_FAILED), Text(MSG_RESOLVE_FAILED), nCode);
+        Log<LINE_RESOLVE_FAILED>(stExchange.m_stRow.m_lpszFunction, nCode);
         if (pStat) pStat->m_nErrorCode = nCode;
         return nCode;
     }
@@ -126,7 +126,7 @@ int CDBInterface::GetRecordset(const char* lpszSql, CMemDBRecordset& stRecordset
     const int nPageNo = stStat.m_nErrorPos, nPageSize = stStat.m_nErrorCode;
     const char* const lpszText = lpszSql ? lpszSql : "";
     int nRowNum = 0;
-    return RunOperation(OPERATION_QUERY, stStat, lpszText, &nRowNum, [&](KESTROCRITICALSECTION* pRecord) {
+    return RunOperation<OPERATION_QUERY>(stStat, lpszText, &nRowNum, [&](KESTROCRITICALSECTION* pRecord) {
         const int nCode = TCPGetRecordset(pRecord, lpszText, stRecordset, &stStat, nPageNo, nPageSize);
         nRowNum = stRecordset.GetRowNum();
         return nCode;
@@ -142,18 +142,18 @@ int CDBInterface::GetRecordset(char* lpszSql, IKestroDBRecordset** ppRecordset, 
     CStatistics stStat(pStatistics);
     const char* const lpszText = lpszSql ? lpszSql : "";
     int nRowNum = 0;
-    return RunOperation(OPERATION_QUERY_INTERFACE, stStat.m_stStat, lpszText, &nRowNum,
-                        [&](KESTROCRITICALSECTION* pRecord) {
-                            const int nCode = TCPGetRecordset(pRecord, lpszText, stRecordset, &stStat.m_stStat, 0, 0);
-                            nRowNum = stRecordset.GetRowNum();
-                            return nCode;
-                        });
+    return RunOperation<OPERATION_QUERY_INTERFACE>(
+        stStat.m_stStat, lpszText, &nRowNum, [&](KESTROCRITICALSECTION* pRecord) {
+            const int nCode = TCPGetRecordset(pRecord, lpszText, stRecordset, &stStat.m_stStat, 0, 0);
+            nRowNum = stRecordset.GetRowNum();
+            return nCode;
+        });
 }
 
 int CDBInterface::UpdateRecordset(CMemDBRecordset& stRecordset, MF_EXECUTE_STATISTICS* pStat) {
     MF_EXECUTE_STATISTICS stOwn{};
     MF_EXECUTE_STATISTICS& stStat = pStat ? *pStat : stOwn;
-    return RunOperation(OPERATION_UPDATE, stStat, "", nullptr, [&](KESTROCRITICALSECTION* pRecord) {
+    return RunOperation<OPERATION_UPDATE>(stStat, "", nullptr, [&](KESTROCRITICALSECTION* pRecord) {
         return TCPUpdateRecordset(pRecord, stRecordset, &stStat);
     });
 }
@@ -163,7 +163,7 @@ int CDBInterface::UpdateRecordset(IKestroDBRecordset* pRecordset, void* pStatist
     if (!IsLoggedIn()) return ERR_LINK_NOT_OPEN;
     if (!pRecordset) return ERR_NULL_POINTER;
     CStatistics stStat(pStatistics);
-    return RunOperation(OPERATION_UPDATE_INTERFACE, stStat.m_stStat, "", nullptr, [&](KESTROCRITICALSECTION* pRecord) {
+    return RunOperation<OPERATION_UPDATE_INTERFACE>(stStat.m_stStat, "", nullptr, [&](KESTROCRITICALSECTION* pRecord) {
         return TCPUpdateRecordset(pRecord, *static_cast<CMemDBRecordset*>(pRecordset), &stStat.m_stStat);
     });
 }

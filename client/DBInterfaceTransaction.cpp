@@ -4,6 +4,7 @@
 
 #include "DBInterfaceExchange.h"
 #include "DBInterfaceOperation.h"
+#include "LogLine.h"
 
 namespace {
 
@@ -15,14 +16,14 @@ constexpr OPERATIONROW OPERATION_START{
     .m_lpszFunction = "StartTransactionLogic",
     .m_nOperation = 34,
     .m_stException = MSG_EXCEPTION,
-    .m_stEnd = {"启动短事务锁命令执行结束，耗时：%d微秒，返回值：0X%X，事务ID：%d，bstrTransactionData：%s",
+    .m_stEnd = {"启动短事务锁的命令执行结束，耗时：%d微秒，返回值：0X%X，事务ID：%d，bstrTransactionData：%s",
                 "The execution of the start short transaction lock command ends with: %d microseconds, return value: "
                 "0X%X, transaction ID: %d, bstrTransactionData: %s"}};
 constexpr OPERATIONROW OPERATION_STOP{
     .m_lpszFunction = "StopTransactionLogic",
     .m_nOperation = 35,
     .m_stException = MSG_EXCEPTION,
-    .m_stEnd = {"结束短事务锁命令执行结束，耗时：%d微秒，返回值：0X%X，lTransactionID：%d",
+    .m_stEnd = {"停止短事务锁的命令执行结束，耗时：%d微秒，返回值：0X%X，lTransactionID：%d",
                 "End of execution of short transaction lock command, elapsed time: %d microseconds, return value: "
                 "0X%X, lTransactionID: %d"}};
 constexpr OPERATIONROW OPERATION_REDO{
@@ -30,10 +31,10 @@ constexpr OPERATIONROW OPERATION_REDO{
     .m_nOperation = 63,
     .m_stException = {"重做日志时出现异常，错误码：%d", "An exception occurred while redoing the log. Error code: %d"}};
 
-constexpr int PLACE_TEXT_TOO_LONG = 1;
-constexpr MESSAGE MSG_TEXT_TOO_LONG{
-    "启动事务命令的数据字符串过长，执行失败，数据字符串：%s",
-    "The data string for the start transaction command was too long and failed. The data string: %s"};
+constexpr LOGLINE LINE_TEXT_TOO_LONG{
+    888'015'001,
+    {"启动事务命令的数据字符串过长，执行失败。数据字符串：%s",
+     "The data string for the start transaction command was too long and failed. The data string: %s"}};
 
 } // namespace
 
@@ -44,8 +45,7 @@ int CDBInterface::TCPStartTransactionLogic(KESTROCRITICALSECTION* pRecord, const
     if (strnlen(lpszParam, TRANSACTION_TEXT_MOST + 1) > TRANSACTION_TEXT_MOST) {
         // A refused text uses up a token, as a request does. Intended.
         CreateRandomFactor();
-        const COMMANDROW& stRow = stExchange.m_stRow;
-        Trace(stRow.m_lpszFunction, 0, stRow.LogCode(PLACE_TEXT_TOO_LONG), Text(MSG_TEXT_TOO_LONG), lpszParam);
+        Log<LINE_TEXT_TOO_LONG>(stExchange.m_stRow.m_lpszFunction, lpszParam);
         return ERR_PARAMETER;
     }
     SetField(stExchange.m_stHead.m_szText, lpszParam);
@@ -65,14 +65,14 @@ int CDBInterface::TCPStopTransactionLogic(KESTROCRITICALSECTION* pRecord, int nT
 int CDBInterface::StartTransactionLogic(char* lpszParam, int& nTransaction) {
     MF_EXECUTE_STATISTICS stStat{};
     const char* const lpszText = lpszParam ? lpszParam : "";
-    return RunOperation(OPERATION_START, stStat, lpszText, &nTransaction, [&](KESTROCRITICALSECTION* pRecord) {
+    return RunOperation<OPERATION_START>(stStat, lpszText, &nTransaction, [&](KESTROCRITICALSECTION* pRecord) {
         return TCPStartTransactionLogic(pRecord, lpszText, nTransaction, &stStat);
     });
 }
 
 int CDBInterface::StopTransactionLogic(int nTransaction) {
     MF_EXECUTE_STATISTICS stStat{};
-    return RunOperation(OPERATION_STOP, stStat, "", &nTransaction, [&](KESTROCRITICALSECTION* pRecord) {
+    return RunOperation<OPERATION_STOP>(stStat, "", &nTransaction, [&](KESTROCRITICALSECTION* pRecord) {
         return TCPStopTransactionLogic(pRecord, nTransaction, &stStat);
     });
 }
@@ -93,8 +93,8 @@ int CDBInterface::KestroRedoCore(KESTROCRITICALSECTION* pRecord, const unsigned 
 int CDBInterface::KestroRedo(unsigned char* pRecord, unsigned short usParam) {
     if (!IsLoggedIn()) return ERR_LINK_NOT_OPEN;
     SetBusy(1);
-    const int nCode = Guard(OPERATION_REDO, "",
-                            [&](KESTROCRITICALSECTION* pLocks) { return KestroRedoCore(pLocks, pRecord, usParam); });
+    const int nCode = Guard<OPERATION_REDO>(
+        "", [&](KESTROCRITICALSECTION* pLocks) { return KestroRedoCore(pLocks, pRecord, usParam); });
     SetBusy(0);
     return nCode;
 }

@@ -62,7 +62,7 @@ inline const char* Text(const MESSAGE& stMessage) {
     return IsChinese() ? stMessage.m_lpszChinese : stMessage.m_lpszEnglish;
 }
 
-/** Whether an argument of type T fits a conversion of the length given: s, d or i, u, x or X, each with ll where wide. */
+/** Whether an argument of type T fits a conversion of that length: s, d or i, u, x or X, each with ll where wide. */
 template <typename T>
 constexpr bool ArgumentFits(const char* lpszConversion, std::size_t nLen) {
     using Plain = std::decay_t<T>;

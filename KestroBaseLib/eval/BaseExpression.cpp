@@ -73,6 +73,8 @@ public:
     explicit CExpressionValue(CBaseBson& stBson) : m_stReader(stBson) {}
 
     int Expression(const st_MATHEXPBSON& stNode, int nDepth, st_VARDATA& stResult) {
+        // A deeper tree has a value too, but not one that is computed here.
+        if (nDepth >= CBaseExpression::DEPTH_LIMIT) return ERR_FUNCTION_TYPE;
         if (!m_stReader.Enter(nDepth)) return ERR_EXPRESSION;
         return stNode.m_bExpressionType1 == EXP_PARAM_LIST ? Call(stNode, nDepth, stResult)
                                                            : Operator(stNode, nDepth, stResult);

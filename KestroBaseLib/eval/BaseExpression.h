@@ -8,16 +8,20 @@
  * value can be had here. Columns aren't read; a field is NULL.
  *
  * An expression is a tree of `st_MATHEXPBSON` in the main buffer of a plan. Every offset is checked against the bytes
- * in use, so a tree may be anything: what leads outside, a literal longer than the buffer, nodes deeper than
- * `DEPTH_LIMIT` and a tree that meets itself answer ERR_EXPRESSION.
+ * in use, so a tree may be anything: what leads outside, a literal longer than the buffer and a tree that meets itself
+ * answer ERR_EXPRESSION.
  *
  * Results lie in the plan's pool, or are views of the plan's literals, and own nothing; they live as long as the plan
  * isn't changed. Functions without a state; a plan belongs to one thread at a time.
  */
 class CBaseExpression {
 public:
-    /** The deepest tree that is worked out: nodes from the root to a leaf. A level takes some 250 bytes of stack. */
-    static constexpr int DEPTH_LIMIT = 4000;
+    /**
+     * The deepest tree that is worked out: nodes from the root to a leaf. A level takes 160 bytes of stack, so that a
+     * thread of 256 KB has enough. A class is told of longer chains too; there only nodes with expressions on both
+     * sides, and calls inside calls, count.
+     */
+    static constexpr int DEPTH_LIMIT = 1000;
     /** The class of a tree that isn't worked out for a fault in it: never folded. */
     static constexpr BYTE CLASS_OF_FAULT = EXPCLASS_SCALAR;
 
@@ -26,8 +30,8 @@ public:
     /**
      * The value of a tree; a null one is VT_INT 1. Both sides of an operator are worked out, whatever the first is.
      * Answers 0; ERR_FUNCTION_TYPE for what can't be computed here, which includes "%", comparisons, aggregates,
-     * subqueries, parameters, NEW and OLD; ERR_EXPRESSION; ERR_MEMORY; a function's code. After an error the result is
-     * any value.
+     * subqueries, parameters, NEW and OLD, sums with an interval, and all that is deeper than `DEPTH_LIMIT`;
+     * ERR_EXPRESSION; ERR_MEMORY; a function's code. After an error the result is any value.
      */
     [[nodiscard]] static int GetExpressionResult(CBaseBson* pBson, const st_MATHEXPBSON* lpExpression,
                                                  st_VARDATA& stResult);
@@ -52,7 +56,8 @@ public:
     [[nodiscard]] static BYTE GetFunctionType(CBaseBson* pBson, UINT nOffset);
     /**
      * Whether a tree holds a leaf whose value isn't known before the statement runs though its class is constant: "?",
-     * or a name of NEW or OLD. Such a tree takes part in no folding. True as well for a tree with a fault in it.
+     * or a name of NEW or OLD. Such a tree takes part in no folding. True as well for a tree with a fault in it, and
+     * for one deeper than `DEPTH_LIMIT`.
      */
     [[nodiscard]] static bool HoldsParameter(CBaseBson* pBson, UINT nOffset);
 

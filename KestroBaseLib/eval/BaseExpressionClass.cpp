@@ -1,5 +1,7 @@
 // The class of an expression: what its value depends on. Nothing is worked out here.
 
+#include <utility>
+
 #include "BaseExpressionReader.h"
 
 namespace {
@@ -18,13 +20,24 @@ class CExpressionClass {
 public:
     explicit CExpressionClass(CBaseBson& stBson) : m_stReader(stBson) {}
 
+    /** The order in which classes are joined doesn't matter, so chains are walked in a loop, however long they are. */
     BYTE Expression(UINT nOffset, int nDepth) {
-        if (nOffset == 0) return EXPCLASS_NONE;
-        const st_MATHEXPBSON* const lpNode = m_stReader.Node(nOffset);
-        if (!lpNode || !m_stReader.Enter(nDepth)) return CBaseExpression::CLASS_OF_FAULT;
-        if (IsFunctionCode(lpNode->m_bOperator)) return Function(*lpNode, nDepth);
-        const BYTE bLeft = Operand(lpNode->m_bExpressionType1, lpNode->m_nExpOffset1, nDepth + 1);
-        return JoinClasses(bLeft, Operand(lpNode->m_bExpressionType2, lpNode->m_nExpOffset2, nDepth + 1));
+        BYTE bClass = EXPCLASS_NONE;
+        while (nOffset != 0) {
+            const st_MATHEXPBSON* const lpNode = m_stReader.Node(nOffset);
+            if (!lpNode || !m_stReader.Enter(nDepth)) return CBaseExpression::CLASS_OF_FAULT;
+            if (IsFunctionCode(lpNode->m_bOperator)) return JoinClasses(bClass, Function(*lpNode, nDepth));
+            BYTE bFirst = lpNode->m_bExpressionType2, bNext = lpNode->m_bExpressionType1;
+            UINT nFirst = lpNode->m_nExpOffset2, nNext = lpNode->m_nExpOffset1;
+            if (bNext != EXP_EXPRESSION) {
+                std::swap(bFirst, bNext);
+                std::swap(nFirst, nNext);
+            }
+            bClass = JoinClasses(bClass, Operand(bFirst, nFirst, nDepth + 1));
+            if (bNext != EXP_EXPRESSION) return JoinClasses(bClass, Operand(bNext, nNext, nDepth + 1));
+            nOffset = nNext;
+        }
+        return bClass;
     }
 
     BYTE Operand(BYTE bKind, UINT nOffset, int nDepth) {

@@ -7,6 +7,7 @@
 #include <functional>
 
 #include "BaseExpression.h"
+#include "VarDataText.h"
 
 // Conditions have names of their own for these codes.
 static_assert(BYTE{OP_AND} == BYTE{LOGIC_AND} && BYTE{OP_OR} == BYTE{LOGIC_OR} && BYTE{OP_NONE} == BYTE{COMPARE_BARE});
@@ -37,6 +38,12 @@ int ByResult(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b
     return (stResult.*OP)(lpPool, a, b);
 }
 
+/** A sum or difference. An interval is added by the functions of dates, whose work it is to know its units. */
+template <auto OP>
+int Sum(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b, st_VARDATA& stResult) {
+    return IsInterval(a) || IsInterval(b) ? ERR_FUNCTION_TYPE : (stResult.*OP)(lpPool, a, b);
+}
+
 int Same(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA&, st_VARDATA& stResult) {
     return CopyValue(lpPool, a, stResult);
 }
@@ -55,7 +62,7 @@ int Negation(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA&, 
 
 /** The right side is absent, and so the 0 that the left is taken from. */
 int Minus(CKestroBufferPool* lpPool, const st_VARDATA& a, const st_VARDATA& b, st_VARDATA& stResult) {
-    return stResult.Sub(lpPool, b, a);
+    return Sum<&st_VARDATA::Sub>(lpPool, b, a, stResult);
 }
 
 constexpr struct {
@@ -64,8 +71,8 @@ constexpr struct {
 } OPERATORS[] = {
     {OP_NONE, Same},
     {OP_PLUS, Same},
-    {OP_ADD, ByResult<&st_VARDATA::Add>},
-    {OP_SUB, ByResult<&st_VARDATA::Sub>},
+    {OP_ADD, Sum<&st_VARDATA::Add>},
+    {OP_SUB, Sum<&st_VARDATA::Sub>},
     {OP_MUL, ByResult<&st_VARDATA::Mul>},
     {OP_DIVIDE, ByResult<&st_VARDATA::Div>},
     {OP_LINK, Link},

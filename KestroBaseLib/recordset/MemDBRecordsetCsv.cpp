@@ -9,6 +9,7 @@
 
 #include "CommonDataDef.h"
 #include "MemDBRecordset.h"
+#include "RecordsetNumberText.h"
 
 namespace {
 
@@ -79,9 +80,7 @@ char* WriteNumber(const st_VARDATA& stValue, char* lpOut) {
         case VT_BIGINT:
             return std::to_chars(lpOut, lpOut + KESTRO_INTEGER_SIZE, static_cast<long long>(stValue.m_llValue)).ptr;
         case VT_DOUBLE:
-            return std::to_chars(lpOut, lpOut + KESTRO_VALUE_TEXT_SIZE, double{stValue.m_dblValue},
-                                 std::chars_format::fixed, 6)
-                .ptr;
+            return WriteFixed(stValue.m_dblValue, lpOut);
         default: {
             char szText[KESTRO_VALUE_TEXT_SIZE];
             const int nLen = std::max(stValue.GetCompatibleStringValue(szText) - 1, 0);
@@ -178,14 +177,18 @@ int CMemDBRecordset::RecordsetToCSV(char*& lpszText) {
     lpszText = new (std::nothrow) char[nSize];
     if (!lpszText) return ERR_MEMORY;
     char* lpOut = WriteCsvNames(lpszText);
-    for (MoveFirst(); !eof(); MoveNext()) {
+    const int nRows = GetRowNum();
+    for (int nRow = 0; nRow < nRows; ++nRow) {
+        const st_VARDATA* const lpData = Row(nRow)->m_lpFieldData;
         for (int i = 0; i < m_nFieldNum; ++i) {
             if (i > 0) *lpOut++ = ',';
             const CSVFORM nForm = CSV_FORMS[m_lpFieldInfo[i].m_bFieldType];
-            lpOut = WriteCell(nForm, m_lpCurrentRecord->m_lpFieldData[i], lpOut);
+            lpOut = WriteCell(nForm, lpData[i], lpOut);
         }
         lpOut = EndLine(lpOut);
     }
+    m_nCurrentRowNo = nRows;
+    SeatCursor();
     std::fill(lpOut, lpszText + nSize, '\0');
     return ERR_OK;
 }

@@ -1,5 +1,5 @@
-// A condition's tree, from its postfix queue, and its truth where that is known here. Chains of AND and OR are deep on
-// their left sides alone, and those are walked in loops.
+// A condition's tree, from its postfix queue, and its truth where that is known here. Neither recurses: chains of AND
+// and OR are deep on their left sides, brackets on their right ones.
 
 #include "BaseExpression.h"
 #include "ParseConditionManager.h"
@@ -128,30 +128,44 @@ int CParseConditionManager::FoldConstant() {
     return ERR_OK;
 }
 
+// Each node waits on the stack, first for its first side, which may be a long chain, then for its second one. Nothing
+// recurses, so that right sides may be as deep as the operators allow.
 int CParseConditionManager::GetConditionResult(const BASECONDITIONBSON* lpNode, int& nResult) const {
+    constexpr long long UNKNOWN = -1;
     CKestroStack skNode;
+    CKestroStackInt64 skFirst; // of each node: the truth of its first side
     while (true) {
         if (const int nCode = PushEntry(skNode, const_cast<void*>(static_cast<const void*>(lpNode)))) return nCode;
-        if (lpNode->m_bConditionType1 != CONDITION_NODE) break;
-        lpNode = &Record<BASECONDITIONBSON>(lpNode->m_nConditionOffset1);
-    }
-    if (const int nCode = GetOperandResult(lpNode->m_bConditionType1, lpNode->m_nConditionOffset1, nResult))
-        return nCode;
-    for (; !skNode.empty(); skNode.pop()) {
-        lpNode = static_cast<const BASECONDITIONBSON*>(skNode.top());
-        int nSecond = 1;
-        if (const int nCode = GetOperandResult(lpNode->m_bConditionType2, lpNode->m_nConditionOffset2, nSecond))
+        if (const int nCode = PushEntry(skFirst, UNKNOWN)) return nCode;
+        if (lpNode->m_bConditionType1 == CONDITION_NODE) {
+            lpNode = &Record<BASECONDITIONBSON>(lpNode->m_nConditionOffset1);
+            continue;
+        }
+        if (const int nCode = GetLeafResult(lpNode->m_bConditionType1, lpNode->m_nConditionOffset1, nResult))
             return nCode;
-        const bool bBoth = nResult && nSecond, bEither = nResult || nSecond;
-        nResult = (lpNode->m_bLogicOperator == LOGIC_OR ? bEither : bBoth) != (lpNode->m_bLogicNot != 0);
+        // What is known goes up to the first node whose second side is one that has to be entered.
+        for (; !skNode.empty(); skNode.pop(), skFirst.pop()) {
+            lpNode = static_cast<const BASECONDITIONBSON*>(skNode.top());
+            int nFirst = static_cast<int>(skFirst.top()), nSecond = nResult;
+            if (nFirst == UNKNOWN) {
+                nFirst = nResult;
+                if (lpNode->m_bConditionType2 == CONDITION_NODE) break;
+                if (const int nCode = GetLeafResult(lpNode->m_bConditionType2, lpNode->m_nConditionOffset2, nSecond))
+                    return nCode;
+            }
+            const bool bBoth = nFirst && nSecond, bEither = nFirst || nSecond;
+            nResult = (lpNode->m_bLogicOperator == LOGIC_OR ? bEither : bBoth) != (lpNode->m_bLogicNot != 0);
+        }
+        if (skNode.empty()) return ERR_OK;
+        skFirst.pop();
+        skFirst.push(nResult);
+        lpNode = &Record<BASECONDITIONBSON>(lpNode->m_nConditionOffset2);
     }
-    return ERR_OK;
 }
 
 /** What isn't there is true. */
-int CParseConditionManager::GetOperandResult(BYTE bType, UINT nOffset, int& nResult) const {
+int CParseConditionManager::GetLeafResult(BYTE bType, UINT nOffset, int& nResult) const {
     nResult = 1;
-    if (bType == CONDITION_NODE) return GetConditionResult(&Record<BASECONDITIONBSON>(nOffset), nResult);
     return bType == CONDITION_COMPARE ? Compare(&Record<COMPAREEXPBSON>(nOffset), nResult) : ERR_OK;
 }
 

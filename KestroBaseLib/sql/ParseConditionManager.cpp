@@ -87,6 +87,8 @@ int CParseConditionManager::ParseOpenBracket(WALK& stWalk) {
     const int nPos = stWalk.m_nPos;
     // Behind an operator or a bracket there is nothing to mark.
     if (IsJoinOperator(nPos) && stWalk.IsInside(nPos + 2) && !IsSign(nPos, stWalk.m_stParam)) {
+        // Behind a whole comparison neither: the mark would fall on the next one's side.
+        if (m_queMathQueue.empty()) return Fail(ERR_SELECT_CONDITION, nPos);
         stWalk.m_bOuterMark = 1;
         stWalk.m_nPos += 2;
         return ERR_OK;
@@ -220,12 +222,12 @@ int CParseConditionManager::ReadOperator(WALK& stWalk, OPERATORWORDS& stOperator
 }
 
 /**
- * Whether the word in front of LIKE may end its left side: a name, or another word that is the whole side. Calls and
- * brackets aren't taken there. Intended.
+ * Whether the word in front of LIKE may end its left side: a name, which a keyword is there too, or another word that
+ * is the whole side. Calls and brackets aren't taken there. Intended.
  */
 bool CParseConditionManager::IsLikeSide(int nPos) const {
     const int nKeyword = Keyword(nPos);
-    if (nKeyword == WORD_NAME || nKeyword == WORD_BRACKET_CLOSE) return true;
+    if (nKeyword == WORD_NAME || nKeyword > WORD_EQUAL_NULL || nKeyword == WORD_BRACKET_CLOSE) return true;
     switch (Keyword(nPos - 1)) {
         case KW_OR:
         case KW_WHERE:

@@ -113,7 +113,7 @@ private:
     bool IsComputable() const;
     int FoldConstant();
     int GetConditionResult(const BASECONDITIONBSON* lpNode, int& nResult) const;
-    int GetOperandResult(BYTE bType, UINT nOffset, int& nResult) const;
+    int GetLeafResult(BYTE bType, UINT nOffset, int& nResult) const;
     int Compare(const COMPAREEXPBSON* lpCompare, int& nResult) const;
 
     // --- IN (ParseConditionIn.cpp)

@@ -13,8 +13,11 @@ public:
 
     bool IsTooDeep() const { return s_nDepth > DEPTH_MAX; }
 
-    /** Calls of functions, conditions and queries inside each other. */
-    static constexpr int DEPTH_MAX = 200;
+    /**
+     * Calls of functions, conditions and queries inside each other: enough for queries nested to their last level. The
+     * largest of their frames so many times take less than 300 KB.
+     */
+    static constexpr int DEPTH_MAX = 100;
 
 private:
     static inline thread_local int s_nDepth = 0;

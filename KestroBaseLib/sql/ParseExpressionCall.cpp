@@ -82,8 +82,12 @@ int CParseExpressionManager::ParseCommonFunction(CALL& stCall) {
     const bool bNone = stRow.m_bShape == SHAPE_NONE || (stRow.m_bCode == FN_RAND && nActual == 0);
     if (!bNone)
         if (const int nCode = ParseFunctionParam(stCall, nOpen + 1, stCall.m_nClose, nActual)) return nCode;
+    const int nQueued = m_queMathQueue.size();
     if (stRow.m_bHandler == HANDLER_OPTIONAL)
         if (const int nCode = SetDefaultParam(stRow.m_bCode, nActual)) return nCode;
+    // A call takes its own arguments, and neither those of the call beside it nor leaves it some.
+    const int nGiven = nActual + m_queMathQueue.size() - nQueued;
+    if (nGiven != nTaken) return Fail(nGiven < nTaken ? ERR_LOGIC_STACK : ERR_EXPRESSION_STACK, stCall.m_nClose);
     return CloseCall(stCall, stRow.m_bCode, nTaken);
 }
 
@@ -200,9 +204,11 @@ int CParseExpressionManager::ParseSEQ(CALL& stCall) {
         return Fail(ERR_EXPECT_FUNCTION, nName);
     const int nKeyword = nWord < stCall.m_stParam.m_nEndPos ? Keyword(nWord) : WORD_NONE;
     if (nKeyword != KW_NEXTVAL && nKeyword != KW_CURRVAL) return Fail(ERR_SELECT_SEQUENCE, nWord);
-    // Other than that of a text, its length doesn't count the terminator. Intended.
+    // It's terminated, but other than that of a text its length doesn't count this. Intended.
     UINT nOffset = 0;
-    if (const int nCode = NewLiteral(VT_VARCHAR, szName, static_cast<int>(std::strlen(szName)), nOffset)) return nCode;
+    const int nLen = static_cast<int>(std::strlen(szName));
+    if (const int nCode = NewLiteral(VT_VARCHAR, szName, nLen + 1, nOffset)) return nCode;
+    reinterpret_cast<MATHEXPELEMENTBSON*>(m_pBson->ConvertOffset2Addr(nOffset))->m_nDataLen = nLen;
     if (const int nCode = PushOperand(MIXNODE_ELEMENT, nOffset)) return nCode;
     const bool bNext = nKeyword == KW_NEXTVAL;
     // The text is only this word: it becomes the name of the column.

@@ -186,7 +186,9 @@ BYTE CParseExpressionManager::CheckValidOperator(int nPos, int bCondition) const
 }
 
 bool CParseExpressionManager::IsSign(int nPos, const st_PARSEPARAM& stParam) const {
-    return nPos == stParam.m_nBeginPos || Keyword(nPos - 1) == WORD_PAREN_OPEN ||
+    const int nFront = Keyword(nPos - 1);
+    // The LIKE of NOT LIKE is no operator by itself.
+    return nPos == stParam.m_nBeginPos || nFront == WORD_PAREN_OPEN || (nFront == KW_LIKE && stParam.m_bCondition) ||
            CheckValidOperator(nPos - 1, stParam.m_bCondition) != OPCLASS_NONE;
 }
 

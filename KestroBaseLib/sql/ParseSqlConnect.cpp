@@ -86,8 +86,7 @@ int CParseSql::ParseConnectSide(const CSqlWordReader& stReader, int& nPos, int n
     int arName[NAME_NUM];
     int nNum = 0;
     for (;;) {
-        if (nNum == NAME_NUM || nPos >= nEnd || stReader.Keyword(nPos) != WORD_NAME)
-            return Fail(ERR_SELECT_CONNECT, nPos);
+        if (nNum == NAME_NUM || nPos >= nEnd || !stReader.MayBeName(nPos)) return Fail(ERR_SELECT_CONNECT, nPos);
         arName[nNum++] = nPos++;
         if (nPos >= nEnd || stReader.Keyword(nPos) != WORD_POINT) break;
         ++nPos;

@@ -34,6 +34,20 @@ const JOINROW* FindJoin(int nKeyword) {
     return nullptr;
 }
 
+/** Whether a word has a meaning of its own in a FROM list, and so is no name unless it's quoted. */
+bool IsListWord(int nKeyword) {
+    switch (nKeyword) {
+        case KW_CROSS:
+        case KW_OUTER:
+        case KW_ON:
+        case KW_AS:
+        case KW_OF: // as in AS OF
+            return true;
+        default:
+            return FindJoin(nKeyword) != nullptr;
+    }
+}
+
 /** Objects by the word in front of their names. */
 BYTE ObjectKind(int nKeyword) {
     if (nKeyword == KW_NODE) return OBJECT_NODE;
@@ -81,6 +95,9 @@ private:
 
     int Refuse(int nWord) { return m_stParse.Fail(ERR_SELECT_TABLE_NAME, nWord); }
     int Keyword(int nWord) const { return nWord < m_nEnd ? m_stReader.Keyword(nWord) : int{WORD_NONE}; }
+    bool IsName(int nWord) const {
+        return nWord < m_nEnd && m_stReader.MayBeName(nWord) && !IsListWord(m_stReader.Keyword(nWord));
+    }
     int PushJoin(st_JOININFO* lpInfo) { return PushJoinInfo2Stack(m_stBson, lpInfo, m_stJoins, m_stQueue); }
 
     int ParsePlace();
@@ -140,14 +157,15 @@ int CParseSql::CFromList::ParsePlace() {
     return Keyword(m_nPos + 1) == KW_SELECT ? ParseDerived() : OpenBracket();
 }
 
-// Registered behind its query, so that this doesn't see it; under a name that no text can have.
+// Registered behind its query, so that this doesn't see it; under a name that no text can have. Its query is a
+// subquery like one in a condition: it has no page and no stamp of its own.
 int CParseSql::CFromList::ParseDerived() {
     const int nOpen = m_nPos;
     const int nClose = m_stReader.FindClose(nOpen, m_nEnd);
     if (nClose < 0) return m_stParse.Fail(ERR_SYNTAX_SELECT, nOpen);
     st_PARSEPARAM stParam;
     stParam.m_nBeginPos = nOpen + 1;
-    stParam.m_nEndPos = nClose;
+    stParam.m_nEndPos = stParam.m_nQueryEnd = nClose;
     stParam.m_bSubQueryType = SUBQUERY_PLAIN;
     int bLockOption = 0;
     BYTE bExecuteParam = FOR_UPDATE_NONE;
@@ -169,7 +187,9 @@ int CParseSql::CFromList::ParseDerived() {
 
 int CParseSql::CFromList::ParseObject() {
     const int nWord = m_nPos;
-    const BYTE bType = ObjectKind(Keyword(m_nPos));
+    // NODE and RELATION that no name follows are names themselves.
+    BYTE bType = ObjectKind(Keyword(m_nPos));
+    if (bType != OBJECT_TABLE && !IsName(m_nPos + 1)) bType = OBJECT_TABLE;
     if (bType != OBJECT_TABLE) ++m_nPos;
     NAMES stNames;
     if (const int nCode = ReadName(stNames)) return nCode;
@@ -178,13 +198,13 @@ int CParseSql::CFromList::ParseObject() {
 }
 
 int CParseSql::CFromList::ReadName(NAMES& stNames) {
-    const bool bDatabase = Keyword(m_nPos) == WORD_NAME && Keyword(m_nPos + 1) == WORD_POINT;
+    const bool bDatabase = IsName(m_nPos) && Keyword(m_nPos + 1) == WORD_POINT;
     if (bDatabase) {
         if (CopyDatabaseNameFromSql(m_stReader.Text(m_nPos), m_stReader.Len(m_nPos), stNames.m_szDatabase) == NAME_BAD)
             return Refuse(m_nPos);
         m_nPos += 2;
     }
-    if (Keyword(m_nPos) != WORD_NAME ||
+    if (!IsName(m_nPos) ||
         CopyNameFromSql(m_stReader.Text(m_nPos), m_stReader.Len(m_nPos), stNames.m_szName) == NAME_BAD)
         return Refuse(m_nPos);
     ++m_nPos;
@@ -195,7 +215,7 @@ int CParseSql::CFromList::ReadName(NAMES& stNames) {
 int CParseSql::CFromList::ReadTitle(NAMES& stNames) {
     const bool bAs = Keyword(m_nPos) == KW_AS;
     if (bAs) ++m_nPos;
-    if (Keyword(m_nPos) != WORD_NAME) return bAs ? Refuse(m_nPos) : ERR_OK;
+    if (bAs ? !IsName(m_nPos) : Keyword(m_nPos) != WORD_NAME) return bAs ? Refuse(m_nPos) : ERR_OK;
     if (CopyTitleFromSql(m_stReader.Text(m_nPos), m_stReader.Len(m_nPos), stNames.m_szTitle) == NAME_BAD)
         return Refuse(m_nPos);
     ++m_nPos;

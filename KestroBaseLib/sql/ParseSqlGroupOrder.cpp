@@ -171,7 +171,10 @@ int CParseSql::ParseOrderColumn(QUERYBLOCK& stBlock, LISTITEM& stItem, CFieldCha
     return SetColumn(stBlock, stItem, nField, stChain, stColumn);
 }
 
-/** A column that names select field `nField`, or below 0 one for which a hidden field is made. */
+/**
+ * A column that names select field `nField`, or below 0 one for which a hidden field is made: ORDER BY makes its own,
+ * though GROUP BY has one of the same words.
+ */
 int CParseSql::SetColumn(QUERYBLOCK& stBlock, const LISTITEM& stItem, int nField, CFieldChain& stChain,
                          COLUMNDEF& stColumn) {
     if (stItem.m_nBegin >= stItem.m_nEnd) return Fail(ERR_SYNTAX_SELECT, stItem.m_nBegin);

@@ -59,9 +59,11 @@ struct st_JOINQUEUENODE {
 
 /**
  * Moves the comparisons with a "(+)" out of a WHERE tree into the join tree, which may be empty; their conditions'
- * offsets, each a `BASECONDITIONBSON`, go into the queue. ERR_JOIN_EXPRESSION, ERR_MEMORY.
+ * offsets, each a `BASECONDITIONBSON`, go into the queue. Those with objects that aren't in the query's list stay.
+ * ERR_JOIN_EXPRESSION, ERR_MEMORY.
  */
-[[nodiscard]] int GetJoinTreeFromCondition(CBaseBson& stBson, UINT nCondition, UINT& nRoot, CKestroQueueUINT& stQueue);
+[[nodiscard]] int GetJoinTreeFromCondition(CBaseBson& stBson, UINT nCondition, UINT nObjectOffset, UINT& nRoot,
+                                           CKestroQueueUINT& stQueue);
 /**
  * Makes one comparison a join of the tree, if it has a "(+)" between fields of two objects that the tree doesn't join
  * yet. `nCondition` is the condition to which it's added, 0 for a new one; it stays if there is nothing to do.

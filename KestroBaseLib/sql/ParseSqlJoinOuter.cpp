@@ -13,6 +13,10 @@ T* RecordAt(CBaseBson& stBson, UINT nOffset) {
     return reinterpret_cast<T*>(stBson.ConvertOffset2Addr(nOffset));
 }
 
+bool HasFieldsOnly(const COMPAREEXPBSON& stCompare) {
+    return stCompare.m_bExpressionType1 == EXPCLASS_FIELD && stCompare.m_bExpressionType2 == EXPCLASS_FIELD;
+}
+
 /** The field that is all of one side of a comparison, or null. */
 const MATHEXPELEMENTBSON* LoneField(CBaseBson& stBson, UINT nSide) {
     const auto* const lpSide = RecordAt<st_MATHEXPBSON>(stBson, nSide);
@@ -28,6 +32,25 @@ relbitmap SetOf(BYTE bObjectNo) {
     relbitmap nSet = 0;
     AddRel(bObjectNo, nSet);
     return nSet;
+}
+
+bool IsInList(CBaseBson& stBson, UINT nObjectOffset, BYTE bObjectNo) {
+    const OBJECTBSON* lpObject = RecordAt<OBJECTBSON>(stBson, nObjectOffset);
+    while (lpObject && lpObject->m_bObjectNo != bObjectNo)
+        lpObject = RecordAt<OBJECTBSON>(stBson, lpObject->m_nNextOffset);
+    return lpObject != nullptr;
+}
+
+/** Whether a "(+)" stands in a comparison with a field of an outer query: no tree of this query can hold that. */
+bool IsOfOuterQuery(CBaseBson& stBson, UINT nCompare, UINT nObjectOffset) {
+    const auto* const lpCompare = RecordAt<COMPAREEXPBSON>(stBson, nCompare);
+    if (!lpCompare || lpCompare->m_bJoinType < OUTER_RIGHT || !HasFieldsOnly(*lpCompare)) return false;
+    for (const UINT nSide : {lpCompare->m_nMathExpOffset1, lpCompare->m_nMathExpOffset2}) {
+        const MATHEXPELEMENTBSON* const lpField = LoneField(stBson, nSide);
+        if (lpField && IsJoinObject(lpField->m_bObjectNo) && !IsInList(stBson, nObjectOffset, lpField->m_bObjectNo))
+            return true;
+    }
+    return false;
 }
 
 /** The side that keeps its rows is always the left one, whether it's new or in the tree. */
@@ -96,8 +119,7 @@ int CreateJoinCondition(CBaseBson& stBson, UINT nCompare, UINT& nCondition) {
 int GetJoinPathFromCompareExpression(CBaseBson& stBson, UINT nCompare, UINT& nRoot, UINT& nCondition) {
     const auto* const lpCompare = RecordAt<COMPAREEXPBSON>(stBson, nCompare);
     if (!lpCompare) return ERR_JOIN_EXPRESSION;
-    if (lpCompare->m_bExpressionType1 != EXPCLASS_FIELD || lpCompare->m_bExpressionType2 != EXPCLASS_FIELD)
-        return ERR_OK;
+    if (!HasFieldsOnly(*lpCompare)) return ERR_OK;
     const MATHEXPELEMENTBSON* const lpFirst = LoneField(stBson, lpCompare->m_nMathExpOffset1);
     const MATHEXPELEMENTBSON* const lpSecond = LoneField(stBson, lpCompare->m_nMathExpOffset2);
     if (!lpFirst || !lpSecond) return ERR_JOIN_EXPRESSION;
@@ -116,7 +138,8 @@ int GetJoinPathFromCompareExpression(CBaseBson& stBson, UINT nCompare, UINT& nRo
 
 // The operands still to be looked at wait on a stack, the first one on top: trees of many AND are deep on the left.
 // What stands under OR or NOT leaves its place as well. Intended.
-int GetJoinTreeFromCondition(CBaseBson& stBson, UINT nCondition, UINT& nRoot, CKestroQueueUINT& stQueue) {
+int GetJoinTreeFromCondition(CBaseBson& stBson, UINT nCondition, UINT nObjectOffset, UINT& nRoot,
+                             CKestroQueueUINT& stQueue) {
     CKestroStackInt64 stPending; // twice the node's offset, plus 1 for the second operand
     int nCode = PushEntry(stPending, 2LL * nCondition);
     while (nCode == ERR_OK && !stPending.empty()) {
@@ -128,7 +151,8 @@ int GetJoinTreeFromCondition(CBaseBson& stBson, UINT nCondition, UINT& nRoot, CK
         if (!bSecond && PushEntry(stPending, llPending + 1) != ERR_OK) return ERR_MEMORY;
         const OPERAND stOperand = GetOperand(*lpNode, bSecond);
         if (stOperand.m_bType == CONDITION_NODE) nCode = PushEntry(stPending, 2LL * stOperand.m_nOffset);
-        if (stOperand.m_bType != CONDITION_COMPARE) continue;
+        if (stOperand.m_bType != CONDITION_COMPARE || IsOfOuterQuery(stBson, stOperand.m_nOffset, nObjectOffset))
+            continue;
         UINT nJoinCondition = 0;
         nCode = GetJoinPathFromCompareExpression(stBson, stOperand.m_nOffset, nRoot, nJoinCondition);
         if (nCode != ERR_OK || nJoinCondition == 0) continue;

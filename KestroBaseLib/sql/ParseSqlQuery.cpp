@@ -55,7 +55,7 @@ int CParseSql::ParseQuery(const char* lpszSql, int nPos, EXECUTEPLANBSON* lpPlan
     if (nParens > 0)
         if (const int nCode = InsertHead(nParens, &stWords)) return nCode;
     st_PARSEPARAM stParam;
-    stParam.m_nEndPos = stWords.m_nNum;
+    stParam.m_nEndPos = stParam.m_nQueryEnd = stWords.m_nNum;
     int bLockOption = 0;
     BYTE bExecuteParam = lpPlan->m_bExecuteParam;
     long long llTimestamp = lpPlan->m_nTimestamp;

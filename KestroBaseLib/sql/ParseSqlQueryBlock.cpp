@@ -69,13 +69,14 @@ constexpr int AS_OF_SIZE = 34;
 
 /** Day 0 of a date, in days from where stamps count. */
 constexpr double STAMP_DAYS = 109205;
-constexpr double STAMP_TICKS_A_DAY = 24.0 * 60 * 60 * 10000000;
+constexpr double STAMP_TICKS_A_SECOND = 10000000;
 /** The low bits of a stamp that count no time. */
 constexpr long long STAMP_FACTOR = 32;
 
 /** False for a day that lies outside of what a stamp holds. */
 bool MakeStamp(double dblDay, long long& llStamp) {
-    const double dblTicks = (dblDay - DbTimeZoneValue() / 24.0 + STAMP_DAYS) * STAMP_TICKS_A_DAY;
+    // Factor by factor: servers compare the stamp, and one product of all would round to other ticks.
+    const double dblTicks = (dblDay - DbTimeZoneValue() / 24.0 + STAMP_DAYS) * 24 * 60 * 60 * STAMP_TICKS_A_SECOND;
     // Written so that no number fails too.
     if (!(std::fabs(dblTicks) < static_cast<double>(LLONG_MAX / STAMP_FACTOR))) return false;
     llStamp = static_cast<long long>(dblTicks) * STAMP_FACTOR;
@@ -251,7 +252,8 @@ int CParseSql::ParseWhere(QUERYBLOCK& stBlock) {
     if (stBlock.m_nWhere == 0) return ERR_OK;
     const bool bOn = stBlock.m_nInnerOn != 0 || stBlock.m_nOuterOn != 0;
     CKestroQueueUINT stMoved;
-    if (const int nCode = GetJoinTreeFromCondition(m_stBson, stBlock.m_nWhere, stBlock.m_nJoinTree, stMoved))
+    if (const int nCode =
+            GetJoinTreeFromCondition(m_stBson, stBlock.m_nWhere, stBlock.m_nObjectOffset, stBlock.m_nJoinTree, stMoved))
         return Fail(nCode, stClause.m_nBegin);
     // A query says how it joins in one of the two ways only.
     if (bOn && !stMoved.empty()) return Fail(ERR_SYNTAX_SELECT, stClause.m_nBegin);

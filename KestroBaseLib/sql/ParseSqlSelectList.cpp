@@ -92,9 +92,11 @@ int CFieldChain::Append(EXECUTEFIELDBSON*& lpField, UINT& nOffset) {
 LISTITEM CutTitle(const CSqlWordReader& stReader, int nBegin, int nEnd) {
     const LISTITEM stWhole = {nBegin, nEnd};
     const int nTitle = nEnd - 1;
+    const bool bAs = nTitle > nBegin && stReader.Keyword(nTitle - 1) == KW_AS;
+    if (bAs && stReader.MayBeName(nTitle)) return {nBegin, nTitle - 1, nTitle};
     if (nTitle <= nBegin || stReader.Keyword(nTitle) != WORD_NAME || WantsOperand(stReader.Keyword(nTitle - 1)))
         return stWhole;
-    return {nBegin, stReader.Keyword(nTitle - 1) == KW_AS ? nTitle - 1 : nTitle, nTitle};
+    return {nBegin, nTitle, nTitle};
 }
 
 int CParseSql::CutList(stu_KestroWordArray* lpWords, int nBegin, int nEnd, bool bTitles, ITEMLIST& stList) {

@@ -23,6 +23,11 @@ public:
 
     /** Whether a word equals a text but for the case of its letters. */
     bool Is(int nIndex, std::string_view szText) const;
+    /** Whether a word is a name or a keyword, which is one as well where only a name can stand. */
+    bool MayBeName(int nIndex) const {
+        const int nKeyword = Keyword(nIndex);
+        return nKeyword == WORD_NAME || nKeyword >= KW_SELECT;
+    }
     /** Whether a word is a plain integer of 32 bits, and which one. */
     bool ReadInteger(int nIndex, int& nValue) const;
 

@@ -15,7 +15,7 @@ bool IsMissing(const st_VARDATA& stValue) {
 /** The pool copy, which leaves the result empty without a message if there is no memory for a text. */
 int Copy(CKestroBufferPool* lpPool, const st_VARDATA& stSource, st_VARDATA& stResult) {
     stResult.SetData(lpPool, stSource);
-    return stResult.m_vt == VT_EMPTY && stSource.m_vt != VT_EMPTY ? ERR_MEMORY : ERR_OK;
+    return stResult.m_vt == VT_EMPTY && stSource.HasOwnerFlag() ? ERR_MEMORY : ERR_OK;
 }
 
 /** One side as text. */

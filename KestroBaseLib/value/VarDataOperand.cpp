@@ -9,9 +9,6 @@
 
 namespace {
 
-/** First byte of an interval's text. */
-constexpr char INTERVAL_MARK = 1;
-
 /** Kinds of text by the place of their first time part. */
 constexpr int KIND_DATE = -1;
 constexpr int KIND_TIME = 0;
@@ -101,7 +98,7 @@ bool COperand::ResolveText(OPERANDCLASS nOther) {
                            nOther);
     const CTextOperand stText(*m_lpValue);
     // An interval is added to a date by the date functions; it is no operand here.
-    if (*stText.Text() == INTERVAL_MARK) return false;
+    if (IsInterval(*m_lpValue)) return false;
     int nKind;
     if (LooksLikeDate(stText, nKind)) return ResolveDateText(stText, nKind, nOther);
     return ResolveNumberText(stText, nOther);

@@ -26,6 +26,14 @@ private:
 /** Bytes of a text in front of its terminator or its end. */
 int TextLen(const st_VARDATA& stText);
 
+/** First byte of an interval's text. */
+inline constexpr char INTERVAL_MARK = 1;
+/** Whether a value is an interval, as a statement's INTERVAL makes it: a text, but not the bytes of a literal. */
+inline bool IsInterval(const st_VARDATA& stValue) {
+    return stValue.m_vt == VT_VARCHAR && stValue.m_bCharset != KESTRO_CHARSET_HEX && stValue.m_lpszValue &&
+           stValue.m_nStrLen > 0 && *stValue.m_lpszValue == INTERVAL_MARK;
+}
+
 /** As `strtod` reads it in the C locale, so that a process with a decimal comma reads what is printed here. */
 double ReadDouble(const char* lpszText);
 

@@ -1,3 +1,4 @@
+#include <random>
 #include <set>
 
 #include "LinkTest.h"
@@ -18,229 +19,192 @@ const std::string REDO_RECORD("\x09\0\0\0redo!", 9);
 struct REQUESTROW {
     const char* m_lpszName;
     int m_nCommand;
-    int (*m_lpfnRun)(CTestLink& stLink);
-    /** Sends when each link is closed, or reset, before the reply is whole. */
+    /** Sends when each link is closed, or reset, before the reply's head is whole. */
     int m_nClosedSends;
     int m_nResetSends;
-    /** The code when the body is cut. */
+    /** The code when its body is cut; 0 without a body. */
     int m_nBodyCode;
+    int (*m_lpfnRun)(CTestLink& stLink);
 
     friend void PrintTo(const REQUESTROW& stRow, std::ostream* pOut) { *pOut << stRow.m_lpszName; }
 };
 
-int RunCursor(CTestLink& stLink) {
-    char szSql[] = "commit";
-    void* pCursor = nullptr;
-    int nAffect = 0;
-    const int nCode = stLink.Parse(szSql, pCursor);
-    return nCode != ERR_OK ? nCode : stLink.Execute(pCursor, nAffect, static_cast<void*>(nullptr));
-}
-int RunExecute(CTestLink& stLink) {
-    int nAffect = 0;
-    return stLink.ExecuteCommand("begin", nAffect, nullptr);
-}
-int RunQuery(CTestLink& stLink) {
-    CMemDBRecordset stSet;
-    return stLink.GetRecordset("rollback", stSet, nullptr);
-}
-int RunUpdate(CTestLink& stLink) {
-    CMemDBRecordset stSet;
-    MakeChanged(stSet);
-    return stLink.UpdateRecordset(stSet, nullptr);
-}
-int RunPlanInfo(CTestLink& stLink) {
-    EXECUTEPLANDESCRIBE stDescribe;
-    return stLink.GetExecutePlanInfo("begin work", &stDescribe, nullptr);
-}
-int RunStart(CTestLink& stLink) {
-    int nTransaction = 0;
-    std::string strText(95, 't');
-    return stLink.StartTransactionLogic(strText.data(), nTransaction);
-}
-int RunStop(CTestLink& stLink) {
-    return stLink.StopTransactionLogic(-77);
-}
-int RunRedo(CTestLink& stLink) {
-    std::string strRecord = REDO_RECORD;
-    return stLink.KestroRedo(reinterpret_cast<BYTE*>(strRecord.data()), 0xFFFE);
-}
-int RunUse(CTestLink& stLink) {
-    return stLink.UseDatabase("shop");
-}
-int RunLogOut(CTestLink& stLink) {
-    int nReserved = 0;
-    const int nCode = stLink.UserLogOut(nReserved);
-    stLink.m_bLogin = 1;
-    return nCode;
-}
-int RunStatus(CTestLink& stLink) {
-    BYTE arStatus[16];
-    return stLink.GetClusterStatus(arStatus, sizeof arStatus, 0);
-}
+int g_nOut;
 
+// clang-format off
 constexpr REQUESTROW REQUESTS[] = {
-    {"Execute", 5, RunExecute, 3, 3, 0},
-    {"Cursor", 5, RunCursor, 3, 3, 0},
-    {"Query", 6, RunQuery, 3, 3, ERR_RECEIVE},
-    {"Update", 7, RunUpdate, 3, 3, 0},
-    {"Start", 8, RunStart, 3, 3, 0},
-    {"Stop", 9, RunStop, 3, 3, 0},
-    {"PlanInfo", 10, RunPlanInfo, 3, 3, ERR_RECEIVED_DATA},
-    {"Redo", 11, RunRedo, 1, 3, 0},
-    {"LogOut", 21, RunLogOut, 1, 1, 0},
-    {"Use", 25, RunUse, 1, 1, 0},
-    {"Status", 65, RunStatus, 1, 1, ERR_RECEIVE},
+    {"Execute", 5, 3, 3, 0, [](CTestLink& stLink) { return stLink.ExecuteCommand("begin", g_nOut, nullptr); }},
+    {"Cursor", 5, 3, 3, 0, [](CTestLink& stLink) {
+        void* pCursor = nullptr;
+        std::string strSql("commit");
+        const int nCode = stLink.Parse(strSql.data(), pCursor);
+        return nCode != ERR_OK ? nCode : stLink.Execute(pCursor, g_nOut, static_cast<void*>(nullptr)); }},
+    {"Query", 6, 3, 3, ERR_RECEIVE, [](CTestLink& stLink) {
+        CMemDBRecordset stSet;
+        return stLink.GetRecordset("rollback", stSet, nullptr); }},
+    {"Update", 7, 3, 3, 0, [](CTestLink& stLink) {
+        CMemDBRecordset stSet;
+        MakeChanged(stSet);
+        return stLink.UpdateRecordset(stSet, nullptr); }},
+    {"Start", 8, 3, 3, 0, [](CTestLink& stLink) {
+        return stLink.StartTransactionLogic(std::string(95, 't').data(), g_nOut); }},
+    {"Stop", 9, 3, 3, 0, [](CTestLink& stLink) { return stLink.StopTransactionLogic(-77); }},
+    {"PlanInfo", 10, 3, 3, ERR_RECEIVED_DATA, [](CTestLink& stLink) {
+        EXECUTEPLANDESCRIBE stDescribe;
+        return stLink.GetExecutePlanInfo("begin work", &stDescribe, nullptr); }},
+    {"Redo", 11, 1, 3, 0, [](CTestLink& stLink) {
+        return stLink.KestroRedo(reinterpret_cast<BYTE*>(std::string(REDO_RECORD).data()), 0xFFFE); }},
+    {"Status", 65, 1, 1, ERR_RECEIVE, [](CTestLink& stLink) {
+        BYTE arStatus[16];
+        return stLink.GetClusterStatus(arStatus, sizeof arStatus, 0); }},
+    {"LogOut", 21, 1, 1, 0, [](CTestLink& stLink) {
+        const int nCode = stLink.UserLogOut(g_nOut);
+        stLink.m_bLogin = 1;
+        return nCode; }},
+    {"Use", 25, 1, 1, 0, [](CTestLink& stLink) { return stLink.UseDatabase("shop"); }}, // the last: it reads on
 };
+// clang-format on
 
 class DBInterfaceExchange : public CLinkTest, public testing::WithParamInterface<REQUESTROW> {
 protected:
     void SetUp() override {
         CLinkTest::SetUp();
         m_strBlock = CRecordsetMaker("A:1").Row(1, "1").Block();
-    }
-    /** The command under test is answered by the step, all others by a friendly server. */
-    PEERANSWER Answer(const PEERFRAME& stFrame) {
-        const bool bProbe = stFrame.Token() == FRAME_PROBE_TOKEN;
-        if (stFrame.Command() != m_nCommand || bProbe || !m_Step) return Welcome(stFrame);
-        return m_Step(stFrame);
-    }
-    void Open(const REQUESTROW& stRow) {
-        m_nCommand = stRow.m_nCommand;
         ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
         m_stPeer.Frames(0, true);
     }
-    /** Requests of the command under test, without the probes. */
-    std::vector<PEERFRAME> Sent(bool bForget = false) {
-        std::vector<PEERFRAME> arFrame = m_stPeer.Frames(m_nCommand, bForget);
-        std::erase_if(arFrame, [](const PEERFRAME& stFrame) { return stFrame.Token() == FRAME_PROBE_TOKEN; });
-        return arFrame;
+    static bool IsProbe(const PEERFRAME& stFrame) { return stFrame.Token() == FRAME_PROBE_TOKEN; }
+    int Run() { return GetParam().m_lpfnRun(m_stLink); }
+    /** The command under test is answered by the step, all others by a friendly server. */
+    void Answer(CScriptedPeer::SCRIPT Step) {
+        m_Script = [this, Step](const PEERFRAME& stFrame) {
+            return stFrame.Command() != GetParam().m_nCommand || IsProbe(stFrame) ? Welcome(stFrame) : Step(stFrame);
+        };
     }
-    /** Sends of the same request, each with a token of its own. */
+    /** The request was sent so often, each time with a token of its own; the lock is free; the next one works. */
     void ExpectSends(int nSends) {
-        const std::vector<PEERFRAME> arFrame = Sent(true);
+        std::vector<PEERFRAME> arFrame = m_stPeer.Frames(GetParam().m_nCommand, true);
+        std::erase_if(arFrame, IsProbe);
         EXPECT_EQ(static_cast<int>(arFrame.size()), nSends);
-        std::set<int> arToken;
+        std::set<int> arToken{0};
         for (const PEERFRAME& stFrame : arFrame) {
             EXPECT_EQ(stFrame.Bytes(), arFrame[0].Bytes());
-            arToken.insert(stFrame.Token());
+            EXPECT_TRUE(arToken.insert(stFrame.Token()).second);
         }
-        EXPECT_EQ(arToken.size(), arFrame.size());
-        EXPECT_EQ(arToken.count(0), 0u);
-    }
-    /** The lock is free and the next request gets through. */
-    void ExpectWorks(const REQUESTROW& stRow) {
-        m_Step = nullptr;
+        m_Script = nullptr;
         EXPECT_TRUE(m_stLink.IsFree());
         EXPECT_EQ(m_stLink.Run("commit"), 5);
-        EXPECT_EQ(stRow.m_lpfnRun(m_stLink), ERR_OK);
+        EXPECT_EQ(Run(), ERR_OK);
         m_stPeer.Frames(0, true);
     }
-
-    int m_nCommand = 0;
-    CScriptedPeer::SCRIPT m_Step;
-    CScriptedPeer m_stPeer{[this](const PEERFRAME& stFrame) { return Answer(stFrame); }};
-    CTestLink m_stLink;
 };
+class DBInterfaceToken : public DBInterfaceExchange {};
 
-INSTANTIATE_TEST_SUITE_P(All, DBInterfaceExchange, testing::ValuesIn(REQUESTS),
-                         [](const auto& stInfo) { return stInfo.param.m_lpszName; });
+const auto RequestName = [](const auto& stInfo) { return stInfo.param.m_lpszName; };
+INSTANTIATE_TEST_SUITE_P(All, DBInterfaceExchange, testing::ValuesIn(REQUESTS), RequestName);
+INSTANTIATE_TEST_SUITE_P(Resending, DBInterfaceToken, testing::ValuesIn(std::begin(REQUESTS), std::end(REQUESTS) - 1),
+                         RequestName);
 
 TEST_P(DBInterfaceExchange, SurvivesALinkCutAtEachByte) {
     const REQUESTROW& stRow = GetParam();
-    Open(stRow);
-    const auto Whole = [&](const PEERFRAME& stFrame) { return Welcome(stFrame).m_strBytes; };
-    const std::size_t nWhole = Whole({HeadBytes(stRow.m_nCommand, 1, 0, 0, 0), ""}).size();
+    const std::size_t nWhole = Welcome({HeadBytes(stRow.m_nCommand, 1, 0, 0, 0), ""}).m_strBytes.size();
     for (const PEERTHEN nThen : {PEER_CLOSES, PEER_RESETS})
         for (std::size_t nCut = 0; nCut < nWhole && !HasFailure(); ++nCut) {
             SCOPED_TRACE(testing::Message() << "cut at " << nCut << ", end " << nThen);
-            m_Step = [&](const PEERFRAME& stFrame) { return PEERANSWER(Whole(stFrame).substr(0, nCut), nThen); };
+            Answer([&](const PEERFRAME& stFrame) {
+                return PEERANSWER(Welcome(stFrame).m_strBytes.substr(0, nCut), nThen);
+            });
             const bool bHead = nCut < 112, bClosed = nThen == PEER_CLOSES;
-            const int nCode = bHead ? bClosed ? ERR_RECEIVE : ERR_LINK_RESET : stRow.m_nBodyCode;
-            EXPECT_EQ(stRow.m_lpfnRun(m_stLink), nCode);
+            EXPECT_EQ(Run(), !bHead ? stRow.m_nBodyCode : bClosed ? ERR_RECEIVE : ERR_LINK_RESET);
             EXPECT_EQ(m_stLink.m_nSocket, -1);
             ExpectSends(!bHead ? 1 : bClosed ? stRow.m_nClosedSends : stRow.m_nResetSends);
-            ExpectWorks(stRow);
         }
 }
 
-TEST_P(DBInterfaceExchange, SendsAgainAsLongAsTheTokenIsAnother) {
-    const REQUESTROW& stRow = GetParam();
-    if (stRow.m_nCommand == MF_CMD_USE) GTEST_SKIP() << "reads on";
-    Open(stRow);
+TEST_P(DBInterfaceToken, SendsAgainAsLongAsTheTokenIsAnother) {
     for (int nStale = 1; nStale <= 4; ++nStale) {
         int nLeft = nStale;
-        // Stale replies with bodies and bytes that look like another, a token of 0 among them.
-        m_Step = [&](const PEERFRAME& stFrame) {
+        // Stale replies with bodies and bytes behind them, a token of 0 among them.
+        Answer([&](const PEERFRAME& stFrame) {
             if (nLeft-- <= 0) return Welcome(stFrame);
             PEERFRAME stOld = stFrame;
             stOld.m_strHead[2] = nLeft == 1 ? '\0' : static_cast<char>(stFrame.Token() - 1);
             return PEERANSWER(stOld.Reply(MF_REPLY_OK, 9, "left over") + std::string(nLeft * 56, 'x'));
-        };
-        EXPECT_EQ(stRow.m_lpfnRun(m_stLink), nStale < 4 ? ERR_OK : ERR_TOKEN);
+        });
+        EXPECT_EQ(Run(), nStale < 4 ? ERR_OK : ERR_TOKEN);
         EXPECT_EQ(m_stLink.m_nSocket == -1, nStale == 4);
         ExpectSends(std::min(nStale + 1, 4));
-        ExpectWorks(stRow);
     }
 }
 
 TEST_P(DBInterfaceExchange, TakesOnlyAReplyThatKeepsTheRules) {
-    const REQUESTROW& stRow = GetParam();
-    Open(stRow);
-    const bool bBody = stRow.m_nBodyCode != 0;
-    const std::string strRight = Welcome({HeadBytes(stRow.m_nCommand, 1, 0, 0, 0), ""}).m_strBytes.substr(112);
-    struct REPLYROW {
+    const bool bBody = GetParam().m_nBodyCode != 0;
+    const struct {
         const char* m_lpszName;
-        int m_nStatus;
-        int m_nValue;
+        int m_nStatus, m_nValue;
         std::string m_strBody;
+        UINT m_nAnnounced;
         int m_nCode;
-        bool m_bOpen;
+    } ROWS[] = {
+        {"refused", MF_REPLY_FAIL, 4711, "", 0, 4711},
+        {"refused without a code", MF_REPLY_FAIL, 0, "", 0, ERR_FAILED},
+        {"refused with a body", MF_REPLY_FAIL, 4712, "body", 4, 4712},
+        {"no such status", 3, 1, "", 0, ERR_RECEIVED_DATA},
+        {"no such status with a body", 255, 1, std::string(5000, 'b'), 5000, ERR_RECEIVED_DATA},
+        {"a body too many or too few", MF_REPLY_OK, 1, bBody ? "" : "b", bBody ? 0u : 1u, ERR_RECEIVED_DATA},
+        {"4 GB announced", bBody ? 9 : MF_REPLY_OK, 0, "less than that", 0xFFFFFFFF, ERR_RECEIVED_DATA},
+        {"more than announced", bBody ? 9 : MF_REPLY_OK, 0, "more than that", 3, ERR_RECEIVED_DATA},
     };
-    const REPLYROW ROWS[] = {
-        {"refused", MF_REPLY_FAIL, 4711, "", 4711, true},
-        {"refused without a code", MF_REPLY_FAIL, 0, "", ERR_FAILED, true},
-        {"refused with a body", MF_REPLY_FAIL, 4712, "body", 4712, true},
-        {"no such status", 3, 1, "", ERR_RECEIVED_DATA, true},
-        {"no such status with a body", 255, 1, std::string(5000, 'b'), ERR_RECEIVED_DATA, true},
-        {"a body where none may be, or none where one must be", MF_REPLY_OK, 1, bBody ? "" : "body", ERR_RECEIVED_DATA,
-         true},
-    };
-    for (const REPLYROW& stReply : ROWS) {
+    for (const auto& stReply : ROWS) {
         SCOPED_TRACE(stReply.m_lpszName);
-        m_Step = [&](const PEERFRAME& stFrame) {
-            return stFrame.Reply(stReply.m_nStatus, stReply.m_nValue, stReply.m_strBody);
-        };
-        EXPECT_EQ(stRow.m_lpfnRun(m_stLink), stReply.m_nCode);
-        EXPECT_EQ(m_stLink.m_nSocket != -1, stReply.m_bOpen);
-        ExpectSends(1);
-        ExpectWorks(stRow);
-    }
-    // A head that announces 4 GB, or less than there is.
-    for (const unsigned nLen : {0xFFFFFFFFu, 3u}) {
-        m_Step = [&](const PEERFRAME& stFrame) {
-            std::string strReply = stFrame.Reply(bBody ? 9 : MF_REPLY_OK, 0, "longer than that");
-            Put(strReply, 8, nLen);
+        Answer([&](const PEERFRAME& stFrame) {
+            std::string strReply = stFrame.Reply(stReply.m_nStatus, stReply.m_nValue, stReply.m_strBody);
+            Put(strReply, 8, stReply.m_nAnnounced);
             return strReply;
-        };
-        EXPECT_EQ(stRow.m_lpfnRun(m_stLink), ERR_RECEIVED_DATA);
-        EXPECT_EQ(m_stLink.m_nSocket, -1) << "bytes that belong to nobody";
-        ExpectWorks(stRow);
+        });
+        EXPECT_EQ(Run(), stReply.m_nCode);
+        // Bytes that belong to nobody end the link.
+        EXPECT_EQ(m_stLink.m_nSocket != -1, stReply.m_nAnnounced == stReply.m_strBody.size());
+        ExpectSends(1);
     }
-    // Pending replies of any token come before the right one, in pieces or not.
-    m_Step = [&](const PEERFRAME& stFrame) {
+    // Pending replies of any token come before the right one.
+    Answer([&](const PEERFRAME& stFrame) {
         std::string strReply;
         for (int i = 0; i < 300; ++i)
             strReply += HeadBytes(MF_REPLY_PENDING, stFrame.Token() + i, i % 2, i, 0);
         return strReply + Welcome(stFrame).m_strBytes;
-    };
-    EXPECT_EQ(stRow.m_lpfnRun(m_stLink), ERR_OK);
+    });
+    EXPECT_EQ(Run(), ERR_OK);
     ExpectSends(1);
 }
 
-// --- single commands -------------------------------------------------------------------------------------------------
+TEST_P(DBInterfaceExchange, ReconnectsWhenTheLinkBrokeWhileNothingWasUnderWay) {
+    m_Script = [](const PEERFRAME& stFrame) { return PEERANSWER(stFrame.Reply(MF_REPLY_OK, 5), PEER_RESETS); };
+    EXPECT_EQ(m_stLink.Run("commit"), 5);
+    m_Script = nullptr;
+    pollfd stPoll{m_stLink.m_nSocket, POLLIN, 0};
+    EXPECT_EQ(poll(&stPoll, 1, -1), 1);
+    const bool bLogOut = GetParam().m_nCommand == MF_CMD_LOGOUT;
+    EXPECT_EQ(Run(), GetParam().m_nResetSends == 3 || bLogOut ? ERR_OK : ERR_SEND);
+    EXPECT_EQ(m_stLink.Run("commit"), 5);
+}
 
-class DBInterfaceCommand : public DBInterfaceExchange {};
-INSTANTIATE_TEST_SUITE_P(One, DBInterfaceCommand, testing::Values(REQUESTS[0]), [](auto&) { return "Execute"; });
+TEST_P(DBInterfaceExchange, OutlivesAnyBytes) {
+    std::mt19937 stRandom(static_cast<unsigned>(GetParam().m_nCommand));
+    for (int i = 0; i < 60; ++i) {
+        Answer([&](const PEERFRAME& stFrame) {
+            std::string strReply = Welcome(stFrame).m_strBytes;
+            for (int n = 0; n < 4; ++n)
+                strReply[stRandom() % (n == 0 ? 12 : strReply.size())] = static_cast<char>(stRandom());
+            if (stRandom() % 2) strReply.resize(stRandom() % strReply.size());
+            return PEERANSWER(strReply, stRandom() % 2 ? PEER_CLOSES : PEER_RESETS);
+        });
+        Run();
+        m_Script = nullptr;
+        EXPECT_TRUE(m_stLink.IsFree());
+        EXPECT_EQ(m_stLink.Run("commit"), 5);
+    }
+}
 
 /** A plan as the sender leaves it, with the fields that tell of the sender. */
 std::string PlanBytes(CTestLink& stLink, const std::string& strSql) {
@@ -256,8 +220,9 @@ std::string PlanBytes(CTestLink& stLink, const std::string& strSql) {
     return strPlan;
 }
 
-TEST_P(DBInterfaceCommand, SendsEachRequestByteForByte) {
-    Open(REQUESTS[0]);
+TEST_F(CLinkTest, SendsEachRequestByteForByte) {
+    m_strBlock = CRecordsetMaker("A:1").Row(1, "1").Block();
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
     ASSERT_EQ(m_stLink.UseDatabase("shop"), ERR_OK);
     CMemDBRecordset stSet;
     MakeChanged(stSet);
@@ -292,9 +257,9 @@ TEST_P(DBInterfaceCommand, SendsEachRequestByteForByte) {
         {5, -77, "", ""},
         {6, 0, "", PlanBytes(m_stLink, "begin work")},
         {7, 0xFFFE, "", REDO_RECORD},
-        {9, 0, "shop", ""},
-        {10, 0, "", ""},
-        {8, 0, strLogOut, ""},
+        {10, 0, "shop", ""},
+        {8, 0, "", ""},
+        {9, 0, strLogOut, ""},
     };
     m_stPeer.Frames(0, true);
     for (const auto& stRow : ROWS) {
@@ -307,125 +272,6 @@ TEST_P(DBInterfaceCommand, SendsEachRequestByteForByte) {
                       stRow.m_strBody)
             << stRequest.m_lpszName;
     }
-}
-
-TEST_P(DBInterfaceCommand, GoesOnAfterALostReplyWithTheSamePlan) {
-    Open(REQUESTS[0]);
-    ASSERT_EQ(m_stLink.UseDatabase("shop"), ERR_OK);
-    int nLost = 2;
-    m_Step = [&](const PEERFRAME& stFrame) {
-        return nLost-- > 0 ? PEERANSWER("abc", PEER_CLOSES) : stFrame.Reply(MF_REPLY_OK, 42);
-    };
-    m_stPeer.Frames(0, true);
-    EXPECT_EQ(m_stLink.Run("begin"), 42);
-    // Each time a new login that presents the session, and the database again.
-    std::vector<int> arCommand;
-    for (const PEERFRAME& stFrame : m_stPeer.Frames()) {
-        arCommand.push_back(stFrame.Command());
-        EXPECT_EQ(Get<int>(stFrame.m_strHead, 4), stFrame.Command() == MF_CMD_LOGIN ? SESSION_ID : 0);
-    }
-    EXPECT_EQ(arCommand, (std::vector<int>{5, 65, 20, 25, 5, 65, 20, 25, 5}));
-    // A link that broke while nothing was under way: the request is sent once more, with its token.
-    m_Step = [&](const PEERFRAME& stFrame) { return PEERANSWER(stFrame.Reply(MF_REPLY_OK, 1), PEER_RESETS); };
-    EXPECT_EQ(m_stLink.Run("begin"), 1);
-    m_Step = nullptr;
-    EXPECT_EQ(m_stLink.Run("begin"), 5);
-    EXPECT_EQ(m_stLink.m_nSessionID, SESSION_ID);
-    // Nobody answers any more: the loss of the link is told first, then that there is none.
-    m_stPeer.Stop();
-    EXPECT_EQ(m_stLink.Run("begin"), -ERR_RECEIVE);
-    EXPECT_EQ(m_nSlept, 4 * 100'000);
-    EXPECT_EQ(m_stLink.Run("begin"), -ERR_CONNECT);
-    EXPECT_EQ(m_stLink.m_bLogin, 1) << "the next request tries again";
-    EXPECT_TRUE(m_stLink.IsFree());
-}
-
-TEST_P(DBInterfaceCommand, TellsProgressAndStopsAtWill) {
-    Open(REQUESTS[0]);
-    struct SEEN {
-        std::string m_strSeen;
-        int m_nStopAt;
-    };
-    const KESTROPROGRESS Progress = [](void* pUser, const char* lpszText, int nTotal, int nCurrent) {
-        auto& stSeen = *static_cast<SEEN*>(pUser);
-        stSeen.m_strSeen += std::string(lpszText) + " " + std::to_string(nCurrent) + "/" + std::to_string(nTotal) + ";";
-        if (nCurrent == stSeen.m_nStopAt + 10) throw KestroExeception();
-        if (nCurrent == stSeen.m_nStopAt + 20) throw 1;
-        return static_cast<int>(nCurrent != stSeen.m_nStopAt);
-    };
-    m_Step = [&](const PEERFRAME& stFrame) {
-        std::string strParam(88, 'f'), strReply;
-        Put(strParam, 80, 100);
-        for (const int nCurrent : {-5, 50}) {
-            Put(strParam, 84, nCurrent);
-            strReply += stFrame.Reply(MF_REPLY_PENDING, 0, "", 1, strParam);
-            strReply += HeadBytes(MF_REPLY_PENDING, stFrame.Token() + 1, 1, 0, 0, "of another") +
-                        stFrame.Reply(MF_REPLY_PENDING, 0, "", 2, "no progress");
-        }
-        return strReply + stFrame.Reply(MF_REPLY_OK, 8);
-    };
-    const std::string strText(80, 'f');
-    const struct {
-        int m_nStopAt;
-        int m_nCode;
-        bool m_bSecond;
-    } ROWS[] = {{0, ERR_OK, true}, {-5, ERR_FAILED, false}, {40, ERR_EXCEPTION, true}, {30, ERR_EXCEPTION, true}};
-    for (const auto& stRow : ROWS) {
-        SEEN stSeen{"", stRow.m_nStopAt};
-        int nAffect = 0;
-        MF_EXECUTE_STATISTICS stStat;
-        EXPECT_EQ(m_stLink.Execute("begin", nAffect, &stStat, Progress, &stSeen), stRow.m_nCode);
-        EXPECT_EQ(stSeen.m_strSeen, strText + " -5/100;" + (stRow.m_bSecond ? strText + " 50/100;" : ""));
-        EXPECT_EQ(m_stLink.m_nSocket != -1, stRow.m_nCode == ERR_OK);
-        EXPECT_EQ(m_stLink.m_bBusy, 0);
-        EXPECT_EQ(Logged("888048099 Execute "), stRow.m_nCode == ERR_EXCEPTION);
-        const auto Step = m_Step;
-        ExpectWorks(REQUESTS[0]);
-        m_Step = Step;
-    }
-}
-
-TEST_P(DBInterfaceCommand, ReadsOnForALoginAndForUse) {
-    m_nCommand = MF_CMD_LOGIN;
-    int nStale = 4;
-    m_Step = [&](const PEERFRAME& stFrame) {
-        std::string strReply;
-        for (int i = 1; i <= nStale; ++i)
-            strReply += HeadBytes(MF_REPLY_OK, stFrame.Token() + i, 0, 1, i == 4 ? 9000 : 0) +
-                        std::string(i == 4 ? 9000 : 0, 'b');
-        return strReply + Welcome(stFrame).m_strBytes;
-    };
-    EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
-    EXPECT_EQ(m_stLink.m_nSessionID, SESSION_ID);
-    m_nCommand = MF_CMD_USE;
-    EXPECT_EQ(m_stLink.UseDatabase("shop"), ERR_OK);
-    EXPECT_EQ(m_stLink.m_bDatabaseNo, 9);
-    nStale = 5;
-    EXPECT_EQ(m_stLink.UseDatabase("shop"), ERR_OK) << "the fifth counts";
-    EXPECT_EQ(m_stLink.m_bDatabaseNo, 0);
-}
-
-TEST_P(DBInterfaceCommand, ReadsABodyOfAnyLengthOnce) {
-    Open(REQUESTS[2]);
-    CRecordsetMaker stMaker("A:6");
-    stMaker.Row(1, std::string((3 << 20) + 17, 'a')).Row(2, "b");
-    m_strBlock = stMaker.Block();
-    CMemDBRecordset stSet;
-    MF_EXECUTE_STATISTICS stStat{};
-    ASSERT_EQ(m_stLink.GetRecordset("begin", stSet, &stStat), ERR_OK);
-    EXPECT_EQ(stSet.GetRowNum(), 2);
-    EXPECT_EQ(stStat.m_nRowNum, 3) << "as the frame says";
-    // Bytes that are no recordset, and a cut one.
-    for (const std::size_t nLen : {std::size_t{1}, m_strBlock.size() - 1}) {
-        m_Step = [&](const PEERFRAME& stFrame) { return stFrame.Reply(MF_REPLY_OK, 1, m_strBlock.substr(0, nLen)); };
-        IKestroDBRecordset* pSet = nullptr;
-        char szSql[] = "begin";
-        EXPECT_NE(m_stLink.GetRecordset(szSql, &pSet, &stStat), ERR_OK);
-        ASSERT_TRUE(pSet);
-        EXPECT_EQ(pSet->GetRowNum(), 0);
-        pSet->Release();
-    }
-    ExpectWorks(REQUESTS[2]);
 }
 
 } // namespace

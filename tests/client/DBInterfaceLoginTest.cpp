@@ -25,27 +25,13 @@ protected:
         }
         return strBody;
     }
-    /** Answers the probe with the state of a cluster, anything else by the script or kindly. */
-    PEERANSWER Answer(const PEERFRAME& stFrame) {
-        if (stFrame.Command() == MF_CMD_CLUSTER_STATUS && !m_strCluster.empty())
-            return stFrame.Reply(MF_REPLY_OK, 0, m_strCluster);
-        return m_Script ? m_Script(stFrame) : Welcome(stFrame);
-    }
-    CScriptedPeer::SCRIPT Script() {
-        return [this](const PEERFRAME& stFrame) { return Answer(stFrame); };
-    }
-
-    std::string m_strCluster;
-    CScriptedPeer::SCRIPT m_Script;
-    CTestLink m_stLink;
 };
 
 TEST_F(DBInterfaceLogin, ProbesAndLogsIn) {
-    CScriptedPeer stPeer(Script());
     EXPECT_EQ(m_stLink.Run("begin"), -ERR_LINK_NOT_OPEN);
     EXPECT_EQ(m_stLink.UseDatabase("shop"), ERR_LINK_NOT_OPEN);
     const std::string strPassword(30, 'p');
-    ASSERT_EQ(m_stLink.OpenAt(stPeer.Port(), "127.0.0.1", strPassword.c_str()), ERR_OK);
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port(), "127.0.0.1", strPassword.c_str()), ERR_OK);
     EXPECT_TRUE(Logged("888000000 UserLogin Login successful (SessionID: 100, ThreadID: 200)!"));
     unsigned dwIP = 0;
     unsigned short usPort = 0;
@@ -61,7 +47,7 @@ TEST_F(DBInterfaceLogin, ProbesAndLogsIn) {
     Put(strLogin, 34, dwIP);
     Put(strLogin, 38, usPort);
     strLogin.replace(40, 3, "sys").replace(76, 24, 24, 'p');
-    std::vector<PEERFRAME> arFrame = stPeer.Frames(0, true);
+    std::vector<PEERFRAME> arFrame = m_stPeer.Frames(0, true);
     ASSERT_EQ(arFrame.size(), 2u);
     EXPECT_EQ(arFrame[0].m_strHead, HeadBytes(65, 0xFA, 0, 0, 0));
     EXPECT_EQ(arFrame[1].Bytes(), HeadBytes(20, 0, 0, 0, 0, strLogin));
@@ -71,10 +57,10 @@ TEST_F(DBInterfaceLogin, ProbesAndLogsIn) {
     m_Script = [](const PEERFRAME& stFrame) {
         return stFrame.Command() == MF_CMD_LOGOUT ? stFrame.Reply(MF_REPLY_FAIL, 12) : Welcome(stFrame);
     };
-    stPeer.Frames(0, true);
-    ASSERT_EQ(m_stLink.OpenAt(stPeer.Port()), ERR_OK);
+    m_stPeer.Frames(0, true);
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
     EXPECT_TRUE(Logged("888042010 UserLogOut User login logout, user name sys, return value: 12"));
-    arFrame = stPeer.Frames(0, true);
+    arFrame = m_stPeer.Frames(0, true);
     ASSERT_EQ(arFrame.size(), 3u) << "no database comes back";
     EXPECT_EQ(arFrame[0].Command(), MF_CMD_LOGOUT);
     EXPECT_EQ(Get<int>(arFrame[2].m_strHead, 4), 0);
@@ -83,12 +69,12 @@ TEST_F(DBInterfaceLogin, ProbesAndLogsIn) {
     m_Script = [](const PEERFRAME&) { return PEERANSWER("", PEER_CLOSES); };
     EXPECT_EQ(m_stLink.Run("begin"), -ERR_RECEIVE);
     EXPECT_EQ(m_stLink.m_nSessionID, SESSION_ID);
-    stPeer.Frames(0, true);
+    m_stPeer.Frames(0, true);
     m_stLink.Close();
     EXPECT_EQ(m_stLink.m_bLogin, 0);
     EXPECT_EQ(m_stLink.m_nSessionID, 0);
     EXPECT_STREQ(m_stLink.m_szUserName, "sys") << "no logout, so they stay";
-    EXPECT_TRUE(stPeer.Frames().empty());
+    EXPECT_TRUE(m_stPeer.Frames().empty());
 }
 
 TEST_F(DBInterfaceLogin, TellsAPortOfAnotherProtocol) {
@@ -110,8 +96,7 @@ TEST_F(DBInterfaceLogin, TellsAPortOfAnotherProtocol) {
             return PEERANSWER(std::string(lpszStart) + (*lpszStart == 4 ? strReply.substr(1) : ""),
                               *lpszStart == 4 ? PEER_STAYS : PEER_CLOSES);
         };
-        CScriptedPeer stPeer(Script());
-        EXPECT_EQ(m_stLink.OpenAt(stPeer.Port()), stRow.m_nCode);
+        EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), stRow.m_nCode);
         EXPECT_EQ(m_stLink.m_nSocket, -1);
         EXPECT_EQ(m_stLink.m_bLogin, 0);
         EXPECT_EQ(Logged("888043002 ConnectToService "), stRow.m_lpszProbe != nullptr);
@@ -122,8 +107,7 @@ TEST_F(DBInterfaceLogin, TellsAPortOfAnotherProtocol) {
             if (stFrame.Command() != MF_CMD_CLUSTER_STATUS) return Welcome(stFrame);
             return PEERANSWER(stFrame.Reply(nLen ? MF_REPLY_OK : MF_REPLY_FAIL, 5, std::string(nLen, '\x7f')));
         };
-        CScriptedPeer stPeer(Script());
-        EXPECT_EQ(m_stLink.OpenAt(stPeer.Port()), ERR_OK);
+        EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
         EXPECT_EQ(m_stLink.m_nAddressNum, 0);
     }
 }
@@ -136,35 +120,33 @@ TEST_F(DBInterfaceLogin, SurvivesALoginCutAtEachByte) {
         if (stFrame.Command() != MF_CMD_LOGIN || nThen == PEER_STAYS) return PEERANSWER(strReply);
         return PEERANSWER(strReply.substr(0, nCut), nThen);
     };
-    CScriptedPeer stPeer(Script());
     for (nCut = 0; nCut < 112; ++nCut) {
         nThen = nCut % 2 ? PEER_CLOSES : PEER_RESETS;
-        EXPECT_EQ(m_stLink.OpenAt(stPeer.Port()), nCut % 2 ? ERR_RECEIVE : ERR_LINK_RESET) << nCut;
+        EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), nCut % 2 ? ERR_RECEIVE : ERR_LINK_RESET) << nCut;
         EXPECT_EQ(m_stLink.m_nSocket, -1);
-        EXPECT_EQ(stPeer.Frames(MF_CMD_LOGIN, true).size(), 1u);
+        EXPECT_EQ(m_stPeer.Frames(MF_CMD_LOGIN, true).size(), 1u);
         nThen = PEER_STAYS;
-        ASSERT_EQ(m_stLink.OpenAt(stPeer.Port()), ERR_OK);
+        ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
         EXPECT_TRUE(m_stLink.IsFree());
-        stPeer.Frames(0, true);
+        m_stPeer.Frames(0, true);
     }
 }
 
 TEST_F(DBInterfaceLogin, OpensByAnAddressOrByADescriptor) {
-    CScriptedPeer stPeer(Script());
     char szUser[] = "sys", szIP[] = "127.0.0.1", szName[] = "shop";
     EXPECT_EQ(m_stLink.Open(szName, szUser, nullptr), ERR_DESCRIPTOR_FILE);
     EXPECT_EQ(m_stLink.Open(szIP, 0, szUser, nullptr), ERR_DESCRIPTOR_FILE);
     EXPECT_EQ(m_stLink.Open(szName, 1, szUser, nullptr), ERR_DESCRIPTOR_FILE);
     EXPECT_EQ(m_stLink.Open(nullptr, 1, szUser, nullptr), ERR_DESCRIPTOR_FILE);
     std::string strLong(50, 'u');
-    EXPECT_EQ(m_stLink.OpenWithAddress(strLong.data(), nullptr, HostIP(szIP), stPeer.Port(), 1), ERR_OK);
+    EXPECT_EQ(m_stLink.OpenWithAddress(strLong.data(), nullptr, HostIP(szIP), m_stPeer.Port(), 1), ERR_OK);
     EXPECT_EQ(m_stLink.m_szUserName, std::string(32, 'u'));
-    EXPECT_EQ(stPeer.Frames(MF_CMD_LOGIN)[0].m_strHead[13], 1) << "a direct connection says so";
-    stPeer.Stop();
-    EXPECT_EQ(m_stLink.OpenAt(stPeer.Port()), ERR_CONNECT);
+    EXPECT_EQ(m_stPeer.Frames(MF_CMD_LOGIN)[0].m_strHead[13], 1) << "a direct connection says so";
+    m_stPeer.Stop();
+    EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_CONNECT);
     EXPECT_EQ(m_nSlept, 0);
     EXPECT_TRUE(Logged("888003002 Connect Connection to server failed, error code: 111, server IP: 127.0.0.1, port: " +
-                       std::to_string(stPeer.Port())));
+                       std::to_string(m_stPeer.Port())));
     IKestroDBConnection* pConnection = nullptr;
     EXPECT_EQ(CreateKestroDBInstance(pConnection), 0);
     pConnection->Release();
@@ -178,15 +160,15 @@ TEST_F(DBInterfaceLogin, OpensByAnAddressOrByADescriptor) {
 }
 
 TEST_F(DBInterfaceLogin, FollowsTheClusterToItsMaster) {
-    CScriptedPeer stHere(Script()), stMaster(Script(), "127.0.0.2");
-    std::vector<NODE> arNode{{"127.0.0.1", stHere.Port()}, {"127.0.0.2", stMaster.Port()}};
+    CScriptedPeer stMaster(Welcome, "127.0.0.2");
+    std::vector<NODE> arNode{{"127.0.0.1", m_stPeer.Port()}, {"127.0.0.2", stMaster.Port()}};
     m_strCluster = Cluster(arNode[1], arNode, 2);
-    ASSERT_EQ(m_stLink.OpenAt(stHere.Port()), ERR_OK);
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
     EXPECT_EQ(m_stLink.m_nAddressIndex, 1);
     EXPECT_EQ(m_stLink.m_dwServerIP, inet_addr("127.0.0.2"));
     EXPECT_EQ(m_stLink.m_arrAddress[1].m_nNodeInfo, 1001u);
     EXPECT_EQ(stMaster.Frames(MF_CMD_LOGIN).size(), 1u);
-    EXPECT_EQ(stHere.Frames(MF_CMD_LOGIN).size(), 0u);
+    EXPECT_EQ(m_stPeer.Frames(MF_CMD_LOGIN).size(), 0u);
 
     // Twelve nodes, of which ten count, or a number that isn't one; here is the master.
     arNode.resize(12, {"127.0.0.3", 1});
@@ -196,7 +178,7 @@ TEST_F(DBInterfaceLogin, FollowsTheClusterToItsMaster) {
     } ROWS[] = {{12, 10}, {-1, 0}, {0x7FFFFFFF, 10}, {1, 1}};
     for (const auto& stRow : ROWS) {
         m_strCluster = Cluster(arNode[0], arNode, stRow.m_nNum);
-        ASSERT_EQ(m_stLink.OpenAt(stHere.Port()), ERR_OK);
+        ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
         EXPECT_EQ(m_stLink.m_nAddressNum, stRow.m_nCounted);
         EXPECT_EQ(m_stLink.m_dwServerIP, inet_addr("127.0.0.1"));
     }
@@ -204,12 +186,12 @@ TEST_F(DBInterfaceLogin, FollowsTheClusterToItsMaster) {
     stMaster.Stop();
     arNode.resize(2);
     m_strCluster = Cluster(arNode[1], arNode, 2);
-    ASSERT_EQ(m_stLink.OpenAt(stHere.Port()), ERR_OK);
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
     EXPECT_EQ(m_stLink.m_dwServerIP, inet_addr("127.0.0.1"));
     EXPECT_EQ(m_stLink.Run("begin"), 5);
     // A direct connection counts, and goes nowhere.
     char szUser[] = "sys";
-    ASSERT_EQ(m_stLink.OpenWithAddress(szUser, szUser, HostIP("127.0.0.1"), stHere.Port(), 1), ERR_OK);
+    ASSERT_EQ(m_stLink.OpenWithAddress(szUser, szUser, HostIP("127.0.0.1"), m_stPeer.Port(), 1), ERR_OK);
     EXPECT_EQ(m_stLink.m_nAddressNum, 2);
 }
 
@@ -221,15 +203,15 @@ TEST_F(DBInterfaceLogin, MovesToTheNextNode) {
         if (stFrame.Command() == MF_CMD_EXECUTE) return PEERANSWER(stFrame.Reply(MF_REPLY_OK, 22));
         return stAnswer;
     };
-    CScriptedPeer stFirst(Script()), stSecond(Second, "127.0.0.2");
-    const std::vector<NODE> arNode{{"127.0.0.1", stFirst.Port()}, {"127.0.0.3", 1}, {"127.0.0.2", stSecond.Port()}};
+    CScriptedPeer stSecond(Second, "127.0.0.2");
+    const std::vector<NODE> arNode{{"127.0.0.1", m_stPeer.Port()}, {"127.0.0.3", 1}, {"127.0.0.2", stSecond.Port()}};
     m_strCluster = Cluster(arNode[0], arNode, 3);
     bool bLeave = false;
     m_Script = [&](const PEERFRAME& stFrame) {
         return stFrame.Command() == MF_CMD_EXECUTE && bLeave ? stFrame.Reply(MF_REPLY_FAIL, ERR_NODE_LEFT)
                                                              : Welcome(stFrame);
     };
-    ASSERT_EQ(m_stLink.OpenAt(stFirst.Port()), ERR_OK);
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
     bLeave = true;
     EXPECT_EQ(m_stLink.Run("begin"), 22) << "told to leave";
     EXPECT_EQ(m_nSlept, 4 * 100'000) << "the node between refuses";
@@ -237,8 +219,8 @@ TEST_F(DBInterfaceLogin, MovesToTheNextNode) {
     EXPECT_EQ(m_stLink.m_nAddressIndex, 0) << "the next switch begins there again";
 
     bLeave = false;
-    ASSERT_EQ(m_stLink.OpenAt(stFirst.Port()), ERR_OK);
-    stFirst.Stop();
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+    m_stPeer.Stop();
     EXPECT_EQ(m_stLink.Run("begin"), 22) << "the node is gone";
     nServerID = 8;
     stSecond.Stop();
@@ -248,10 +230,9 @@ TEST_F(DBInterfaceLogin, MovesToTheNextNode) {
 }
 
 TEST_F(DBInterfaceLogin, EndsASessionThatCannotGoOn) {
-    CScriptedPeer stPeer(Script());
     for (const int nCommand : {int{MF_CMD_LOGIN}, int{MF_CMD_USE}, 0}) {
         m_Script = nullptr;
-        ASSERT_EQ(m_stLink.OpenAt(stPeer.Port()), ERR_OK);
+        ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
         ASSERT_EQ(m_stLink.UseDatabase(std::string(31, 'd').c_str()), ERR_OK);
         EXPECT_EQ(m_stLink.UseDatabase(std::string(32, 'd').c_str()), ERR_FAILED);
         EXPECT_EQ(m_stLink.m_bDatabaseNo, 9);
@@ -272,9 +253,9 @@ TEST_F(DBInterfaceLogin, EndsASessionThatCannotGoOn) {
     }
     // With the link lost, USE reconnects as every request does.
     m_Script = nullptr;
-    stPeer.Frames(0, true);
+    m_stPeer.Frames(0, true);
     EXPECT_EQ(m_stLink.UseDatabase("other"), ERR_OK);
-    EXPECT_EQ(stPeer.Frames(MF_CMD_USE).size(), 2u);
+    EXPECT_EQ(m_stPeer.Frames(MF_CMD_USE).size(), 2u);
 }
 
 } // namespace

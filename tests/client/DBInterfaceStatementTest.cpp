@@ -13,11 +13,112 @@ protected:
         m_stPeer.Frames(0, true);
         Log();
     }
-
-    CScriptedPeer::SCRIPT m_Script = Welcome;
-    CScriptedPeer m_stPeer{[this](const PEERFRAME& stFrame) { return m_Script(stFrame); }};
-    CTestLink m_stLink;
 };
+
+TEST_F(DBInterfaceStatement, GoesOnAfterALostReplyWithTheSamePlan) {
+    int nLost = 2;
+    m_Script = [&](const PEERFRAME& stFrame) {
+        if (stFrame.Command() != MF_CMD_EXECUTE) return Welcome(stFrame);
+        return nLost-- > 0 ? PEERANSWER("abc", PEER_CLOSES) : stFrame.Reply(MF_REPLY_OK, 42);
+    };
+    EXPECT_EQ(m_stLink.Run("begin"), 42);
+    // Each time a new login that presents the session, and the database again.
+    std::vector<int> arCommand;
+    for (const PEERFRAME& stFrame : m_stPeer.Frames()) {
+        arCommand.push_back(stFrame.Command());
+        EXPECT_EQ(Get<int>(stFrame.m_strHead, 4), stFrame.Command() == MF_CMD_LOGIN ? SESSION_ID : 0);
+    }
+    EXPECT_EQ(arCommand, (std::vector<int>{5, 65, 20, 25, 5, 65, 20, 25, 5}));
+    // A link that broke while nothing was under way.
+    m_Script = [](const PEERFRAME& stFrame) { return PEERANSWER(stFrame.Reply(MF_REPLY_OK, 1), PEER_RESETS); };
+    EXPECT_EQ(m_stLink.Run("begin"), 1);
+    m_Script = nullptr;
+    EXPECT_EQ(m_stLink.Run("begin"), 5);
+    // Nobody answers any more: the loss of the link is told first, then that there is none.
+    m_stPeer.Stop();
+    EXPECT_EQ(m_stLink.Run("begin"), -ERR_RECEIVE);
+    EXPECT_EQ(m_nSlept, 4 * 100'000);
+    EXPECT_EQ(m_stLink.Run("begin"), -ERR_CONNECT);
+    EXPECT_EQ(m_stLink.m_bLogin, 1) << "the next request tries again";
+    EXPECT_TRUE(m_stLink.IsFree());
+}
+
+struct SEEN {
+    std::string m_strSeen;
+    int m_nStopAt;
+};
+int SeeProgress(void* pUser, const char* lpszText, int nTotal, int nCurrent) {
+    auto& stSeen = *static_cast<SEEN*>(pUser);
+    stSeen.m_strSeen += std::string(lpszText) + " " + std::to_string(nCurrent) + "/" + std::to_string(nTotal) + ";";
+    if (nCurrent == stSeen.m_nStopAt + 10) throw KestroExeception();
+    if (nCurrent == stSeen.m_nStopAt + 20) throw 1;
+    return nCurrent != stSeen.m_nStopAt;
+}
+
+TEST_F(DBInterfaceStatement, TellsProgressAndStopsAtWill) {
+    const std::string strText(80, 'f');
+    const struct {
+        int m_nStopAt, m_nCode;
+        const char* m_lpszSecond;
+    } ROWS[] = {{0, ERR_OK, " 50/100;"}, {-5, ERR_FAILED, ""}, {40, ERR_EXCEPTION, " 50/100;"}, {30, 2, " 50/100;"}};
+    for (const auto& stRow : ROWS) {
+        m_Script = [&](const PEERFRAME& stFrame) {
+            std::string strParam(88, 'f'), strReply;
+            Put(strParam, 80, 100);
+            for (const int nCurrent : {-5, 50}) {
+                Put(strParam, 84, nCurrent);
+                strReply += stFrame.Reply(MF_REPLY_PENDING, 0, "", 1, strParam) +
+                            HeadBytes(MF_REPLY_PENDING, stFrame.Token() + 1, 1, 0, 0, "of another") +
+                            stFrame.Reply(MF_REPLY_PENDING, 0, "", 2, "no progress");
+            }
+            return strReply + stFrame.Reply(MF_REPLY_OK, 8);
+        };
+        SEEN stSeen{"", stRow.m_nStopAt};
+        int nAffect = 0;
+        EXPECT_EQ(m_stLink.Execute("begin", nAffect, nullptr, SeeProgress, &stSeen), stRow.m_nCode);
+        EXPECT_EQ(stSeen.m_strSeen, strText + " -5/100;" + (*stRow.m_lpszSecond ? strText + stRow.m_lpszSecond : ""));
+        EXPECT_EQ(m_stLink.m_nSocket != -1, stRow.m_nCode == ERR_OK);
+        EXPECT_TRUE(m_stLink.IsFree() && m_stLink.m_bBusy == 0);
+        EXPECT_EQ(Logged("888048099 Execute "), stRow.m_nCode == ERR_EXCEPTION);
+        m_Script = nullptr;
+        EXPECT_EQ(m_stLink.Run("begin"), 5);
+    }
+}
+
+TEST_F(DBInterfaceStatement, ReadsOnForALoginAndForUse) {
+    int nStale = 4;
+    m_Script = [&](const PEERFRAME& stFrame) {
+        std::string strReply;
+        for (int i = 1; i <= nStale && stFrame.Command() != MF_CMD_CLUSTER_STATUS; ++i)
+            strReply +=
+                HeadBytes(1, stFrame.Token() + i, 0, 1, i == 4 ? 9000 : 0) + std::string(i == 4 ? 9000 : 0, 'b');
+        return strReply + Welcome(stFrame).m_strBytes;
+    };
+    EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+    EXPECT_EQ(m_stLink.m_nSessionID, SESSION_ID);
+    EXPECT_EQ(m_stLink.UseDatabase("shop"), ERR_OK);
+    EXPECT_EQ(m_stLink.m_bDatabaseNo, 9);
+    nStale = 5;
+    EXPECT_EQ(m_stLink.UseDatabase("shop"), ERR_OK) << "the fifth counts";
+    EXPECT_EQ(m_stLink.m_bDatabaseNo, 0);
+}
+
+TEST_F(DBInterfaceStatement, ReadsABodyOfAnyLength) {
+    m_strBlock = CRecordsetMaker("A:6").Row(1, std::string((3 << 20) + 17, 'a')).Row(2, "b").Block();
+    CMemDBRecordset stSet;
+    MF_EXECUTE_STATISTICS stStat{};
+    ASSERT_EQ(m_stLink.GetRecordset("begin", stSet, &stStat), ERR_OK);
+    EXPECT_EQ(stSet.GetRowNum(), 2);
+    EXPECT_EQ(int{stStat.m_nRowNum}, 3) << "as the frame says";
+    m_strBlock.pop_back();
+    IKestroDBRecordset* pSet = nullptr;
+    char szSql[] = "begin";
+    EXPECT_NE(m_stLink.GetRecordset(szSql, &pSet, &stStat), ERR_OK);
+    ASSERT_TRUE(pSet);
+    EXPECT_EQ(pSet->GetRowNum(), 0);
+    pSet->Release();
+    EXPECT_TRUE(m_stLink.IsFree());
+}
 
 TEST_F(DBInterfaceStatement, CallsAgainWhenTheClusterIsBack) {
     int nLeft = 50;
@@ -148,7 +249,6 @@ TEST_F(DBInterfaceStatement, DescribesAPlan) {
     EXPECT_EQ(int{stDescribe.m_nValue}, -9);
     m_strPlanInfo.replace(72, 4, "\xF7\xBF\xBF\xBF");
     EXPECT_EQ(m_stLink.GetExecutePlanInfo("begin", &stDescribe, nullptr), ERR_FAILED);
-    m_strPlanInfo.assign(172, '\0');
 }
 
 TEST_F(DBInterfaceStatement, SavesOnlyWhatChanged) {
@@ -243,6 +343,7 @@ TEST_F(DBInterfaceStatement, RunsAStatementAsItsFirstWordTells) {
         {"((commit))", ERR_OK, 11, MF_CMD_EXECUTE, 0},
         {"use shop", ERR_OK, 14, MF_CMD_USE, 0},
         {"EXPLAIN begin", ERR_OK, 0, MF_CMD_PLAN_INFO, 0},
+        {"(Select A from T)", ERR_OK, 1, MF_CMD_QUERY, 100}, // the rows of a page
         {"savepoint a", 502, 13, 0, 502},
         {"beginning", 502, 10, 0, 502},
         {"frobnicate", static_cast<int>(0x80004005), 99, 0, ERR_FAILED},
@@ -275,14 +376,13 @@ TEST_F(DBInterfaceStatement, RunsAStatementAsItsFirstWordTells) {
         {"()", "", ")"},
         {"select*from t", "select*from t", "select"},
     };
+    char szWord[34];
     for (const auto& [lpszSql, lpszText, lpszWord] : TRIMMED) {
         std::string strSql(lpszSql);
-        char szWord[34];
         EXPECT_STREQ(CDBInterface::RemoveSpaceFromString(strSql.data(), szWord), lpszText) << lpszSql;
         EXPECT_STREQ(szWord, lpszWord) << lpszSql;
     }
     std::string strDeep = std::string(1'000'000, '(') + "a" + std::string(1'000'000, ')');
-    char szWord[34];
     EXPECT_STREQ(CDBInterface::RemoveSpaceFromString(strDeep.data(), szWord), "a");
 }
 

@@ -3,11 +3,13 @@
 #include "MemDBRecordset.h"
 
 #include <algorithm>
+#include <cmath>
 #include <random>
 
 #include "ChunkFault.h"
 #include "ExactBytes.h"
 #include "RecordsetMaker.h"
+#include "RecordsetNumberText.h"
 #include "TraceHook.h"
 #include "ValueRows.h"
 
@@ -96,12 +98,8 @@ TEST(MemDBRecordset, FindsFieldsByTheirCrossedNames) {
     CMemDBRecordset stSet;
     const std::string strLong(70, 'n');
     ASSERT_EQ(Analyse(stSet, CRecordsetMaker("ID:1|名:6|ID:6|T_ID:2|" + strLong + ":1").Block()), ERR_OK);
-    EXPECT_STREQ(stSet.FieldName(1), "名");
-    EXPECT_STREQ(stSet.FieldNameW(1), L"名");
-    EXPECT_STREQ(stSet.FieldTitle(1), "T_名");
-    EXPECT_STREQ(stSet.FieldTitleW(1), L"T_名");
-    EXPECT_STREQ(stSet.FieldBaseTableName(0), "TAB");
-    EXPECT_STREQ(stSet.FieldBaseTableNameW(0), L"TAB");
+    EXPECT_EQ(std::string(stSet.FieldName(1)) + stSet.FieldTitle(1) + stSet.FieldBaseTableName(0), "名T_名TAB");
+    EXPECT_EQ(std::wstring(stSet.FieldNameW(1)) + stSet.FieldTitleW(1) + stSet.FieldBaseTableNameW(0), L"名T_名TAB");
     EXPECT_EQ(stSet.FieldName(4), strLong.substr(0, 63));
     EXPECT_EQ(stSet.FieldName(5), nullptr);
     // The last of equal names; a title only where no name is.
@@ -116,29 +114,23 @@ TEST(MemDBRecordset, FindsFieldsByTheirCrossedNames) {
 
 TEST(MemDBRecordset, RefusesHeadsThatTheBlockCanNotHold) {
     const std::string strBlock = MixedBlock();
-    const auto Code = [&](std::size_t nOffset, UINT nValue) {
+    const auto nSize = static_cast<UINT>(strBlock.size());
+    UINT nRow;
+    std::memcpy(&nRow, &strBlock[8], 4);
+    // Fields, rows, where the rows are, a name, the table's name, the length of a row.
+    const std::pair<UINT, UINT> arPatch[] = {
+        {0, 0xFFFFFFFF}, {0, 257},           {4, 0x80000000},    {4, 4},    {8, nSize + 1},
+        {8, 0xFFFFFFF0}, {28, nSize},        {36, 0xFFFFFFFF},   {nRow, 0}, {nRow, 11},
+        {nRow, nSize},   {nRow, 0x7FFFFFFF}, {nRow, 0xFFFFFFFF},
+    };
+    for (const auto& [nOffset, nValue] : arPatch) {
         std::string strPatched = strBlock;
         strPatched.replace(nOffset, 4, RawBytes(nValue));
         CMemDBRecordset stSet;
         const CChunkFault stNothingLeft;
-        const int nCode = Analyse(stSet, strPatched);
+        EXPECT_EQ(Analyse(stSet, strPatched), 37) << nOffset << " " << nValue;
         EXPECT_EQ(stSet.GetRowNum(), 0);
-        stSet.Free();
-        return nCode;
-    };
-    const auto nSize = static_cast<UINT>(strBlock.size());
-    EXPECT_EQ(Code(0, 0xFFFFFFFF), 37);
-    EXPECT_EQ(Code(0, 257), 37);
-    EXPECT_EQ(Code(4, 0x80000000), 37);
-    EXPECT_EQ(Code(4, 4), 37);
-    EXPECT_EQ(Code(8, nSize + 1), 37);
-    EXPECT_EQ(Code(8, 0xFFFFFFF0), 37);
-    EXPECT_EQ(Code(16 + 12, nSize), 37);
-    EXPECT_EQ(Code(16 + 20, 0xFFFFFFFF), 37);
-    UINT nFirstRow;
-    std::memcpy(&nFirstRow, &strBlock[8], 4);
-    for (const UINT nRowLen : {0u, 11u, nSize, 0x7FFFFFFFu, 0xFFFFFFFFu})
-        EXPECT_EQ(Code(nFirstRow, nRowLen), 37) << nRowLen;
+    }
     CMemDBRecordset stSet;
     EXPECT_EQ(stSet.AnalysisRecordset(nullptr, 100, 1), 4);
 }
@@ -233,11 +225,10 @@ TEST(MemDBRecordset, MovesItsCursor) {
         ASSERT_EQ(Analyse(stSet, CRecordsetMaker("A:1").Row(10, "0").Row(11, "1").Row(12, "2").Block()), ERR_OK);
         EXPECT_EQ(Walk(stSet, st.m_lpszMoves), st.m_lpszSteps);
     }
-    CMemDBRecordset stEmpty;
-    EXPECT_EQ(Walk(stEmpty, "fnpL0"), "f-be n-be p-be L-be !0-be ");
     CMemDBRecordset stSet;
-    ASSERT_EQ(Analyse(stSet, CRecordsetMaker("A:1").Row(10, "0").Row(11, "1").Row(12, "2").Block()), ERR_OK);
-    EXPECT_EQ(stSet.SetCurrentRow(12LL), ERR_OK);
+    EXPECT_EQ(Walk(stSet, "fnpL0"), "f-be n-be p-be L-be !0-be ");
+    ASSERT_EQ(Analyse(stSet, CRecordsetMaker("A:1").Row(10, "0").Row(11, "1").Block()), ERR_OK);
+    EXPECT_EQ(stSet.SetCurrentRow(11LL), ERR_OK);
     EXPECT_EQ(stSet.SetCurrentRow(10LL), ERR_OK);
     EXPECT_EQ(stSet.SetCurrentRow(13LL), 1);
     EXPECT_EQ(Walk(stSet, "n"), "n11 ");
@@ -325,6 +316,23 @@ TEST(MemDBRecordset, WritesItselfAsCsv) {
     char* lpszText = nullptr;
     EXPECT_EQ(stEmpty.RecordsetToCSV(lpszText), ERR_OK);
     EXPECT_EQ(lpszText, nullptr);
+}
+
+TEST(MemDBRecordset, WritesDoublesAsTheCLibraryDoes) {
+    std::mt19937_64 stRandom(20170320);
+    const auto Check = [](double dblValue) {
+        char szText[FIXED_TEXT_SIZE];
+        ASSERT_EQ(std::string(szText, WriteFixed(dblValue, szText)), PrintText("%f", dblValue)) << dblValue;
+    };
+    for (const double dbl :
+         {0.0, -0.0, 5e-7, 4.9999e-7, 1.5e-6, 2.5e-6, 0.5, 1e12, 999999999999.9999995, 1e300, 5e-324})
+        Check(dbl), Check(-dbl);
+    for (int i = 0; i < 20000; ++i) {
+        const double dblMantissa = static_cast<double>(static_cast<std::int64_t>(stRandom()));
+        // All magnitudes, and halves of the last place.
+        Check(std::ldexp(dblMantissa, -static_cast<int>(stRandom() % 100)));
+        Check(static_cast<double>(stRandom() % 1000000) / 128 / 15625);
+    }
 }
 
 } // namespace

@@ -90,6 +90,8 @@ TEST(ParseConditionTest, ComparisonsAndLogic) {
         {"a is null and b is not true", "(and (is A:1 NULL:4) (isnot B:1 TRUE:1))"},
         {"a like 'x%' or b not like 'y_' or 'x' like c",
          "(or (or (like A:1 'x\\1':4) (notlike B:1 'y\\2':4)) (like 'x':4 C:1))"},
+        {"t.type like 'x' and not comment like 'y' or a not like -b",
+         "(or (and (like 1.TYPE:1 'x':4) !(like COMMENT:1 'y':4)) (notlike A:1 (neg B):1))"},
         {"a like 'x!%%' escape '!' and b = 1", "(and (like A:1 'x%\\1':4) (= B:1 1:4))"},
         {"a in (1+1, 2)", "(in A:1 {2 2})"},
         {"a not in (b, -1, 'x') and c in ((1+2)*3)", "(and (notin A:1 [B -1 'x']) (in C:1 {9}))"},
@@ -116,7 +118,8 @@ TEST(ParseConditionTest, FaultsTellTheirWord) {
         {"558:",
          {"^", "(^)", "^= 1", "^)", "^node", "a = (b ^= 1)", "a between ^1", "a between 1 ^or 2",
           "a between (1 ^and 2)", "1+2 ^like 'x'", "upper(a) ^not like 'x'", "a(+^)", "a between 1(+) ^and 2",
-          "a = ANY (^1)", "^prior a = b", "a ^exists (select b from s)"}},
+          "a in (1)^(+) and b = c", "(a = 1)^(+) and b = c", "a = ANY (^1)", "^prior a = b",
+          "a ^exists (select b from s)"}},
         {"567:", {"a in (^select b from s for update)", "a = (^select b from s for update)"}},
         {"610:", {"a = b ^= c"}},
     };

@@ -166,7 +166,7 @@ TEST(ParseData, CompilesUpdate) {
          "q1.1 from 1:A, 2:B tree (1 left 2) where+join (and {(=r 1.X:1 2.X:1)} (and - (= 2.Z:1 1:4))):3 (Y#1 = "
          "2.Y:1)"},
         {"update node t set a = 1", "99 at 0"},
-        {"update node set a = 1", "553 at 1"},
+        {"update node set a = 1", "q1.1 from 1:NODE (A = 1:4)"},
         {"update t set a", "507 at 3"},
         {"update t set a =", "507 at 3"},
         {"update t set a = where b = 1", "507 at 3"},

@@ -176,6 +176,8 @@ TEST(ParseExpression, ErrorsTellTheirWord) {
         {"nvl(a,)", "515 at 4"},
         {"round()", "515 at 2"},
         {"round(1, 2, 3)", "612 at 7"},
+        {"round(1, 2, 3) + xml_extract(a)", "612 at 7"},
+        {"1 + xml_extract(a)", "609 at 5"},
         {"now(1)", "517 at 0"},
         {"abs(a) b", "514 at 4"},
         {"abs(a + )", "515 at 4"},

@@ -37,7 +37,8 @@ TEST(ParseJoin, MovesOuterComparisonsIntoTheTree) {
          " tree (1 left 2) where+join (and {(=r 1.X:1 2.X:1)} (and - (=l 2.Y:1 1.Y:1))):4"},
         {"a, b where not (a.x = b.x(+) or a.y = 2)",
          " tree (1 left 2) where+join (and {(=r 1.X:1 2.X:1)} !(or - (= 1.Y:1 2:4))):3"},
-        // One object, one that isn't known, and one side that is no field.
+        // One object, one that isn't known, one of an outer query, and one side that is no field.
+        {"t, (select 1 from u where u.a(+) = t.b) x", ""},
         {"a where a.x = a.y(+)", ""},
         {"a, b where x = b.x(+)", ""},
         {"a, b where a.x = b.x(+) + 1", ""},

@@ -64,6 +64,13 @@ constexpr ROW PLANS[] = {
      "where z=d.b)",
      "q1.1 a=A:1 from 3:[q2.2/1 b=B:1 from 1:U then-all q3.2/1 c=C:1 from 2:V](d), 5:[q4.2/1 e=E:1 from 4:W] where (in "
      "3.B:1 [q]):1"},
+    // Keywords are names where only a name can stand.
+    {"select count(*) as count from old, db.type as of_node, node, relation user join value as data start with "
+     "parent=1 "
+     "connect by prior id=parent",
+     "q1.1 aggregate count(*)(count)=(f80 ):3 from 1:OLD, 2:db.TYPE(of_node), 3:NODE, 4:relation USER, 5:VALUE(data) "
+     "tree "
+     "((((4 join 5) join 1) join 2) join 3) connect (= PARENT:1 1:4) levels 255 prior-left 0.ID to 0.PARENT"},
     // Joins: "," parts trees, brackets keep theirs together, a right join turns round.
     {"select 1 from t join u on t.a=u.a left join v on v.b=u.b and v.c=1, w where t.z=1",
      "q1.1 1=1:4 from 1:T, 2:U, 3:V, 4:W tree (((1 join 2) left 3 on (and (= 3.B:1 2.B:1) (= 3.C:1 1:4))) join 4) "
@@ -124,6 +131,8 @@ TEST(ParseQueryTest, WrongStatements) {
         {"x,u x", "538 at 5"},
         {"u v", "553 at 4"},
         {"as 'x'", "553 at 4"},
+        {"as of", "553 at 4"},
+        {"as left join u", "553 at 4"},
         {"join", "553 at 4"},
         {"left u", "553 at 4"},
         {"cross u", "553 at 4"},
@@ -250,6 +259,22 @@ TEST(ParseQueryTest, AnyBufferAndMemoryGiveTheSamePlan) {
     }
 }
 
+// 31 levels, whatever stands between them.
+TEST(ParseQueryTest, QueriesNestToTheLastLevel) {
+    for (const char* const lpszAround :
+         {"select a from t where a in (^)", "select a from t where b or c and (not exists (^))",
+          "select a from t where abs((^)) > 1", "select a from (^) x"}) {
+        const std::string strAround = lpszAround;
+        const std::size_t nInner = strAround.find('^');
+        std::string strSql = "select a from t";
+        for (int nLevel = 2; nLevel <= 32; ++nLevel) {
+            strSql = strAround.substr(0, nInner) + strSql + strAround.substr(nInner + 1);
+            if (nLevel < 31) continue;
+            EXPECT_EQ(Compiled(strSql).substr(0, 7), nLevel == 31 ? "q1.1 a=" : "1541 at") << strSql;
+        }
+    }
+}
+
 TEST(ParseQueryTest, HostileStatementsEnd) {
     const auto Numbered = [](const char* lpszLink, int nNum) {
         std::string strText = "select 1 from t";
@@ -274,7 +299,7 @@ TEST(ParseQueryTest, HostileStatementsEnd) {
         {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY - 1, ")") + " union select 1 from t)",
          "q1.1 1=1:4 from 1:T then q2.1 1=1:4 from 2:T"},
         {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY, " union select 1 from t)") + " union select 1 from t",
-         "1541 at 199"},
+         "1541 at 99"},
         {"select 1 from " + Repeat(MANY, "(") + "t" + Repeat(MANY, ")"), "q1.1 1=1:4 from 1:T"},
         {"select " + Repeat(MANY, ",") + " from t", "515 at 0"},
     };

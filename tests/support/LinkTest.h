@@ -56,6 +56,8 @@ protected:
 
     void SetUp() override {
         CTraceManage::DestoryInstance();
+        m_strPlanInfo.assign(172, '\0');
+        m_strCluster.assign(10, '\0');
         m_nNow = (std::int64_t{2300} - 1970) * 31'556'952 * SECOND + getpid() * 100 * SECOND;
         m_nSlept = 0;
         g_stPlatform.m_lpfnMicroseconds = [] { return m_nNow.load(); };
@@ -65,6 +67,8 @@ protected:
         };
     }
     void TearDown() override {
+        m_Script = nullptr;
+        m_stLink.Close();
         Log();
         g_stPlatform.m_lpfnSleep = m_stPlatform.m_lpfnSleep;
         CTraceManage::DestoryInstance();
@@ -99,7 +103,7 @@ protected:
                 Put(strSession, 4, THREAD_ID);
                 return stFrame.Reply(MF_REPLY_OK, SERVER_ID, "", 0, strSession);
             case MF_CMD_CLUSTER_STATUS:
-                return stFrame.Reply(MF_REPLY_OK, 0, std::string(10, '\0'));
+                return stFrame.Reply(MF_REPLY_OK, 0, m_strCluster);
             case MF_CMD_USE:
                 return stFrame.Reply(MF_REPLY_OK, 0, "", 9);
             case MF_CMD_QUERY:
@@ -111,9 +115,14 @@ protected:
         }
     }
 
-    static inline std::string m_strBlock;
-    static inline std::string m_strPlanInfo = std::string(172, '\0');
+    /** The bodies of a friendly server's replies. */
+    static inline std::string m_strBlock, m_strPlanInfo, m_strCluster;
     static inline std::atomic<std::int64_t> m_nNow, m_nSlept;
     static inline std::atomic<unsigned> m_nUuid;
     const PLATFORM m_stPlatform = g_stPlatform;
+    /** What the peer does; null for a friendly server. Set between requests. */
+    CScriptedPeer::SCRIPT m_Script;
+    CScriptedPeer m_stPeer{
+        [this](const PEERFRAME& stFrame) { return m_Script ? m_Script(stFrame) : Welcome(stFrame); }};
+    CTestLink m_stLink;
 };
