@@ -37,17 +37,14 @@ TEST_F(CLinkTest, SendsEachAdministrativeRequestByteForByte) {
     for (const auto& stRow : ROWS) {
         m_stPeer.Frames(0, true);
         EXPECT_EQ(stRow.m_Run(), ERR_OK);
-        const std::vector<PEERFRAME> arFrame = m_stPeer.Frames();
-        ASSERT_EQ(arFrame.size(), 1u);
-        EXPECT_EQ(arFrame[0].Bytes(),
+        ASSERT_EQ(m_stPeer.Frames().size(), 1u);
+        EXPECT_EQ(m_stPeer.Frames()[0].Bytes(),
                   HeadBytes(stRow.m_nCommand, 0, stRow.m_nFlag, stRow.m_nValue, 0, stRow.m_strParam));
     }
     EXPECT_STREQ(strNode.c_str(), "a name of thirty-two characters") << "cut where it stands";
     m_Script = [](const PEERFRAME& stFrame) { return PEERANSWER(stFrame.Reply(MF_REPLY_OK, 0, "body")); };
     EXPECT_EQ(ROWS[4].m_Run(), ERR_RECEIVED_DATA);
-    EXPECT_TRUE(
-        Logged("888041013 AddNewNode The client automatically cleans up the TCP cache data. The command type "
-               "received is 1"));
+    EXPECT_TRUE(Logged("888041013 AddNewNode The client automatically cleans up the TCP cache data. The command "));
     m_stLink.m_nSocket = (close(m_stLink.m_nSocket), -1);
     m_Script = nullptr;
     EXPECT_EQ(ROWS[4].m_Run(), ERR_OK) << "reconnects first";
@@ -55,45 +52,43 @@ TEST_F(CLinkTest, SendsEachAdministrativeRequestByteForByte) {
 
 TEST_F(CLinkTest, TellsHowFarABackupAndARecoveryAre) {
     ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
-    const KESTROPROGRESS lpfnProgress = [](void* pUser, const char* lpszText, int nTotal, int nCurrent) {
-        *static_cast<std::string*>(pUser) += lpszText + std::to_string(nTotal) + std::to_string(nCurrent);
+    const KESTROPROGRESS lpfnProgress = [](void* pUser, const char*, int nTotal, int nCurrent) {
+        *static_cast<int*>(pUser) = nCurrent;
         return nTotal == 99 ? throw KestroExeception() : nTotal;
     };
+    const int ROWS[][2] = {{7, ERR_OK}, {0, ERR_FAILED}, {99, ERR_EXCEPTION}};
     for (const bool bBackup : {true, false})
-        for (const int nTotal : {7, 0, 99}) {
-            m_Script = [&](const PEERFRAME& stFrame) {
-                return stFrame.Command() != MF_CMD_BACKUP && stFrame.Command() != MF_CMD_RECOVER
-                           ? Welcome(stFrame)
-                           : stFrame.Reply(MF_REPLY_PENDING, 0, "", 1, std::string(80, 't') + Bytes(nTotal, -1)) +
-                                 stFrame.Reply(MF_REPLY_OK);
+        for (const auto& [nTotal, nCode] : ROWS) {
+            m_Script = [nSent = nTotal](const PEERFRAME& stFrame) {
+                if (stFrame.Command() != MF_CMD_BACKUP && stFrame.Command() != MF_CMD_RECOVER) return Welcome(stFrame);
+                const std::string strParam = std::string(80, 't') + Bytes(nSent, -1);
+                return PEERANSWER(stFrame.Reply(MF_REPLY_PENDING, 0, "", 1, strParam) + stFrame.Reply(MF_REPLY_OK));
             };
-            std::string strSeen;
-            EXPECT_EQ(bBackup ? m_stLink.Backup(1, 2, lpfnProgress, &strSeen)
-                              : m_stLink.Recover(1, 2, 3, lpfnProgress, &strSeen),
-                      nTotal == 7   ? ERR_OK
-                      : nTotal == 0 ? ERR_FAILED
-                                    : ERR_EXCEPTION);
-            EXPECT_EQ(strSeen, std::string(80, 't') + std::to_string(nTotal) + "-1");
-            EXPECT_EQ(m_stLink.m_nSocket != -1, nTotal == 7);
+            int nSeen = 0;
+            EXPECT_EQ(
+                bBackup ? m_stLink.Backup(1, 2, lpfnProgress, &nSeen) : m_stLink.Recover(1, 2, 3, lpfnProgress, &nSeen),
+                nCode);
+            EXPECT_EQ(nSeen, -1);
+            EXPECT_EQ(m_stLink.m_nSocket != -1, nCode == ERR_OK);
             EXPECT_EQ(Logged(bBackup ? "888049099 Backup Database backup abnormal, error code: "
                                      : "888055099 Recover Database recovery abnormal, error code: "),
-                      nTotal == 99);
+                      nCode == ERR_EXCEPTION);
             EXPECT_TRUE(m_stLink.IsFree() && m_stLink.m_bBusy == 0);
         }
 }
 
 TEST_F(CLinkTest, FollowsTheAddressWhenTheServerDropsTheLink) {
-    static CTestLink* lpLink;
-    static int nTry, nRefused, nSetBack;
-    static USHORT usPort;
-    lpLink = &m_stLink;
-    usPort = htons(m_stPeer.Port());
+    static struct {
+        CTestLink* m_lpLink;
+        USHORT m_usPort;
+        int m_nRefused, m_nSetBack, m_nTry;
+    } stNode;
     const std::int64_t nKept = m_nNow;
     // Each sleep takes its time, and ends with a try to connect.
     g_stPlatform.m_lpfnSleep = [](std::int64_t nTime) {
         m_nSlept += nTime;
-        m_nNow += nTry == nSetBack ? -3600 * SECOND : nTime;
-        lpLink->m_usServerPort = nTry++ < nRefused ? htons(1) : usPort;
+        m_nNow += stNode.m_nTry == stNode.m_nSetBack ? -3600 * SECOND : nTime;
+        stNode.m_lpLink->m_usServerPort = stNode.m_nTry++ < stNode.m_nRefused ? htons(1) : stNode.m_usPort;
     };
     const struct {
         const char* m_lpszName;
@@ -118,9 +113,7 @@ TEST_F(CLinkTest, FollowsTheAddressWhenTheServerDropsTheLink) {
                        : stFrame.Reply(MF_REPLY_OK, 0, "", stRow.m_nFlag);
         };
         m_stPeer.Frames(0, true);
-        nTry = 0;
-        nRefused = stRow.m_nRefused;
-        nSetBack = stRow.m_nSetBack;
+        stNode = {&m_stLink, htons(m_stPeer.Port()), stRow.m_nRefused, stRow.m_nSetBack, 0};
         m_nSlept = 0;
         EXPECT_EQ(i % 2 ? m_stLink.ClusterDropNode(1, 2, 3) : m_stLink.ClusterModifyNode(1, 2, 3), stRow.m_nCode);
         EXPECT_EQ(m_nSlept, stRow.m_nSlept * 1000);
@@ -133,7 +126,7 @@ TEST_F(CLinkTest, FollowsTheAddressWhenTheServerDropsTheLink) {
             EXPECT_EQ(Get<int>(stFrame.m_strHead, 4), 0) << "a new session";
         // Who is still logged in goes on by himself when the address answers.
         m_Script = nullptr;
-        m_stLink.m_usServerPort = usPort;
+        m_stLink.m_usServerPort = stNode.m_usPort;
         EXPECT_EQ(m_stLink.Run("commit"), stRow.m_bLogin ? 5 : -ERR_LINK_NOT_OPEN);
     }
     m_nNow = nKept;
