@@ -28,6 +28,8 @@ enum KESTROERRORCODE : int {
     ERR_CHARSET_CONVERT = 86,    // text could not be converted to another character set
     ERR_DECIMAL_PRECISION = 91,  // more digits than a decimal holds
     ERR_NOT_DEVELOPED = 99,      // a function that isn't there yet
+    ERR_FILE_EXISTS = 101,       // a data file of that name is there already
+    ERR_FIELD_NOT_EXIST = 304,   // no such field
     ERR_INDEX_FIELD_TYPE = 318,  // a field of this type can't be indexed
     ERR_INDEX_SYSTEM_FILE = 319, // an index can't lie in a system file or data file
     ERR_INDEX_FILE_TYPE = 320,   // an index can't lie in a file of this type
@@ -128,6 +130,7 @@ enum KESTROERRORCODE : int {
     ERR_GROUP_RECOVERED = 5016,     // the cluster is back, and wants the call once more
     ERR_IMPORT_IN_CLUSTER = 5017,   // no import into a cluster
     ERR_VIP_SWITCH = 5031,          // the connections of the virtual address could not be moved
+    ERR_TRANSACTION_LOST = 5107,    // no such transaction any more
     ERR_FIELD_READ_ONLY = 8051,     // the field may not be changed
     ERR_RECORDSET_READ_ONLY = 8052, // the recordset may not be changed
     ERR_USER_CANCELED = 8102,       // the user canceled an import or export

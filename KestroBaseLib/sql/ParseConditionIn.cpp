@@ -66,17 +66,15 @@ int CParseConditionManager::ParseInEntry(st_PARSEPARAM& stEntry, UINT& nOffset, 
 
 /** A constant entry becomes a literal; what isn't computed here, or has no such form, stays and ends `bConstant`. */
 int CParseConditionManager::FoldInEntry(UINT nOffset, bool& bConstant) {
-    const bool bFoldable = CBaseExpression::GetExpressionType(m_pBson, nOffset) == EXPCLASS_CONSTANT &&
-                           !CBaseExpression::HoldsParameter(m_pBson, nOffset);
+    const bool bFoldable =
+        ClassOfTree(*m_pBson, nOffset) == EXPCLASS_CONSTANT && !CBaseExpression::HoldsParameter(m_pBson, nOffset);
     int nCode = ERR_FUNCTION_TYPE;
     UINT nLiteral = 0;
     auto& stRoot = Record<st_MATHEXPBSON>(nOffset);
     if (bFoldable) {
         st_VARDATA stValue;
         nCode = CBaseExpression::GetExpressionResult(m_pBson, &stRoot, stValue);
-        // In as few digits as it needs, whatever it was computed with.
-        if (nCode == ERR_OK && stValue.m_vt == VT_DECIMAL) stValue.m_bPrecison = 0;
-        if (nCode == ERR_OK) nCode = CovertValueToOffset(stValue, nLiteral);
+        if (nCode == ERR_OK) nCode = WriteFolded(stValue, nLiteral);
     }
     if (nCode == ERR_FUNCTION_TYPE || nCode == ERR_DATA_TYPE) {
         bConstant = false;

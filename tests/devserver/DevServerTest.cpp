@@ -1,0 +1,254 @@
+// The development server as its clients meet it: the built program on a port of its own.
+
+#include "DevServer.h"
+#include "MemDBRecordset.h"
+#include "RecordsetMaker.h"
+
+namespace {
+
+class DevServer : public CLinkTest {};
+
+/** A query's columns and rows, "A:B 1:x|y", or its code in brackets. */
+std::string Ask(CTestLink& stLink, const char* lpszSql, MF_EXECUTE_STATISTICS* pStat = nullptr) {
+    CMemDBRecordset stSet;
+    const int nCode = stLink.CDBInterface::GetRecordset(lpszSql, stSet, pStat);
+    if (nCode != ERR_OK) return CodeText(nCode);
+    std::string strText;
+    for (int i = 0; i < stSet.GetFieldNum(); ++i)
+        strText.append(i == 0 ? "" : ":").append(stSet.FieldName(i));
+    return strText + " " + ShowRows(stSet);
+}
+
+/** A wide text of a packed record. */
+std::wstring Wide(const void* lpRecord, std::size_t nOffset) {
+    wchar_t szText[20] = L"";
+    std::memcpy(szText, static_cast<const char*>(lpRecord) + nOffset, sizeof szText - sizeof szText[0]);
+    return szText;
+}
+
+std::string AddFile(const std::string& strKind, const std::string& strPath, const std::string& strSize) {
+    return "ALTER SYSTEM ADD " + strKind + " '" + strPath + "' TABLESPACE 'T' " + strSize;
+}
+
+// --- sessions --------------------------------------------------------------------------------------------------------
+
+TEST_F(DevServer, KeepsASessionOverALostLink) {
+    CDevServerRun stServer({"--id", "42"});
+    CTestLink stLink, stOther;
+    ASSERT_EQ(stLink.OpenAt(stServer.Port()), ERR_OK);
+    ASSERT_EQ(stOther.OpenAt(stServer.Port()), ERR_OK);
+    const int nSession = stLink.m_nSessionID;
+    EXPECT_NE(nSession, stOther.m_nSessionID);
+    EXPECT_EQ(stLink.m_nAddressNum, 1);
+
+    EXPECT_EQ(stLink.UseDatabase("shop"), ERR_OK);
+    EXPECT_EQ(stOther.UseDatabase("stock"), ERR_OK);
+    EXPECT_NE(stLink.m_bDatabaseNo, stOther.m_bDatabaseNo);
+    EXPECT_EQ(stOther.UseDatabase("shop"), ERR_OK);
+    EXPECT_EQ(stLink.m_bDatabaseNo, stOther.m_bDatabaseNo);
+    EXPECT_EQ(stOther.UseDatabase(""), ERR_PARAMETER);
+
+    int nFirst = 0, nSecond = 0;
+    char szName[] = "t";
+    EXPECT_EQ(stLink.StartTransactionLogic(szName, nFirst), ERR_OK);
+    EXPECT_EQ(stLink.StartTransactionLogic(szName, nSecond), ERR_OK);
+    EXPECT_NE(nFirst, nSecond);
+    EXPECT_EQ(stLink.StopTransactionLogic(nFirst), ERR_OK);
+    EXPECT_EQ(stLink.StopTransactionLogic(nFirst), ERR_TRANSACTION_LOST);
+    shutdown(stLink.m_nSocket, SHUT_RDWR);
+    EXPECT_EQ(stLink.StopTransactionLogic(nSecond), ERR_TRANSACTION_LOST) << "it ended with its link";
+    EXPECT_EQ(stLink.m_nSessionID, nSession) << "the session went on";
+    EXPECT_EQ(Ask(stLink, "select id from v$instance"), "ID 1:42");
+
+    stLink.Close();
+    ASSERT_EQ(stLink.OpenAt(stServer.Port()), ERR_OK);
+    EXPECT_NE(stLink.m_nSessionID, nSession) << "a logout ends it";
+    unsigned char arRedo[] = {6, 0, 0, 0, 1, 2};
+    EXPECT_EQ(stLink.KestroRedo(arRedo, 1), ERR_OK);
+}
+
+// --- V$INSTANCE ------------------------------------------------------------------------------------------------------
+
+TEST_F(DevServer, AnswersTheInstanceFromThePlan) {
+    CDevServerRun stServer({"--id", "7", "--status", "Mount", "--path", "/tmp", "--master", "10.0.0.9:8001"});
+    CTestLink stLink;
+    ASSERT_EQ(stLink.OpenAt(stServer.Port()), ERR_OK);
+    const struct {
+        const char *m_lpszSql, *m_lpszAnswer;
+    } arRow[] = {
+        {"SELECT ID,PATH,CLUSTERSTATUS,MASTERIP,MASTERPORT FROM V$INSTANCE",
+         "ID:PATH:CLUSTERSTATUS:MASTERIP:MASTERPORT 1:7|/tmp/|Slave|10.0.0.9|8001"},
+        {"select masterport, /* status */ v.id from v$instance v -- where id = 8", "MASTERPORT:ID 1:8001|7"},
+        {"select status as st, status, id nr, 'id' from V$INSTANCE", "(99)"},
+        {"select status as st, status, id nr from V$INSTANCE", "st:STATUS:nr 1:Mount|Mount|7"},
+        {"select * from V$INSTANCE where id = 7",
+         "ID:STATUS:PATH:CLUSTERSTATUS:MASTERIP:MASTERPORT 1:7|Mount|/tmp/|Slave|10.0.0.9|8001"},
+        {"select id from V$INSTANCE where id = 8", "ID "},
+        {"select id from V$INSTANCE where 7 = id and status = 'Mount' and masterport > 8000.5", "ID 1:7"},
+        {"select id from V$INSTANCE where id = 7 and status = 'Open' and path = '/tmp/'", "ID "},
+        {"select id from V$INSTANCE where id = 8 or not (status != 'Mount' or id >= 8)", "ID 1:7"},
+        {"select id from V$INSTANCE where status = path", "ID "},
+        {"select id from V$INSTANCE where nothing = 1", "(304)"},
+        {"select nothing from V$INSTANCE", "(304)"},
+        {"select id from V$INSTANCE where id in (7)", "(99)"},
+        {"select id + 1 from V$INSTANCE", "(99)"},
+        {"select count(*) from V$INSTANCE", "(99)"},
+        {"select id from V$INSTANCE order by id", "(99)"},
+        {"select id from V$INSTANCE union select id from V$INSTANCE", "(99)"},
+        {"select id from V$INSTANCE, t", "(99)"},
+        {"select id from t", "(99)"},
+    };
+    for (const auto& stRow : arRow)
+        EXPECT_EQ(Ask(stLink, stRow.m_lpszSql), stRow.m_lpszAnswer) << stRow.m_lpszSql;
+
+    MF_EXECUTE_STATISTICS stStat{};
+    stStat.m_nErrorCode = 10;
+    stStat.m_nErrorPos = 2;
+    EXPECT_EQ(Ask(stLink, "select id from V$INSTANCE", &stStat), "ID ") << "the second page";
+    EXPECT_GT(std::int64_t{stStat.m_nServerStat[1]}, 88) << "the plan's length";
+    EXPECT_EQ(int{stStat.m_nServerStat11}, stLink.m_nSessionID);
+    EXECUTEPLANDESCRIBE stDescribe{};
+    EXPECT_EQ(stLink.GetExecutePlanInfo("select a, b from V$INSTANCE, t2", &stDescribe, nullptr), ERR_OK);
+    EXPECT_EQ(Wide(&stDescribe, offsetof(EXECUTEPLANDESCRIBE, m_szFirstName)), L"V$INSTANCE");
+    EXPECT_EQ(Wide(&stDescribe, offsetof(EXECUTEPLANDESCRIBE, m_szSecondName)), L"T2");
+    EXPECT_EQ(Wide(&stDescribe, offsetof(EXECUTEPLANDESCRIBE, m_szDetail)), L"columns: 2");
+    EXPECT_EQ(stLink.GetExecutePlanInfo("begin", &stDescribe, nullptr), ERR_NOT_DEVELOPED);
+}
+
+// --- files -----------------------------------------------------------------------------------------------------------
+
+TEST_F(DevServer, MakesAFileAndTellsItsProgress) {
+    static CDevServerRun* lpServer = nullptr;
+    CDevServerRun stServer;
+    lpServer = &stServer;
+    CTestLink stLink;
+    ASSERT_EQ(stLink.OpenAt(stServer.Port()), ERR_OK);
+    const std::string strFile = stServer.Path("KestroDataFile.dbf");
+    int nAffect = -1, nSteps = 0;
+    const auto lpfnProgress = [](void* pSteps, const char* lpszText, int nTotal, int nCurrent) {
+        const SETUPPROGRESSINFO stShown = lpServer->Progress();
+        EXPECT_STREQ(lpszText, "Create memory data file");
+        EXPECT_STREQ(stShown.m_szStepText, lpszText);
+        EXPECT_EQ(nTotal, 33);
+        EXPECT_EQ(int{stShown.m_nTotal}, 33);
+        EXPECT_GE(int{stShown.m_nCurrent}, nCurrent) << "shared memory is ahead of the frames";
+        ++*static_cast<int*>(pSteps);
+        return 1;
+    };
+    const std::string strSql = AddFile("DATAFILE", strFile, "34000001");
+    EXPECT_EQ(stLink.Execute(strSql.c_str(), nAffect, nullptr, lpfnProgress, &nSteps), ERR_OK);
+    EXPECT_EQ(nSteps, 16);
+    EXPECT_EQ(std::filesystem::file_size(strFile), 34000001u);
+    EXPECT_EQ(int{stServer.Progress().m_nCurrent}, 33);
+    EXPECT_EQ(int{stServer.Progress().m_nRunning}, 0);
+
+    const std::string strNew = stServer.Path("new");
+    std::filesystem::create_symlink("/tmp", stServer.Path("link"));
+    const struct {
+        std::string m_strSql;
+        int m_nResult;
+    } arRow[] = {
+        {AddFile("TREEFILE", strNew + "1", "1MB"), 0},
+        {AddFile("KVFILE", strNew + "2", "1"), 0},
+        {AddFile("TABLEFILE", strNew + "3", "100GB"), 0},
+        {AddFile("INDEXFILE", strNew + "4", "3KB"), 0},
+        {AddFile("DATAFILE", strFile, "1MB"), -ERR_FILE_EXISTS},
+        {AddFile("DATAFILE", strNew, "0"), -ERR_PARAMETER},
+        {AddFile("DATAFILE", strNew, "many"), -ERR_PARAMETER},
+        {AddFile("DATAFILE", "", "1MB"), -ERR_PARAMETER},
+        {AddFile("DATAFILE", stServer.Path("../kestrodevserver.out"), "1MB"), -ERR_FILE_OPEN},
+        {AddFile("DATAFILE", stServer.Path("link/kestrodevserver.out"), "1MB"), -ERR_FILE_OPEN},
+        {AddFile("DATAFILE", stServer.Path("absent/file"), "1MB"), -ERR_FILE_OPEN},
+        {AddFile("DATAFILE", stServer.Path(".."), "1MB"), -ERR_FILE_OPEN},
+        {"ALTER SYSTEM DROP DATAFILE '" + strFile + "'", -ERR_NOT_DEVELOPED},
+        {"insert into t values (1)", -ERR_NOT_DEVELOPED},
+        {"begin", -ERR_NOT_DEVELOPED},
+    };
+    for (const auto& stRow : arRow)
+        EXPECT_EQ(stLink.Run(stRow.m_strSql.c_str()), stRow.m_nResult) << stRow.m_strSql;
+    EXPECT_EQ(std::filesystem::file_size(strNew + "3"), std::uintmax_t{100} << 30);
+    EXPECT_FALSE(std::filesystem::exists(strNew));
+    EXPECT_FALSE(std::filesystem::exists("/tmp/kestrodevserver.out"));
+}
+
+// --- start and end ---------------------------------------------------------------------------------------------------
+
+TEST_F(DevServer, EndsCleanlyInTheMiddleOfItsWork) {
+    CDevServerRun stServer({"--pace", "3600000", "--fault", "use delay=3600000"});
+    CRawLink stIdle(stServer.Port()), stHalf(stServer.Port()), stSlow(stServer.Port()), stFile(stServer.Port());
+    stHalf.Send("\3\24");
+    ASSERT_EQ(stSlow.Ask(MF_CMD_LOGIN), 0);
+    stSlow.Send(HeadBytes(MF_CMD_USE, 1, 0, 0, 0, "shop"));
+    ASSERT_EQ(stFile.Ask(MF_CMD_LOGIN), 0);
+    CParseSql stParse;
+    EXECUTEPLANBSON* pPlan = nullptr;
+    const std::string strSql = AddFile("DATAFILE", stServer.Path("file"), "1MB");
+    ASSERT_EQ(stParse.ParseSql(strSql.c_str(), static_cast<int>(strSql.size()), pPlan, 0, 0, 0), ERR_OK);
+    const std::string strPlan(reinterpret_cast<char*>(pPlan), pPlan->m_nTotalDataSize);
+    stFile.Send(HeadBytes(MF_CMD_EXECUTE, 1, 0, 0, strPlan.size()) + strPlan);
+    while (int{stServer.Progress().m_nRunning} == 0)
+        sched_yield();
+    EXPECT_TRUE(std::filesystem::exists(stServer.Path("file")));
+    EXPECT_EQ(stServer.End(SIGTERM), 0);
+    EXPECT_FALSE(std::filesystem::exists(stServer.Path("file"))) << "half a file is none";
+    shmid_ds stState{};
+    EXPECT_EQ(shmctl(stServer.Segment(), IPC_STAT, &stState), -1) << "the segment is gone";
+    EXPECT_FALSE(CRawLink(stServer.Port()).IsOpen());
+    EXPECT_EQ(CDevServerRun().End(SIGINT), 0);
+}
+
+TEST_F(DevServer, TellsWhyItDoesNotStart) {
+    CDevServerRun stServer;
+    const std::string strPort = std::to_string(stServer.Port());
+    WriteFile(stServer.Path("script"), "# all is well\n\nquery 2- drop=3 delay=1\nquery 0 drop=1\n");
+    const struct {
+        std::vector<std::string> m_arOption;
+        int m_nStatus;
+        std::string m_strShown;
+    } arRow[] = {
+        {{"--help"}, 0, "Usage: kestrodevserver"},
+        {{"--chinese", "--help"}, 0, "用法：kestrodevserver"},
+        {{"--version"}, 0, "kestrodevserver " KESTRO_VERSION "\n"},
+        {{"--ports", "1"}, 2, "kestrodevserver: unknown option: --ports\nTry kestrodevserver --help.\n"},
+        {{"--port"}, 2, "kestrodevserver: --port lacks its value\n"},
+        {{"--port", "65536"}, 2, "kestrodevserver: no value for --port: 65536\n"},
+        {{"--id", "0"}, 2, "kestrodevserver: no value for --id: 0\n"},
+        {{"--listen", "localhost"}, 2, "kestrodevserver: no value for --listen: localhost\n"},
+        {{"--node", "1.2.3.4:0"}, 2, "kestrodevserver: no value for --node: 1.2.3.4:0\n"},
+        {{"--fault", "query"}, 2, "kestrodevserver: in the rule \"query\" this can't be read: query\n"},
+        {{"--fault", "query drip=1"}, 2, "kestrodevserver: in the rule \"query drip=1\" this can't be read: drip=1\n"},
+        {{"--fault", "quarry drop=1"}, 2, "this can't be read: quarry\n"},
+        {{"--fault", "query 3-2 drop=1"}, 2, "this can't be read: 3-2\n"},
+        {{"--fault", "query drop=-1"}, 2, "this can't be read: drop=-1\n"},
+        {{"--fault", "query byte=1:256"}, 2, "this can't be read: byte=1:256\n"},
+        {{"--script", stServer.Path("script")}, 2, "in the rule \"query 0 drop=1\" this can't be read: 0\n"},
+        {{"--script", stServer.Path("none")}, 2, "cannot be read: No such file or directory\n"},
+        {{"--port", strPort, "--key", "0"}, 1, "cannot listen on 127.0.0.1:" + strPort},
+    };
+    for (const auto& stRow : arRow) {
+        std::vector<std::string> arArgument{KESTRODEVSERVER_PATH};
+        arArgument.insert(arArgument.end(), stRow.m_arOption.begin(), stRow.m_arOption.end());
+        const PROGRAMRUN stRun = RunProgram(arArgument);
+        EXPECT_TRUE(WIFEXITED(stRun.m_nStatus) && WEXITSTATUS(stRun.m_nStatus) == stRow.m_nStatus) << stRow.m_strShown;
+        EXPECT_NE(stRun.m_strOutput.find(stRow.m_strShown), std::string::npos) << stRun.m_strOutput;
+    }
+}
+
+TEST_F(DevServer, TakesOverOnlyASegmentThatNobodyUses) {
+    int nKey = 0x6B000000 | (getpid() & 0xFFFFFF), nSegment = -1;
+    while ((nSegment = shmget(++nKey, 4096, IPC_CREAT | IPC_EXCL | 0600)) < 0 && errno == EEXIST) {
+    }
+    void* lpSegment = shmat(nSegment, nullptr, 0);
+    ASSERT_NE(lpSegment, reinterpret_cast<void*>(-1));
+    const PROGRAMRUN stRefused = RunProgram({KESTRODEVSERVER_PATH, "--port", "0", "--key", std::to_string(nKey)});
+    EXPECT_EQ(WEXITSTATUS(stRefused.m_nStatus), 1);
+    EXPECT_NE(stRefused.m_strOutput.find("cannot make the shared memory"), std::string::npos);
+    shmdt(lpSegment);
+    CDevServerRun stServer({"--key", std::to_string(nKey)});
+    EXPECT_NE(stServer.Port(), 0);
+    EXPECT_EQ(shmget(nKey, 0, 0), stServer.Segment());
+    EXPECT_EQ(stServer.End(SIGTERM), 0);
+    EXPECT_EQ(shmget(nKey, 0, 0), -1);
+}
+
+} // namespace
