@@ -224,18 +224,4 @@ TEST(ParseData, CompilesALongInsertAsInALargeBuffer) {
     EXPECT_EQ(std::memcmp(lpPlan, lpLarge, lpPlan->m_nTotalDataSize), 0);
 }
 
-TEST(ParseData, SurvivesFailingAllocations) {
-    const std::string strSql = Long("insert into t values (1,'abc')", ",(1,'abc')", 20'000);
-    bool bFailed = true;
-    for (int nNth = 1; bFailed; ++nNth) {
-        CChunkFault stFault(nNth);
-        CParseSql stParse;
-        EXECUTEPLANBSON* lpPlan = nullptr;
-        const int nCode = stParse.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, 0, 0, 0);
-        bFailed = stFault.CameTrue();
-        EXPECT_EQ(nCode == ERR_OK, lpPlan != nullptr);
-        EXPECT_TRUE(nCode == ERR_OK || nCode == ERR_MEMORY);
-    }
-}
-
 } // namespace
