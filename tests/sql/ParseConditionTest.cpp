@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 #include <vector>
 
-#include "ChunkFault.h"
 #include "ConditionText.h"
 #include "Fields.h"
 #include "ParseConditionManager.h"
@@ -162,62 +160,6 @@ TEST(ParseConditionTest, ConstantConditionsAreDecidedHere) {
                 "5 % 2 = 1 => (= (% 5 2):4 1:4)", "1 = 1 and ? = 1 => (and (= 1:4 1:4) (= ?:4 1:4))",
                 "abs(1) = 1 => (= (f61 {1}):5 1:4)"},
                Where);
-}
-
-/** Conditions over small numbers, with their truth, and brackets where they are needed, or not. */
-class CRandomCondition {
-public:
-    explicit CRandomCondition(unsigned nSeed) : m_stRandom(nSeed) {}
-
-    enum LEVEL {
-        LEVEL_OR,
-        LEVEL_AND,
-        LEVEL_NOT
-    };
-
-    std::pair<std::string, bool> Condition(int nDepth, int nLevel = LEVEL_OR) {
-        const int nForm = nDepth == 0 ? 3 : Below(4);
-        if (nForm == 3) return Comparison();
-        const bool bBrackets = nForm < nLevel || Below(4) == 0;
-        const auto [strFirst, bFirst] = Condition(nDepth - 1, nForm);
-        std::string strText = "NOT " + strFirst;
-        bool bTrue = !bFirst;
-        if (nForm != LEVEL_NOT) {
-            const auto [strSecond, bSecond] = Condition(nDepth - 1, nForm);
-            strText = strFirst + (nForm == LEVEL_OR ? " or " : " AND ") + strSecond;
-            bTrue = nForm == LEVEL_OR ? bFirst || bSecond : bFirst && bSecond;
-        }
-        return {bBrackets ? "(" + strText + ")" : strText, bTrue};
-    }
-
-private:
-    std::pair<std::string, bool> Comparison() {
-        static constexpr const char* OPERATORS[] = {"=", "<>", "<", ">=", ">", "<=", " between "};
-        const int nOperator = Below(7);
-        const auto [strFirst, nFirst] = Number();
-        const auto [strSecond, nSecond] = Number();
-        const auto [strThird, nThird] = Number();
-        const int nOrder = (nFirst > nSecond) - (nFirst < nSecond);
-        const bool arHolds[] = {nOrder == 0, nOrder != 0, nOrder<0, nOrder >= 0, nOrder> 0, nOrder <= 0,
-                                nOrder >= 0 && nFirst <= nThird};
-        return {strFirst + OPERATORS[nOperator] + strSecond + (nOperator == 6 ? " and " + strThird : ""),
-                arHolds[nOperator]};
-    }
-    std::pair<std::string, int> Number() {
-        const int a = Below(4), b = Below(4), c = Below(4);
-        return {std::to_string(a) + "-" + std::to_string(b) + "*-" + std::to_string(c), a + b * c};
-    }
-    int Below(int n) { return static_cast<int>(m_stRandom() % static_cast<unsigned>(n)); }
-
-    std::mt19937 m_stRandom;
-};
-
-TEST(ParseConditionTest, ConstantConditionsAreWorkedOutExactly) {
-    CRandomCondition stRandom(20'261'121);
-    for (int i = 0; i < 700; ++i) {
-        const auto [strCondition, bTrue] = stRandom.Condition(i % 7);
-        ASSERT_EQ(Where(strCondition), bTrue ? "none" : "false") << strCondition;
-    }
 }
 
 std::string Repeat(const char* lpszText, int nTimes) {

@@ -4,9 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
-#include "ChunkFault.h"
 #include "ExpressionText.h"
 #include "Fields.h"
 #include "ParseDepth.h"
@@ -152,15 +149,13 @@ TEST(ParseExpression, TellsTextAggregateAndSequence) {
         int m_nLen;
         BOOL m_bAggregate;
         BOOL m_bSequence;
-    } const ROWS[] = {
-        {"t . a + round ( b , 2 )", "t.a+round(b,2)", 14, 0, 0},
-        {"abs(sum( a ))", "abs(sum(a))", 11, 1, 0},
-        {"count(*) - -1", "count(*)--1", 11, 1, 0},
-        {"abs(q.nextval)", "abs(NEXTVAL)", 12, 0, 1},
-        {"cast( a as char) || convert(a,date)", "cast(a AS char)||convert(a , date)", 34, 0, 0},
-        {Repeat("y", 200, LONG_SUM, "'"), LONG_SUM.substr(0, 127), 128, 0, 0},
-        {Repeat("y", 200, "'", "'"), Repeat("y", 126, "'"), 128, 0, 0},
-    };
+    } const ROWS[] = {{"t . a + round ( b , 2 )", "t.a+round(b,2)", 14, 0, 0},
+                      {"abs(sum( a ))", "abs(sum(a))", 11, 1, 0},
+                      {"count(*) - -1", "count(*)--1", 11, 1, 0},
+                      {"abs(q.nextval)", "abs(NEXTVAL)", 12, 0, 1},
+                      {"cast( a as char) || convert(a,date)", "cast(a AS char)||convert(a , date)", 34, 0, 0},
+                      {Repeat("y", 200, LONG_SUM, "'"), LONG_SUM.substr(0, 127), 128, 0, 0},
+                      {Repeat("y", 200, "'", "'"), Repeat("y", 126, "'"), 128, 0, 0}};
     for (const auto& stRow : ROWS) {
         CExpressionParse stParse(stRow.m_strExpression);
         EXPECT_EQ(stParse.m_nCode, ERR_OK) << stRow.m_strExpression;
@@ -177,20 +172,18 @@ TEST(ParseExpression, CaseTakesPairsAndOneElse) {
         const char* m_lpszExpression;
         int m_nCode;
         int m_nWord;
-    } const ROWS[] = {
-        {"case when a = 1 then b + 1 else (c) end", ERR_OK, 13},
-        {"case when a = 1 then b when (c > 2) then d end", ERR_OK, 15},
-        {"case end", ERR_EXPECT_FUNCTION, 1},
-        {"case a when 1 then b end", ERR_EXPECT_FUNCTION, 1},
-        {"case when a = 1 end", ERR_EXPECT_FUNCTION, 5},
-        {"case when a = 1 then b then c end", ERR_EXPECT_FUNCTION, 7},
-        {"case when a = 1 then b", ERR_EXPECT_FUNCTION, 7},
-        {"case else b end", ERR_EXPECT_FUNCTION, 1},
-        {"case when a = 1 then b else c else d end", ERR_EXPECT_FUNCTION, 9},
-        {"case when a = 1 then b else c when d = 1 then e end", ERR_EXPECT_FUNCTION, 9},
-        {"case when a = then b end", ERR_EXPECT_EXPRESSION, 4},
-        {"case when a = 1 then b + end", ERR_EXPECT_EXPRESSION, 8},
-    };
+    } const ROWS[] = {{"case when a = 1 then b + 1 else (c) end", ERR_OK, 13},
+                      {"case when a = 1 then b when (c > 2) then d end", ERR_OK, 15},
+                      {"case end", ERR_EXPECT_FUNCTION, 1},
+                      {"case a when 1 then b end", ERR_EXPECT_FUNCTION, 1},
+                      {"case when a = 1 end", ERR_EXPECT_FUNCTION, 5},
+                      {"case when a = 1 then b then c end", ERR_EXPECT_FUNCTION, 7},
+                      {"case when a = 1 then b", ERR_EXPECT_FUNCTION, 7},
+                      {"case else b end", ERR_EXPECT_FUNCTION, 1},
+                      {"case when a = 1 then b else c else d end", ERR_EXPECT_FUNCTION, 9},
+                      {"case when a = 1 then b else c when d = 1 then e end", ERR_EXPECT_FUNCTION, 9},
+                      {"case when a = then b end", ERR_EXPECT_EXPRESSION, 4},
+                      {"case when a = 1 then b + end", ERR_EXPECT_EXPRESSION, 8}};
     for (const auto& stRow : ROWS) {
         CExpressionParse stParse(stRow.m_lpszExpression);
         CParseExpressionManager stManager;
@@ -211,24 +204,22 @@ TEST(ParseExpression, HostileLengthsAndDepths) {
     const struct {
         std::string m_strExpression;
         int m_nCode;
-    } ROWS[] = {
-        {Repeat("+1", MANY, "sum(a)"), ERR_OK},
-        {Repeat("(", MANY) + Repeat(")", MANY, "a"), ERR_OK},
-        {Repeat("sum(a)+(", MANY) + Repeat(")", MANY, "1"), ERR_OK},
-        {Repeat("- ", MANY, "", "sum(a)"), ERR_OK},
-        {Repeat("sum(a)||", MANY), ERR_EXPECT_EXPRESSION},
-        {Repeat("(", MANY), ERR_EXPECT_EXPRESSION},
-        {Repeat(")", MANY, "a"), ERR_EXPECT_EXPRESSION},
-        {Repeat("abs(", MANY), ERR_EXPECT_FUNCTION},
-        {Repeat("abs(", DEPTH) + Repeat(")", DEPTH, "a"), ERR_OK},
-        {Repeat("abs(", DEPTH + 1) + Repeat(")", DEPTH + 1, "a"), ERR_EXPECT_EXPRESSION},
-        {Repeat(",a", 254, "greatest(a", ")"), ERR_OK},
-        {Repeat(",a", 255, "greatest(a", ")"), ERR_EXPECT_FUNCTION},
-        {Repeat(",", MANY, "greatest(a", ")"), ERR_EXPECT_FUNCTION},
-        {Repeat("0", MANY, "1"), ERR_DECIMAL_PRECISION},
-        {Repeat("'", 2 * MANY), ERR_OK},
-        {std::string(66, 'a'), ERR_EXPECT_EXPRESSION},
-    };
+    } ROWS[] = {{Repeat("+1", MANY, "sum(a)"), ERR_OK},
+                {Repeat("(", MANY) + Repeat(")", MANY, "a"), ERR_OK},
+                {Repeat("sum(a)+(", MANY) + Repeat(")", MANY, "1"), ERR_OK},
+                {Repeat("- ", MANY, "", "sum(a)"), ERR_OK},
+                {Repeat("sum(a)||", MANY), ERR_EXPECT_EXPRESSION},
+                {Repeat("(", MANY), ERR_EXPECT_EXPRESSION},
+                {Repeat(")", MANY, "a"), ERR_EXPECT_EXPRESSION},
+                {Repeat("abs(", MANY), ERR_EXPECT_FUNCTION},
+                {Repeat("abs(", DEPTH) + Repeat(")", DEPTH, "a"), ERR_OK},
+                {Repeat("abs(", DEPTH + 1) + Repeat(")", DEPTH + 1, "a"), ERR_EXPECT_EXPRESSION},
+                {Repeat(",a", 254, "greatest(a", ")"), ERR_OK},
+                {Repeat(",a", 255, "greatest(a", ")"), ERR_EXPECT_FUNCTION},
+                {Repeat(",", MANY, "greatest(a", ")"), ERR_EXPECT_FUNCTION},
+                {Repeat("0", MANY, "1"), ERR_DECIMAL_PRECISION},
+                {Repeat("'", 2 * MANY), ERR_OK},
+                {std::string(66, 'a'), ERR_EXPECT_EXPRESSION}};
     for (const auto& stRow : ROWS)
         EXPECT_EQ(CExpressionParse(stRow.m_strExpression, LARGE).m_nCode, stRow.m_nCode)
             << stRow.m_strExpression.substr(0, 20);

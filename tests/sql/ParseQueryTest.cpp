@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 
-#include "ChunkFault.h"
 #include "Fields.h"
 #include "KestroDate.h"
 #include "ParseSql.h"
@@ -100,8 +99,7 @@ constexpr ROW PLANS[] = {
     {"(select 1 from t) union (select 2 from u) except (select 3 from v intersect select 4 from w)",
      "q1.1 1=1:4 from 1:T then q2.1 2=2:4 from 2:U then-minus q3.1 3=3:4 from 3:V then-intersect q4.1 4=4:4 from 4:W"},
     {"select 1 from t where b = any (select c from u) order by 1 paging pagesize=10,pageno=2 for update wait 70000",
-     "q1.1 page 2+10 wait 65535 1=1:4 from 1:T where (= B:1 [q]:7):2 order 0"},
-};
+     "q1.1 page 2+10 wait 65535 1=1:4 from 1:T where (= B:1 [q]:7):2 order 0"}};
 
 TEST(ParseQueryTest, Plans) {
     for (const ROW& stRow : PLANS)
@@ -166,8 +164,7 @@ TEST(ParseQueryTest, HeadOfThePlan) {
         {"select 1 from t for update", FOR_UPDATE_PLAIN, 0},
         {"select 1 from t for update nowait", FOR_UPDATE_NOWAIT, 0},
         {"select 1 from t union select 2 from u for update skip locked", FOR_UPDATE_SKIP_LOCKED, 0},
-        {"select 1 from t for update wait 3 as of timestamp '2026-01-01 00:00:00'", FOR_UPDATE_WAIT, llStamp},
-    };
+        {"select 1 from t for update wait 3 as of timestamp '2026-01-01 00:00:00'", FOR_UPDATE_WAIT, llStamp}};
     for (const auto& stRow : ROWS) {
         CParseSql stParse;
         EXECUTEPLANBSON* lpPlan = nullptr;
@@ -225,8 +222,7 @@ TEST(ParseQueryTest, HostileStatementsEnd) {
         {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY, " union select 1 from t)") + " union select 1 from t",
          "1541 at 99"},
         {"select 1 from " + Repeat(MANY, "(") + "t" + Repeat(MANY, ")"), "q1.1 1=1:4 from 1:T"},
-        {"select " + Repeat(MANY, ",") + " from t", "515 at 0"},
-    };
+        {"select " + Repeat(MANY, ",") + " from t", "515 at 0"}};
     for (const auto& [strSql, strExpected] : ROWS)
         EXPECT_EQ(Compiled(strSql), strExpected) << strSql.substr(0, 60);
     EXPECT_EQ(Compiled(Nested(30)).substr(0, 22), "q1.1 a=A:1 from 31:[q2");
