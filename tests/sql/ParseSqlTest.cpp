@@ -97,12 +97,13 @@ TEST(ParseSql, CompilesWhatStandsInAHint) {
     EXPECT_EQ(Compiled("(/*! use */ shop)"), "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"shop\"}");
 }
 
-/** A statement of many words that compiles. */
+/** A text and behind it another one many times. */
 std::string Long(std::string strSql, const char* lpszRepeated, std::size_t nTimes) {
     while (nTimes-- > 0)
         strSql += lpszRepeated;
     return strSql;
 }
+/** A statement of many words that compiles. */
 std::string LongStatement(std::size_t nBytes) {
     return Long("alter system add ", "datafile '0123456789' ", nBytes / 22);
 }
@@ -147,6 +148,7 @@ TEST(ParseSql, FailsWithoutMemoryAndWorksAfterwards) {
         ASSERT_NE(strExpected, "") << strSql.substr(0, 200);
         int nFailed = 0;
         for (std::int64_t nNth = 1;; ++nNth) {
+            const CChunkFault stBalance;
             CParseSql stParseSql;
             EXECUTEPLANBSON* lpPlan = nullptr;
             const auto Compile = [&] {
