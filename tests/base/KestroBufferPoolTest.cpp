@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ChunkFault.h"
+#include "Fields.h"
 
 namespace {
 
@@ -29,9 +30,9 @@ struct CProbe : POOL {
 
 /** Plays a script: A allocates, P sets the page size, R resets, F frees. */
 template <typename POOL>
-std::string Play(const char* lpszScript) {
+std::string Play(const std::string& strScript) {
     CProbe<POOL> stPool;
-    std::istringstream stScript(lpszScript);
+    std::istringstream stScript(strScript);
     UINT nSize = 0;
     for (char cVerb; stScript >> cVerb;) {
         if (cVerb == 'A' || cVerb == 'P') stScript >> nSize;
@@ -44,41 +45,24 @@ std::string Play(const char* lpszScript) {
 }
 
 TEST(KestroBufferPool, PagesFollowTheRules) {
-    const auto Base = Play<CKestroBufferPool>;
-    const auto Ex = Play<CKestroBufferPoolEx>;
-    const auto Ex2 = Play<CKestroBufferPoolEx2>;
-    const struct {
-        std::string (*m_lpfnPlay)(const char*);
-        const char* m_lpszScript;
-        const char* m_lpszPages;
-    } ROWS[] = {
-        {Base, "A8 A8 A0", "0:32 | 24:24 32:32"},
-        {Ex2, "A8 A8", "32:32 | 32:32"},
-        {Base, "P1000 A1 A2 A3 A4 A5 A0", "1040:48 |"},
-        {Base, "P1000 A1008 A4", "1040:1036 |"},
-        {Base, "P1000 A1012 A4", "1040:28 | 1040:1036"},
-        {Base, "P1000 A4 A1013", "1040:1040 | 1040:28"},
-        {Base, "P1000 A4 A1017", "1040:28 | 1044:1044"},
-        {Base, "P1000 A5000 A4", "1040:28 | 1040:5024"},
-        {Ex2, "P1000 A5000 A4", "1040:28 | 5024:5024"},
-        {Base, "P4000 A2988 A2000", "4040:2024 4040:3012 |"},
-        {Base, "P4000 A2992 A2000", "4040:2024 | 4040:3016"},
-        {Ex2, "P4000 A2000 A2500 A1800", "4040:2524 4040:3824 |"},
-        {Ex2, "P4000 A2000 A2500 A1800 A1700", "4040:1724 4040:2524 | 4040:3824"},
-        {Base, "P4000 A2000 A3100 A1000", "4040:3024 | 4040:3124"},
-        {Base, "P4000 A2000 A3100 A1000 A5000 R", "4040:24 5024:24 4040:24 |"},
-        {Base, "P1000 A4 A5000 R A3000", "5024:3024 1040:24 |"},
-        {Base, "P2000 A1500 P4000 A3000 R A3000", "2040:24 4040:3024 |"},
-        {Base, "P2000 A1500 P4000 A3000 R A3000 R", "2040:24 4040:3024 |"},
-        {Base, "P1000 A8 A4000 F", "|"},
-        {Ex, "P1000 A400 A100 A7", "@508 |"},
-        {Ex, "P1000 A400 A109 A8", "@400 1040:144 |"},
-        {Ex, "P1000 A400 A200 R", "@0 1040:24 |"},
-        {Ex, "P1000 A400 A200 F A8", "@408 |"},
-    };
     CChunkFault stBalance;
-    for (const auto& stRow : ROWS)
-        EXPECT_EQ(stRow.m_lpfnPlay(stRow.m_lpszScript), stRow.m_lpszPages) << stRow.m_lpszScript;
+    ExpectRows(
+        {"A8 A8 A0 => 0:32 | 24:24 32:32", "P1000 A1 A2 A3 A4 A5 A0 => 1040:48 |", "P1000 A1008 A4 => 1040:1036 |",
+         "P1000 A1012 A4 => 1040:28 | 1040:1036", "P1000 A4 A1013 => 1040:1040 | 1040:28",
+         "P1000 A4 A1017 => 1040:28 | 1044:1044", "P1000 A5000 A4 => 1040:28 | 1040:5024",
+         "P4000 A2988 A2000 => 4040:2024 4040:3012 |", "P4000 A2992 A2000 => 4040:2024 | 4040:3016",
+         "P4000 A2000 A3100 A1000 => 4040:3024 | 4040:3124",
+         "P4000 A2000 A3100 A1000 A5000 R => 4040:24 5024:24 4040:24 |",
+         "P1000 A4 A5000 R A3000 => 5024:3024 1040:24 |", "P2000 A1500 P4000 A3000 R A3000 => 2040:24 4040:3024 |",
+         "P2000 A1500 P4000 A3000 R A3000 R => 2040:24 4040:3024 |", "P1000 A8 A4000 F => |"},
+        Play<CKestroBufferPool>);
+    ExpectRows({"P1000 A400 A100 A7 => @508 |", "P1000 A400 A109 A8 => @400 1040:144 |",
+                "P1000 A400 A200 R => @0 1040:24 |", "P1000 A400 A200 F A8 => @408 |"},
+               Play<CKestroBufferPoolEx>);
+    ExpectRows({"A8 A8 => 32:32 | 32:32", "P1000 A5000 A4 => 1040:28 | 5024:5024",
+                "P4000 A2000 A2500 A1800 => 4040:2524 4040:3824 |",
+                "P4000 A2000 A2500 A1800 A1700 => 4040:1724 4040:2524 | 4040:3824"},
+               Play<CKestroBufferPoolEx2>);
 }
 
 // Stands in for the plan buffer: pages in whole 4 KB, each with a token.

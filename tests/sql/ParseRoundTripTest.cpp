@@ -176,66 +176,56 @@ private:
     }
 
     STRING Leaf() {
-        switch (Pick(8)) {
-            case 0:
-            case 1:
-                return Literal();
-            case 2:
-                return Word({"?", "sysdate", "user", "pi()", "now()", "seq.nextval", "\"Seq\".currval", "new.a",
-                             "old.bcde", "interval 2 day", "interval '1 2' day_hour"});
-            default:
-                return Field();
-        }
+        const unsigned nKind = Pick(8);
+        if (nKind > 2) return Field();
+        if (nKind > 0) return Literal();
+        return Word({"?", "sysdate", "user", "pi()", "now()", "seq.nextval", "\"Seq\".currval", "new.a", "old.bcde",
+                     "interval 2 day", "interval '1 2' day_hour"});
     }
 
     STRING Expression(int nDepth) {
         if (nDepth <= 0) return Leaf();
         switch (Pick(10)) {
             case 0:
-                return Word({"- ", "+ ", "-"}) + (Pick(2) ? Field() : "(" + Expression(nDepth - 1) + ")");
+                return Word({"- ", "+ ", "-"}) + (Pick(2) ? Field() : Fill("(^)", nDepth - 1));
             case 1:
-            case 5:
                 return "(" + Binary(nDepth) + ")";
             case 2:
                 return Call(nDepth);
             case 3:
-                return m_bAggregate && Pick(2) ? Aggregate(nDepth) : Leaf();
+                return m_bAggregate ? Aggregate(nDepth) : Leaf();
             case 4:
                 return Pick(3) || !Grows() ? Leaf() : Word({"", "any ", "all "}) + "(" + Query(nDepth - 2) + ")";
-            case 6:
-                return Leaf();
             default:
-                return Binary(nDepth);
+                return Pick(4) ? Binary(nDepth) : Leaf();
         }
     }
     STRING Binary(int nDepth) {
-        return Expression(nDepth - 1) + Word({" + ", "- ", " * ", "/", " % ", " div ", " || ", " - - ", "*+"}) +
-               Expression(nDepth - 1);
+        return Fill(Word({"^ + ^", "^- ^", "^ * ^", "^/^", "^ % ^", "^ div ^", "^ || ^", "^ - - ^", "^*+^"}),
+                    nDepth - 1);
     }
 
+    /** A pattern with expressions in the place of "^" and types in that of "@". */
+    STRING Fill(const STRING& strPattern, int nDepth) {
+        STRING strText;
+        for (const char c : strPattern)
+            strText += c == '^' ? Expression(nDepth) : c == '@' ? Type() : STRING(1, c);
+        return strText;
+    }
     STRING Call(int nDepth) {
-        const auto Argument = [&] { return Expression(nDepth - 1); };
-        switch (Pick(7)) {
-            case 0:
-                return Word({"cast(", "CAST("}) + Argument() + " as " + Type() + ")";
-            case 1:
-                return "convert(" + Argument() + ", " + Type() + ")";
-            case 2:
-                return Word({"mod(", "nullif(", "nvl(", "pow(", "find_in_set(", "repeat(", "format(", "similarity("}) +
-                       Argument() + ", " + Argument() + ")";
-            case 3:
-                return Word({"nvl2(", "trim("}) + Argument() + "," + Argument() + "," + Argument() + ")";
-            case 4:
-                return Word({"to_char(", "str_to_date(", "round(", "truncate(", "log(", "from_unixtime("}) +
-                       List(2, Argument) + ")";
-            case 5:
-                return Word({"greatest(", "least(", "concat_ws("}) + Argument() + ", " + List(3, Argument) + ")";
-            default:
-                return Word({"abs(", "ceiling(", "floor(", "lcase(", "sqrt(", "upper(", "exp(", "ln(", "log2(",
-                             "log10(", "sign(", "ascii(", "bit_length(", "quote(", "reverse(", "ltrim(", "rtrim(",
-                             "rand("}) +
-                       Argument() + ")";
-        }
+        if (Pick(3) == 0)
+            return Fill(Word({"abs", "ceiling", "floor", "lcase", "sqrt", "upper", "exp", "ln", "log2", "log10", "sign",
+                              "ascii", "bit_length", "quote", "reverse", "ltrim", "rtrim", "rand"}) +
+                            "(^)",
+                        nDepth - 1);
+        return Fill(
+            Word({"cast(^ as @)", "CAST(^ as @)", "convert(^, @)", "mod(^, ^)", "nullif(^, ^)", "nvl(^, ^)",
+                  "pow(^, ^)", "find_in_set(^, ^)", "repeat(^, ^)", "format(^, ^)", "similarity(^, ^)",
+                  // Of three arguments, and of some.
+                  "nvl2(^,^,^)", "trim(^,^,^)", "to_char(^)", "to_char(^, ^)", "str_to_date(^, ^)", "round(^)",
+                  "round(^, ^)", "truncate(^)", "log(^)", "log(^, ^)", "from_unixtime(^)", "from_unixtime(^, ^)",
+                  "greatest(^, ^, ^)", "least(^, ^)", "concat_ws(^, ^)", "concat_ws(^, ^, ^, ^)"}),
+            nDepth - 1);
     }
     STRING Type() { return Word({"unsigned", "signed", "datetime", "char", "binary", "time", "date", "decimal"}); }
 
@@ -256,25 +246,22 @@ private:
         return Pick(2) ? strText : strNot + "(" + strText + ")";
     }
     STRING Comparison(int nDepth) {
-        const auto Side = [&] { return Expression(nDepth); };
         switch (Grows() ? Pick(9) : 2 + Pick(7)) {
             case 0:
-                return Word({"exists (", "not exists ("}) + Query(nDepth - 1) + ")";
-            case 1:
-                return Side() + Word({" in (", " not in ("}) + Query(nDepth - 1) + ")";
+                return Fill(Word({"exists (", "not exists (", "^ in (", "^ not in ("}), nDepth) + Query(nDepth - 1) +
+                       ")";
             case 2:
-                return Side() + " between " + Side() + " and " + Side();
-            case 5:
-                return Side() + Word({" in (", " not in ("}) + List(4, [&] { return Entry(nDepth); }) + ")";
+                return Field() + Fill(" + ^", nDepth);
             case 3:
                 return Named() + Word({" like ", " not like "}) +
                        Word({"'a%_'", "'a!%_' escape '!'", "'\\_%'", "b || 'x'", "('%')", "'%' || c", "?"});
             case 4:
                 return Field() + Word({" is null", " is not null", " is true", " is not false", " is unknown"});
-            case 6:
-                return Field() + " + " + Side();
+            case 5:
+                return Fill(Word({"^ in (", "^ not in ("}), nDepth) + List(4, [&] { return Entry(nDepth); }) + ")";
             default:
-                return Side() + Word({" = ", "<>", " != ", " < ", ">", "<=", " >= "}) + Side();
+                return Fill(Word({"^ = ^", "^<>^", "^ != ^", "^ < ^", "^>^", "^<=^", "^ >= ^", "^ between ^ and ^"}),
+                            nDepth);
         }
     }
     STRING Entry(int nDepth) {

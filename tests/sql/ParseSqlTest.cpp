@@ -5,46 +5,25 @@
 #include <memory>
 
 #include "ChunkFault.h"
-#include "ExactBytes.h"
+#include "Fields.h"
 #include "ParseSqlHead.h"
 #include "PlanLine.h"
 #include "PlanMaker.h"
 
 namespace {
 
-struct ROW {
-    const char* m_lpszSql;
-    const char* m_lpszPlan;
-};
-
 TEST(ParseSql, ChoosesTheParserByTheFirstWord) {
-    constexpr ROW ROWS[] = {
-        {"begin", "nType=10 bWriteLog=1"},
-        {"Begin Work;", "nType=10 bWriteLog=1"},
-        {"begin graph", "nType=15 bWriteLog=1"},
-        {"begin work work", "814 at 2"},
-        {"begin it", "814 at 0"},
-        {"commit", "nType=11 bWriteLog=1"},
-        {"commit graph", "nType=16 bWriteLog=1"},
-        {"commit work work", "815 at 0"},
-        {"rollback work", "nType=12 bWriteLog=1"},
-        {"rollback graph", "816 at 0"},
-        {"use Shop", "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"Shop\"}"},
-        {"use `my shop`", "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"my shop\"}"},
-        {"use", "835 at 0"},
-        {"use a b", "835 at 0"},
-        {"use 1", "835 at 1"},
-        {"show tables", "502 at 0"},
-        {"create table t (a int)", "502 at 0"},
-        {"frobnicate", "502 at 0"},
-        {"commi_t", "501 at 0"},
-        {"", "500 at 0"},
-        {" \t\r\n;;", "500 at 0"},
-        {"-- nothing", "500 at 0"},
-        {"1", "500 at 0"},
-    };
-    for (const ROW& stRow : ROWS)
-        EXPECT_EQ(Compiled(stRow.m_lpszSql), stRow.m_lpszPlan) << stRow.m_lpszSql;
+    ExpectRows({"begin => nType=10 bWriteLog=1", "Begin Work; => nType=10 bWriteLog=1",
+                "begin graph => nType=15 bWriteLog=1", "begin work work => 814 at 2", "begin it => 814 at 0",
+                "commit => nType=11 bWriteLog=1", "commit graph => nType=16 bWriteLog=1",
+                "commit work work => 815 at 0", "rollback work => nType=12 bWriteLog=1", "rollback graph => 816 at 0",
+                // Names.
+                "use Shop => nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"Shop\"}",
+                "use `my shop` => nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"my shop\"}", "use => 835 at 0",
+                "use a b => 835 at 0", "use 1 => 835 at 1", "show tables => 502 at 0",
+                "create table t (a int) => 502 at 0", "frobnicate => 502 at 0", "commi_t => 501 at 0", " => 500 at 0",
+                " \t\r\n;; => 500 at 0", "-- nothing => 500 at 0", "1 => 500 at 0"},
+               Compiled);
     const std::string strLongest(64, 'd');
     EXPECT_EQ(Compiled("use " + strLongest),
               "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"" + strLongest + "\"}");
@@ -68,38 +47,26 @@ std::string Head(std::string_view szSql, bool bHashComment = false) {
 }
 
 TEST(ParseSql, ReadsTheHead) {
-    constexpr ROW ROWS[] = {
-        {"select 1;;", "select 1 | select 7"},
-        {"select 1 ; ;\n", "select 1  | select 7"},
-        {"(select 1)", "select 1 | select 7"},
-        {"( ((select 1 );) )", "select 1 | select 7"},
-        {"((select 1) ;)", "select 1 | select 7"},
-        {"(select ' -- it''s' /* ) it's */ -- it's\n)", "select ' -- it''s' /* ) it's */ -- it's | select 7"},
-        {"(select 1 /* ( */) union (select 2)", "(select 1 /* ( */) union (select 2) | select 8 (1"},
-        {"(select 1) union (select 2)", "(select 1) union (select 2) | select 8 (1"},
-        {"((select 1) union (select 2))", "(select 1) union (select 2) | select 8 (1"},
-        {" (select 1)", " (select 1) | select 9 (1"},
-        {"(select ')' from t)", "select ')' from t | select 7"},
-        {"(select '(' from t) union (select ')' from t)",
-         "(select '(' from t) union (select ')' from t) | select 8 (1"},
-        {"select*from t", "select*from t | select 7"},
-        {"-- c\r\n/* c */ select 1", "-- c\r\n/* c */ select 1 | select 21"},
-        {"sel/* c */update t", "sel/* c */update t | update 17"},
-        {"/*!40101 set x */", "/*!40101 set x */ | set 13 hint  set x */"},
-        {"select /*!1 a */ b", "select /*!1 a */ b | select 7"},
-        {"/*! set x", "/*! set x | set 8 hint set x"},
-        {"/*! /*! set y*/ x", "/*! /*! set y*/ x | set 12 hint set y*/"},
-        {"select", "select | select 6"},
-        {"deallocateab", "deallocateab | deallocateab 12"},
-        {"deallocateabc", "502"},
-        {"select(1)", "501"},
-        {"#c\nselect 1", "500"},
-        {"/* open", "500"},
-        {"()", "500"},
-        {"/*! */ select", "500"},
-    };
-    for (const ROW& stRow : ROWS)
-        EXPECT_EQ(Head(stRow.m_lpszSql), stRow.m_lpszPlan) << stRow.m_lpszSql;
+    ExpectRows(
+        {"select 1;; => select 1 | select 7", "select 1 ; ;\n => select 1  | select 7",
+         "(select 1) => select 1 | select 7", "( ((select 1 );) ) => select 1 | select 7",
+         "((select 1) ;) => select 1 | select 7",
+         "(select ' -- it''s' /* ) it's */ -- it's\n) => select ' -- it''s' /* ) it's */ -- it's | select 7",
+         "(select 1 /* ( */) union (select 2) => (select 1 /* ( */) union (select 2) | select 8 (1",
+         "(select 1) union (select 2) => (select 1) union (select 2) | select 8 (1",
+         "((select 1) union (select 2)) => (select 1) union (select 2) | select 8 (1",
+         " (select 1) =>  (select 1) | select 9 (1", "(select ')' from t) => select ')' from t | select 7",
+         "(select '(' from t) union (select ')' from t) => (select '(' from t) union (select ')' from t) | select 8 (1",
+         // Comments and hints.
+         "select*from t => select*from t | select 7",
+         "-- c\r\n/* c */ select 1 => -- c\r\n/* c */ select 1 | select 21",
+         "sel/* c */update t => sel/* c */update t | update 17",
+         "/*!40101 set x */ => /*!40101 set x */ | set 13 hint  set x */",
+         "select /*!1 a */ b => select /*!1 a */ b | select 7", "/*! set x => /*! set x | set 8 hint set x",
+         "/*! /*! set y*/ x => /*! /*! set y*/ x | set 12 hint set y*/", "select => select | select 6",
+         "deallocateab => deallocateab | deallocateab 12", "deallocateabc => 502", "select(1) => 501",
+         "#c\nselect 1 => 500", "/* open => 500", "() => 500", "/*! */ select => 500"},
+        [](const std::string& strSql) { return Head(strSql); });
     EXPECT_EQ(Head("#c\nselect 1", true), "#c\nselect 1 | select 10");
     // A million brackets or hints are read in one pass.
     const std::string strOpen(1'000'000, '('), strClose(1'000'000, ')');
@@ -130,12 +97,15 @@ TEST(ParseSql, CompilesWhatStandsInAHint) {
     EXPECT_EQ(Compiled("(/*! use */ shop)"), "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"shop\"}");
 }
 
+/** A text and behind it another one many times. */
+std::string Long(std::string strSql, const char* lpszRepeated, std::size_t nTimes) {
+    while (nTimes-- > 0)
+        strSql += lpszRepeated;
+    return strSql;
+}
 /** A statement of many words that compiles. */
 std::string LongStatement(std::size_t nBytes) {
-    std::string strSql = "alter system add ";
-    while (strSql.size() < nBytes)
-        strSql += "datafile '0123456789' ";
-    return strSql;
+    return Long("alter system add ", "datafile '0123456789' ", nBytes / 22);
 }
 
 /** The plan's bytes as compiled into a block of the caller's, of `nCapacity` bytes and full of another statement. */
@@ -161,27 +131,42 @@ TEST(ParseSql, CompilesInAnyBufferIntoTheSameBytes) {
     }
 }
 
+constexpr char RICH[] =
+    "select distinct t.a x, sum(b)+1 from d.t join u y on t.a=y.a left join (v cross join w) on v.c=?, "
+    "(select b from x where b in (select 'é' from z) union all select 2 from y) s start with a=1 connect by prior "
+    "t.a=t.b and c=2 where t.d>1 group by x, c having max(e)>2 order by x desc, f paging pageno=2, pagesize=3 for "
+    "update wait 5 as of timestamp '2026-01-01'";
+
 TEST(ParseSql, FailsWithoutMemoryAndWorksAfterwards) {
-    const std::string strSql = LongStatement(200'000);
-    const std::string strExpected = CompiledInto(strSql, 1'000'000);
-    int nFailed = 0;
-    for (std::int64_t nNth = 1;; ++nNth) {
-        CParseSql stParseSql;
-        EXECUTEPLANBSON* lpPlan = nullptr;
-        const auto Compile = [&] {
-            lpPlan = nullptr;
-            return stParseSql.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, 0, 0, 0);
-        };
-        KestroChunkFailNth(nNth);
-        const int nCode = Compile();
-        const bool bCameTrue = KestroChunkFailNth(0) == 0;
-        if (!bCameTrue) break;
-        EXPECT_TRUE(nCode == ERR_OK || (nCode == ERR_MEMORY && !lpPlan)) << nNth;
-        nFailed += nCode == ERR_MEMORY;
-        ASSERT_EQ(Compile(), ERR_OK) << nNth;
-        EXPECT_TRUE(std::string_view(reinterpret_cast<const char*>(lpPlan), lpPlan->m_nTotalDataSize) == strExpected);
+    const std::string CONDITION =
+        "select 1 from t where abs((((((((a + interval '1' day)))))))) = nvl(b, cast(c as char)) ";
+    for (const std::string& strSql :
+         {LongStatement(200'000), std::string(RICH), Long(CONDITION, "and (a + 1 = b or not c in (1, 2)) ", 400),
+          Long("select 1 from t where a", " + (abs(a)", 500) + std::string(500, ')') + " > 1",
+          Long("insert into t values (1,'abc')", ",(1,'abc')", 20'000)}) {
+        const std::string strExpected = CompiledInto(strSql, 20'000'000);
+        ASSERT_NE(strExpected, "") << strSql.substr(0, 200);
+        int nFailed = 0;
+        for (std::int64_t nNth = 1;; ++nNth) {
+            const CChunkFault stBalance;
+            CParseSql stParseSql;
+            EXECUTEPLANBSON* lpPlan = nullptr;
+            const auto Compile = [&] {
+                lpPlan = nullptr;
+                return stParseSql.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, 0, 0, 0);
+            };
+            KestroChunkFailNth(nNth);
+            const int nCode = Compile();
+            const bool bCameTrue = KestroChunkFailNth(0) == 0;
+            if (!bCameTrue) break;
+            EXPECT_TRUE(nCode == ERR_OK || (nCode == ERR_MEMORY && !lpPlan)) << nNth;
+            nFailed += nCode == ERR_MEMORY;
+            ASSERT_EQ(Compile(), ERR_OK) << nNth;
+            EXPECT_TRUE(std::string_view(reinterpret_cast<const char*>(lpPlan), lpPlan->m_nTotalDataSize) ==
+                        strExpected);
+        }
+        EXPECT_GT(nFailed, 0);
     }
-    EXPECT_GT(nFailed, 0);
 }
 
 /** A compiler whose queries and parameters are made by hand. */

@@ -5,7 +5,7 @@
 #include <random>
 #include <string>
 
-#include "ExactBytes.h"
+#include "Fields.h"
 
 namespace {
 
@@ -107,30 +107,19 @@ TEST(SqlWordScanTest, AgreesWithABytewiseMachine) {
 }
 
 TEST(SqlWordScanTest, WordsOfTexts) {
-    const struct {
-        const char* m_lpszText;
-        const char* m_lpszWords;
-    } ROWS[] = {
-        {"", ""},
-        {"select a.b, 1.5 from t", "select~a~.~b~,~1.5~from~t~"},
-        {".5 a.5 1.a t1.5 1.5e3 1.5.3 a.5.6", ".5~a~.~5~1~.~a~t1~.~5~1.5~e3~1.5~.3~a~.~5.6~"},
-        {"`a`.5 'x'.5 12ab.5", "`a`~.5~'x'~.5~12ab~.~5~"},
-        {"'a''b' '' 'it", "'a''b'~''~'it~"},
-        {"a'b'c\"d\"\"e\"\"f\"", "a~'b'~c\"d\"\"e\"\"f\"~"},
-        {"\"d\"\"e\"'f'", "\"d\"~\"e\"~'f'~"},
-        {"'\"`' `'\"` \"'`\"", "'\"`'~`'\"`~\"'`\"~"},
-        {"'a\\' b", "'a\\'~b~"},
-        {"SELECT/*x*/1/*/*/2/*", "SELECT~1~2~"},
-        {"a--b'\nc -- d\r-->e\n--", "a~c~"},
-        {"a->b->>c<=>d<-1<>2!=:=x!:>>", "a~->~b~->~>~c~<=~>~d~<-~1~<>~2~!=~:=~x~!~:~>~>~"},
-        {"a||b a|b |a a| |||", "a~||~b~a|b~|a~a|~||~|~"},
-        {"a%b a % b #c{} &&", "a%b~a~%~b~#c{}~&&~"},
-        {";;(@a)?*[1]", ";~;~(~@~a~)~?~*~[~1~]~"},
-    };
-    for (const auto& stRow : ROWS) {
-        EXPECT_EQ(Words(stRow.m_lpszText), stRow.m_lpszWords);
-        EXPECT_EQ(CBytewise(stRow.m_lpszText).m_strWords, stRow.m_lpszWords);
-    }
+    ExpectRows({" => ", "select a.b, 1.5 from t => select~a~.~b~,~1.5~from~t~",
+                ".5 a.5 1.a t1.5 1.5e3 1.5.3 a.5.6 => .5~a~.~5~1~.~a~t1~.~5~1.5~e3~1.5~.3~a~.~5.6~",
+                "`a`.5 'x'.5 12ab.5 => `a`~.5~'x'~.5~12ab~.~5~", "'a''b' '' 'it => 'a''b'~''~'it~",
+                "a'b'c\"d\"\"e\"\"f\" => a~'b'~c\"d\"\"e\"\"f\"~", "\"d\"\"e\"'f' => \"d\"~\"e\"~'f'~",
+                "'\"`' `'\"` \"'`\" => '\"`'~`'\"`~\"'`\"~", "'a\\' b => 'a\\'~b~",
+                "SELECT/*x*/1/*/*/2/* => SELECT~1~2~", "a--b'\nc -- d\r-->e\n-- => a~c~",
+                "a->b->>c<=>d<-1<>2!=:=x!:>> => a~->~b~->~>~c~<=~>~d~<-~1~<>~2~!=~:=~x~!~:~>~>~",
+                "a||b a|b |a a| ||| => a~||~b~a|b~|a~a|~||~|~", "a%b a % b #c{} && => a%b~a~%~b~#c{}~&&~",
+                ";;(@a)?*[1] => ;~;~(~@~a~)~?~*~[~1~]~"},
+               [](const std::string& strText) {
+                   EXPECT_EQ(Words(strText), CBytewise(strText).m_strWords);
+                   return Words(strText);
+               });
     EXPECT_EQ(Words("insert into t", 6), "into~t~");
     EXPECT_EQ(Words("insert", 6), "");
 }

@@ -27,3 +27,12 @@ void CheckRows(std::initializer_list<std::string_view> lstRow, F Run) {
         EXPECT_EQ(Run(arText), szRow.substr(nArrow + 2)) << szRow;
     }
 }
+
+/** Rows of a text, " => " and what `Run` answers for it. */
+template <typename F>
+void ExpectRows(std::initializer_list<std::string_view> lstRow, F Run) {
+    for (const std::string_view szRow : lstRow) {
+        const std::size_t nArrow = szRow.rfind(" => ");
+        EXPECT_EQ(Run(std::string(szRow.substr(0, nArrow))), szRow.substr(nArrow + 4)) << szRow;
+    }
+}

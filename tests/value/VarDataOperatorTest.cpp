@@ -208,20 +208,6 @@ TEST(VarDataOperator, RandomIntegersAgreeWithWideOnes) {
     }
 }
 
-TEST(VarDataOperator, RandomDoublesAgreeWithTheMachine) {
-    std::mt19937_64 stRandom(7);
-    for (int i = 0; i < 20000; ++i) {
-        const double a = std::bit_cast<double>(stRandom()), b = std::bit_cast<double>(stRandom());
-        st_VARDATA stFirst, stSecond;
-        stFirst.SetData(a, VT_DOUBLE);
-        stSecond.SetData(b, VT_DOUBLE);
-        const auto Same = [](double dbl, const st_VARDATA& st) { return dbl == st.m_dblValue || std::isnan(dbl); };
-        EXPECT_TRUE(Same(a + b, stFirst + stSecond) && Same(a - b, stFirst - stSecond)) << a << ' ' << b;
-        EXPECT_TRUE(Same(a * b, stFirst * stSecond) && Same(a / b, stFirst / stSecond)) << a << ' ' << b;
-        EXPECT_TRUE(Same(a - static_cast<double>(CutToInt64(a / b)) * b, stFirst % stSecond)) << a << ' ' << b;
-    }
-}
-
 TEST(VarDataOperator, ResultsMayBeOperandsAndKeepTheirFlags) {
     const WordValue stCent("dec:0.01"), stOne("int:1");
     WordValue stSum("int:0");

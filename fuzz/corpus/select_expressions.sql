@@ -1,0 +1,1 @@
+select round(a) + greatest(t.b, u.c, -?) * (cast(a as decimal) || q.nextval) - sum(1 + 1) + checkchild(x, 'y', 3) || e ->> '$.p' || to_char(sysdate + interval '1' day, u.f) % ln(1.5) div ((nvl2(null, 'it''s', 0x1F))) from t, u
