@@ -1,7 +1,9 @@
-// The real clock, sleep, shell and uuid behind g_stPlatform.
+// The real clock, sleep, shell, uuid, shared memory and semaphores behind g_stPlatform.
 
 #include "Platform.h"
 
+#include <fcntl.h>
+#include <sys/shm.h>
 #include <uuid/uuid.h>
 
 #include <cerrno>
@@ -31,6 +33,21 @@ void RealUuid(unsigned char* lpUuid) {
     uuid_generate(lpUuid);
 }
 
+int RealShmGet(key_t nKey, std::size_t nSize, int nFlags) {
+    return shmget(nKey, nSize, nFlags);
+}
+
+int RealShmRemove(int nID) {
+    return shmctl(nID, IPC_RMID, nullptr);
+}
+
+sem_t* RealSemOpen(const char* lpszName, mode_t nMode) {
+    sem_t* lpSemaphore = sem_open(lpszName, O_CREAT, nMode, 1);
+    return lpSemaphore == SEM_FAILED ? nullptr : lpSemaphore;
+}
+
 } // namespace
 
-PLATFORM g_stPlatform{RealMicroseconds, RealSleep, RealSystem, RealUuid, "/proc"};
+// Without a run-time initialiser: what is built before main uses it already.
+constinit PLATFORM g_stPlatform{RealMicroseconds, RealSleep,  RealSystem,    RealUuid,
+                                "/proc",          RealShmGet, RealShmRemove, RealSemOpen};

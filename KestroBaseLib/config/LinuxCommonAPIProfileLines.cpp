@@ -58,9 +58,13 @@ bool PROFILETEXT::Read(FILE* lpFile) {
     return true;
 }
 
+bool SameName(std::string_view strFirst, std::string_view strSecond) {
+    return strFirst.size() == strSecond.size() &&
+           KestroCompareNoCase(strFirst.data(), strSecond.data(), static_cast<int>(strFirst.size())) == 0;
+}
+
 bool PROFILELINE::IsNamed(std::string_view strName) const {
-    return m_strName.size() == strName.size() &&
-           KestroCompareNoCase(m_strName.data(), strName.data(), static_cast<int>(strName.size())) == 0;
+    return SameName(m_strName, strName);
 }
 
 bool CProfileLines::Next(PROFILELINE& stLine) {

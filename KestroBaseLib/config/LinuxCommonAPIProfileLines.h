@@ -55,6 +55,9 @@ private:
     bool m_bLineFeeds = true;
 };
 
+/** Whether two names are equal but for the case of ASCII letters. */
+[[nodiscard]] bool SameName(std::string_view strFirst, std::string_view strSecond);
+
 /** White space of the profile format: blank, tab, line feed, vertical tab, form feed, carriage return. */
 std::string_view TrimLeft(std::string_view strText);
 std::string_view TrimRight(std::string_view strText);

@@ -1,4 +1,4 @@
-// Language and stack size, with the program's place given by a process file system of our own.
+// Language and stack size, with the program's place given by a process file system of our own, or from the store.
 
 #include "LanguageSetting.h"
 
@@ -8,12 +8,20 @@
 
 #include <gtest/gtest.h>
 
+#include "ConfigHelper.h"
 #include "Language.h"
 #include "LinuxCommonAPI.h"
 #include "Platform.h"
 #include "ScratchDir.h"
 
 namespace {
+
+void Restore() {
+    unsetenv("TZ");
+    tzset();
+    g_nLanguage_Chinese = 0;
+    g_nThreadStackSize = 1 << 20;
+}
 
 TEST(LanguageSetting, FollowsKeyFileAndZone) {
     const std::tuple<const char*, const char*, int, int> arRows[] = {
@@ -39,11 +47,28 @@ TEST(LanguageSetting, FollowsKeyFileAndZone) {
         EXPECT_EQ(g_nLanguage_Chinese, nLanguage) << lpszKeys << lpszZone;
         EXPECT_EQ(g_nThreadStackSize, nStackMB << 20) << lpszKeys;
     }
-    unsetenv("TZ");
-    tzset();
     g_stPlatform = stPlatform;
-    g_nLanguage_Chinese = 0;
-    g_nThreadStackSize = 1 << 20;
+    Restore();
+}
+
+TEST(LanguageSetting, FollowsTheStore) {
+    const std::tuple<const char*, int, int> arRows[] = {
+        {"[System]\nLanguage=1\nthreadstacksize=4\n", 1, 4},
+        {"[System]\nLanguage=77\n", 1, 1},
+        {"[System]\n[Config]\nLanguage=1\n", 0, 1},
+        {"", 0, 1},
+    };
+    const ScratchDir stScratch;
+    setenv("TZ", "CST-8", 1);
+    for (const auto& [lpszText, nLanguage, nStackMB] : arRows) {
+        WriteFile(stScratch.Path("store.ini"), lpszText);
+        EXPECT_TRUE(KestroConfigInit(stScratch.Path("store.ini").c_str()));
+        InitLanguageSetting(1);
+        EXPECT_EQ(g_nLanguage_Chinese, nLanguage) << lpszText;
+        EXPECT_EQ(g_nThreadStackSize, nStackMB << 20) << lpszText;
+    }
+    KestroConfigClose();
+    Restore();
 }
 
 } // namespace

@@ -12,8 +12,12 @@
 #include <utility>
 #include <vector>
 
+#include "ConfigHelper.h"
+#include "RefusedShare.h"
+
 // Runs a built program as a child: with its input from a pipe, or on a terminal of its own. The first argument is the
-// program's path. A child that outlives its time is ended by its own alarm, so no test hangs.
+// program's path. A child that outlives its time is ended by its own alarm, so no test hangs; and it gets nothing of
+// what the machine's instances share.
 
 /** What a run wrote, to standard output and standard error alike, and its status as `waitpid` gives it. */
 struct PROGRAMRUN {
@@ -29,6 +33,7 @@ struct PROGRAMRUN {
     lpArguments.push_back(nullptr);
     signal(SIGPIPE, SIG_DFL);
     alarm(20);
+    RefuseShare(CONFIG_AREA_KEY);
     execv(lpArguments[0], lpArguments.data());
     _exit(127);
 }
