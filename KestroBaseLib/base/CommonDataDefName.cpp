@@ -1,6 +1,7 @@
 // Names, strings, passwords and titles out of the words of SQL text. A word is read within its length only, and one
 // that holds a zero byte is refused.
 
+#include <array>
 #include <cstring>
 
 #include "CommonDataDef.h"
@@ -27,6 +28,16 @@ constexpr NAMERULE OBJECT_RULE = {"\"`", MAX_NAME_LEN - 1, NAME_QUOTED, CC_NAME_
 constexpr NAMERULE USER_RULE = {ANY_QUOTE, MAX_NAME_LEN - 1, NAME_QUOTED, CC_LETTER, false};
 // A quoted database name counts as plain and may be one byte longer. Intended.
 constexpr NAMERULE DATABASE_RULE = {ANY_QUOTE, MAX_NAME_LEN, NAME_PLAIN, CC_NAME_START, false};
+
+/** Each byte as it stands in a plain name of capitals; 0 for one that has no place there. */
+constexpr std::array<char, 256> UPPER_NAME_CHAR = [] {
+    std::array<char, 256> arChar{};
+    for (int i = 0; i < 256; ++i) {
+        const char c = static_cast<char>(i);
+        if (IsCharClass(c, CC_NAME)) arChar[static_cast<std::size_t>(i)] = FoldToUpper(c);
+    }
+    return arChar;
+}();
 
 bool HasZero(const char* lpszText, int nLen) {
     return std::memchr(lpszText, 0, static_cast<std::size_t>(nLen)) != nullptr;
@@ -72,7 +83,17 @@ int CopyName(const char* lpszText, int nLen, char* lpszName, const NAMERULE& stR
 
 } // namespace
 
+// Nearly all names are plain: those are checked and copied in one pass, and all others go the long way.
 int CopyNameFromSql(const char* lpszText, int nLen, char* lpszName) {
+    if (lpszText && nLen > 0 && nLen <= MAX_NAME_LEN && IsCharClass(*lpszText, OBJECT_RULE.m_bFirstClass)) {
+        char cLeast = 1;
+        for (int i = 0; i < nLen; ++i) {
+            const char c = lpszName[i] = UPPER_NAME_CHAR[static_cast<BYTE>(lpszText[i])];
+            cLeast = c != 0 ? cLeast : '\0';
+        }
+        lpszName[cLeast != 0 ? nLen : 0] = 0;
+        return cLeast != 0 ? NAME_PLAIN : NAME_BAD;
+    }
     return CopyName(lpszText, nLen, lpszName, OBJECT_RULE);
 }
 

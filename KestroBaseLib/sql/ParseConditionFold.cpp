@@ -176,6 +176,8 @@ int CParseConditionManager::Compare(const COMPAREEXPBSON* lpCompare, int& nResul
         if (arOffset[i] == 0) continue;
         const auto* const lpSide = &Record<st_MATHEXPBSON>(arOffset[i]);
         if (const int nCode = CBaseExpression::GetExpressionResult(m_pBson, lpSide, arValue[i])) return nCode;
+        // Two truths aren't enough for NULL, and what NOT made of it would let a DELETE take all rows.
+        if (arValue[i].IsNull()) return ERR_FUNCTION_TYPE;
     }
     const auto& [stFirst, stSecond, stThird] = arValue;
     switch (lpCompare->m_bOperator) {

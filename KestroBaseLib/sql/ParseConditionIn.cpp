@@ -74,9 +74,7 @@ int CParseConditionManager::FoldInEntry(UINT nOffset, bool& bConstant) {
     if (bFoldable) {
         st_VARDATA stValue;
         nCode = CBaseExpression::GetExpressionResult(m_pBson, &stRoot, stValue);
-        // In as few digits as it needs, whatever it was computed with.
-        if (nCode == ERR_OK && stValue.m_vt == VT_DECIMAL) stValue.m_bPrecison = 0;
-        if (nCode == ERR_OK) nCode = CovertValueToOffset(stValue, nLiteral);
+        if (nCode == ERR_OK) nCode = WriteFolded(stValue, nLiteral);
     }
     if (nCode == ERR_FUNCTION_TYPE || nCode == ERR_DATA_TYPE) {
         bConstant = false;

@@ -192,7 +192,7 @@ int CParseExpressionManager::ParseAggreFunctionParam(CALL& stCall) {
     const int nCode = CBaseExpression::GetExpressionResult(m_pBson, lpRoot, stValue);
     if (nCode == ERR_FUNCTION_TYPE) return PushArgument(nOffset);
     if (nCode != ERR_OK) return Fail(nCode, nBegin);
-    if (const int nValueCode = CovertValueToOffset(stValue, nOffset)) return Fail(nValueCode, nBegin);
+    if (const int nValueCode = WriteFolded(stValue, nOffset)) return Fail(nValueCode, nBegin);
     return PushOperand(MIXNODE_ELEMENT, nOffset);
 }
 

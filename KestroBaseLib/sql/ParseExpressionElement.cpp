@@ -111,10 +111,10 @@ int CParseExpressionManager::NewWordField(int nPos, UINT& nOffset) {
 }
 
 bool CParseExpressionManager::ReadName(int nPos, NAME& stName) const {
-    if (CopyNameFromSql(m_lpWordArray->m_arWord[nPos], m_lpWordArray->m_arWordLen[nPos], stName.m_szText) == NAME_BAD)
-        return false;
-    stName.m_nLen = static_cast<int>(std::strlen(stName.m_szText));
-    return true;
+    const int nLen = m_lpWordArray->m_arWordLen[nPos];
+    const int nKind = CopyNameFromSql(m_lpWordArray->m_arWord[nPos], nLen, stName.m_szText);
+    stName.m_nLen = nKind == NAME_QUOTED ? nLen - 2 : nLen;
+    return nKind != NAME_BAD;
 }
 
 int CParseExpressionManager::ParseMathElement(st_PARSEPARAM* lpParam, UINT& nOffset) {
@@ -301,6 +301,12 @@ int CParseExpressionManager::ParseInterval(st_PARSEPARAM& stParam, UINT& nOffset
     lpElement->m_nDataLen = static_cast<int>(std::strlen(lpszText)) + 1;
     stParam.m_nBeginPos = nValue + 1;
     return ERR_OK;
+}
+
+// In as few digits as it needs: those of the operands may be too few for it, and would round it.
+int CParseExpressionManager::WriteFolded(st_VARDATA& stValue, UINT& nOffset) {
+    if (stValue.m_vt == VT_DECIMAL) stValue.m_bPrecison = 0;
+    return CovertValueToOffset(stValue, nOffset);
 }
 
 int CParseExpressionManager::CovertValueToOffset(st_VARDATA& stValue, UINT& nOffset) {

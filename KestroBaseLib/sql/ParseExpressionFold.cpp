@@ -38,6 +38,12 @@ stu_EXPFIELDBSON_MIXQUEUENODE* Pop(CKestroStack& skOperand) {
 // Queue and stack share their nodes: that of an operator becomes the node of its result.
 int CParseExpressionManager::CreateMathExpression() {
     if (m_queMathQueue.empty()) return ERR_EXPRESSION_QUEUE_EMPTY;
+    // A lone operand needs no stack.
+    const auto& stFirst = *static_cast<const stu_EXPFIELDBSON_MIXQUEUENODE*>(m_queMathQueue.front());
+    if (m_queMathQueue.size() == 1 && stFirst.m_bNodeType == MIXNODE_ELEMENT) {
+        m_queMathQueue.free();
+        return WrapOperand(EXP_ELEMENT, stFirst.m_nExpFieldOffset);
+    }
     CKestroStack skOperand;
     for (; !m_queMathQueue.empty(); m_queMathQueue.pop()) {
         auto* const lpNode = static_cast<stu_EXPFIELDBSON_MIXQUEUENODE*>(m_queMathQueue.front());
@@ -130,6 +136,10 @@ int CParseExpressionManager::FoldParamList(const stu_EXPFIELDBSON_MIXQUEUENODE& 
 // operators keeps the stack short.
 int CParseExpressionManager::CheckAgrreMixedExpression(UINT nOffset) const {
     constexpr int DEPTH_SHIFT = 32;
+    // An operand alone, as most sides of comparisons are, holds none.
+    if (nOffset == 0) return ERR_OK;
+    const auto& stRoot = *reinterpret_cast<const st_MATHEXPBSON*>(m_pBson->ConvertOffset2Addr(nOffset));
+    if (stRoot.m_bOperator == OP_NONE && stRoot.m_bExpressionType1 != EXP_EXPRESSION) return ERR_OK;
     CKestroStackInt64 skNode;
     const auto PushChild = [&](BYTE bKind, UINT nChild, long long llDepth) -> int {
         if (bKind != EXP_EXPRESSION || nChild == 0) return ERR_OK;

@@ -124,7 +124,7 @@ constexpr std::array<BYTE, KEYWORD_END> CODE_OF_KEYWORD = [] {
 
 } // namespace
 
-BYTE CParseExpressionManager::CheckValidFunction(int nPos) {
+BYTE CParseExpressionManager::FindFunction(int nPos) {
     const int nKeyword = Keyword(nPos);
     const BYTE bCode = nKeyword < KEYWORD_END ? CODE_OF_KEYWORD[static_cast<std::size_t>(nKeyword)] : BYTE{0};
     if (bCode == FN_SPECIAL_LOG)

@@ -4,9 +4,7 @@
 #include "KestroKeyword.h"
 #include "KestroQueue.h"
 #include "KestroStack.h"
-#include "ParseSqlWords.h"
-
-class CParseSql;
+#include "ParseSql.h"
 
 /** Priorities on the operator stack: a higher one binds closer. */
 enum OPERATORPRIORITY : BYTE {
@@ -154,9 +152,13 @@ protected:
 
     // --- words (ParseExpressionOperator.cpp); a number without a word reads as WORD_NONE -----------------------------
 
-    int Keyword(int nPos) const;
+    int Keyword(int nPos) const { return m_pParseSql->GetKeyword(m_lpWordArray, nPos); }
     /** What the word is as an operator, OPERATORCLASS; words of comparison and logic are none without `bCondition`. */
-    BYTE CheckValidOperator(int nPos, int bCondition) const;
+    BYTE CheckValidOperator(int nPos, int bCondition) const {
+        // Names and literals, the most frequent words, are none.
+        const int nKeyword = Keyword(nPos);
+        return nKeyword <= WORD_HEX_STRING ? BYTE{OPCLASS_NONE} : ClassOfOperator(nKeyword, nPos, bCondition);
+    }
     /** The operator's code of a keyword; OP_NONE for none. */
     static BYTE ConvertOperatorString(int nKeyword);
     /** How an operator or function takes its operands, OPERATORFORM. */
@@ -233,13 +235,18 @@ protected:
     [[nodiscard]] int NewElement(int nDataLen, MATHEXPELEMENTBSON*& lpElement, UINT& nOffset);
     /** A literal with these bytes. */
     [[nodiscard]] int NewLiteral(BYTE bDataType, const void* lpData, int nDataLen, UINT& nOffset);
-    /** A value that was worked out, as a literal: ERR_DATA_TYPE for a type that has no such form. */
+    /** A value as a literal: ERR_DATA_TYPE for a type that has no such form. */
     [[nodiscard]] int CovertValueToOffset(st_VARDATA& stValue, UINT& nOffset);
+    /** The same of one that was worked out here. */
+    [[nodiscard]] int WriteFolded(st_VARDATA& stValue, UINT& nOffset);
 
     // --- functions (ParseExpressionFunction.cpp) ---------------------------------------------------------------------
 
     /** The function that a word calls, FN_SEQUENCE for a word in front of a point; 0 for none. Notes its sub-type. */
-    BYTE CheckValidFunction(int nPos);
+    BYTE CheckValidFunction(int nPos) {
+        const bool bNone = Keyword(nPos) <= WORD_HEX_STRING && Keyword(nPos + 1) != WORD_POINT;
+        return bNone ? BYTE{0} : FindFunction(nPos);
+    }
     /** Functions that may stand without "()". */
     static bool IsFunctionWithoutParam(BYTE bCode);
     /** Whether a call may have `nActual` arguments, and how many its function's node takes. */
@@ -261,6 +268,9 @@ protected:
 private:
     struct NAME;
     struct CALL;
+
+    BYTE ClassOfOperator(int nKeyword, int nPos, int bCondition) const;
+    BYTE FindFunction(int nPos);
 
     int ParseWord(st_PARSEPARAM& stParam, int& nPos, int& nOpen);
     int ParseOperator(const st_PARSEPARAM& stParam, int nPos, BYTE bClass);

@@ -139,12 +139,8 @@ BYTE CParseExpressionManager::CheckOperatorType(BYTE bCode) {
     return FORM_OF_CODE[bCode];
 }
 
-int CParseExpressionManager::Keyword(int nPos) const {
-    return m_pParseSql->GetKeyword(m_lpWordArray, nPos);
-}
-
-BYTE CParseExpressionManager::CheckValidOperator(int nPos, int bCondition) const {
-    switch (Keyword(nPos)) {
+BYTE CParseExpressionManager::ClassOfOperator(int nKeyword, int nPos, int bCondition) const {
+    switch (nKeyword) {
         case WORD_STAR:
         case WORD_SLASH:
         case WORD_PERCENT:

@@ -6,9 +6,9 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdlib>
 #include <cstring>
 
+#include "ChunkCache.h"
 #include "CommonDataDef.h"
 #include "ParseSqlHead.h"
 
@@ -55,7 +55,7 @@ struct CParseSql::VERB {
 CParseSql::CParseSql() : m_pKestroKeywordParse(CKestroKeywordParse::instance()) {}
 
 CParseSql::~CParseSql() {
-    std::free(m_arrObjectName);
+    KestroChunkFree(m_arrObjectName);
 }
 
 int CParseSql::ParseSql(const char* lpszSql, int nLen, EXECUTEPLANBSON*& lpPlan, int nPageStart, int nPageSize,

@@ -171,7 +171,7 @@ protected:
     static constexpr int OBJECT_NUM_START = 16;
     static constexpr int QUERY_LEVEL_NUM = 32;
 
-    OBJECTNAME* m_arrObjectName = nullptr; // from `malloc`, at the first object
+    OBJECTNAME* m_arrObjectName = nullptr; // a chunk, from the first object on
     int m_nObjectNum = 0;
     int m_nMaxObjectNum = OBJECT_NUM_START;
     int m_nErrorPos = 0;                        // the word at which parsing failed

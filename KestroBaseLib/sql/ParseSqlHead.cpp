@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "CommonDataDefChar.h"
 #include "KestroErrorCode.h"
 
 namespace {
@@ -13,15 +14,7 @@ namespace {
 constexpr std::string_view WHITE = " \t\r\n";
 
 bool IsWhite(char c) {
-    return WHITE.find(c) != std::string_view::npos;
-}
-
-bool IsLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
+    return IsCharClass(c, CC_BLANK);
 }
 
 std::string_view Trim(std::string_view szText) {
@@ -99,10 +92,11 @@ public:
 
     int Scan() {
         while (m_nPos < m_szText.size()) {
-            if (SkipComment()) continue;
-            const char c = m_szText[m_nPos++];
+            const char c = m_szText[m_nPos];
+            if ((c == '-' || c == '/' || c == '#') && SkipComment()) continue;
+            ++m_nPos;
             if (m_stHead.m_nWordLen == 0) m_stHead.m_nWordPos = static_cast<int>(m_nPos - 1);
-            if (IsLetter(c)) {
+            if (IsCharClass(c, CC_LETTER)) {
                 if (m_stHead.m_nWordLen + 1 == SQLHEAD::WORD_SIZE) return ERR_INVALID_COMMAND;
                 m_stHead.m_szWord[m_stHead.m_nWordLen++] = c;
                 continue;
@@ -152,7 +146,7 @@ private:
         if (static_cast<std::size_t>(m_stHead.m_nHintEnd) < m_nPos + 4)
             m_stHead.m_nHintEnd = static_cast<int>(BehindClose(m_szText, m_nPos));
         m_nPos = std::min(m_szText.find_first_not_of(WHITE, m_nPos + 3), nSize);
-        if (m_nPos < nSize && IsDigit(m_szText[m_nPos]))
+        if (m_nPos < nSize && IsCharClass(m_szText[m_nPos], CC_DIGIT))
             m_nPos = std::min(m_szText.find_first_of(WHITE, m_nPos), nSize);
         m_stHead.m_nHintBegin = static_cast<int>(m_nPos);
     }

@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdlib>
 #include <cstring>
 #include <span>
 
-#include "CommonDataDef.h"
+#include "ChunkCache.h"
+#include "CommonDataDefChar.h"
 #include "ParseSql.h"
 
 namespace {
@@ -16,8 +16,11 @@ const char* OrEmpty(const char* lpszText) {
     return lpszText ? lpszText : "";
 }
 
+/** Byte by byte: names are short, and most differ in their first one. */
 bool Same(const char* lpszFirst, const char* lpszSecond) {
-    return CompareNoCase(lpszFirst, lpszSecond) == 0;
+    for (; FoldToUpper(*lpszFirst) == FoldToUpper(*lpszSecond); ++lpszFirst, ++lpszSecond)
+        if (*lpszFirst == 0) return true;
+    return false;
 }
 
 template <std::size_t N>
@@ -114,9 +117,12 @@ int CParseSql::AddObject(const char* lpszDatabase, const char* lpszName, BYTE bT
     if (m_nObjectNum == UCHAR_MAX) return ERR_OBJECT_NUMBER;
     if (!m_arrObjectName || m_nObjectNum == m_nMaxObjectNum) {
         const int nMax = m_arrObjectName ? 2 * m_nMaxObjectNum : m_nMaxObjectNum;
-        void* const lpNew = std::realloc(m_arrObjectName, static_cast<std::size_t>(nMax) * sizeof(OBJECTNAME));
-        if (!lpNew) return ERR_MEMORY;
-        m_arrObjectName = static_cast<OBJECTNAME*>(lpNew);
+        auto* const arNew =
+            static_cast<OBJECTNAME*>(KestroChunkAlloc(static_cast<std::size_t>(nMax) * sizeof(OBJECTNAME)));
+        if (!arNew) return ERR_MEMORY;
+        std::copy_n(m_arrObjectName, m_nObjectNum, arNew);
+        KestroChunkFree(m_arrObjectName);
+        m_arrObjectName = arNew;
         m_nMaxObjectNum = nMax;
     }
     OBJECTNAME& stObject = m_arrObjectName[m_nObjectNum++] = OBJECTNAME();

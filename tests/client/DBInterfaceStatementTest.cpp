@@ -392,12 +392,12 @@ TEST_F(DBInterfaceStatement, ServesManyThreads) {
     std::atomic<int> nNo = 0;
     m_Script = [&](const PEERFRAME& stFrame) {
         // Now and then a link breaks, a reply is late, or the cluster asks for the call again.
-        switch (stFrame.Command() == MF_CMD_EXECUTE || stFrame.Command() == MF_CMD_QUERY ? nNo++ % 23 : 1) {
+        switch (stFrame.Command() == MF_CMD_EXECUTE || stFrame.Command() == MF_CMD_QUERY ? nNo++ % 100 : 1) {
             case 0:
                 return PEERANSWER(Welcome(stFrame).m_strBytes.substr(0, 50), PEER_CLOSES);
-            case 7:
+            case 33:
                 return PEERANSWER(HeadBytes(1, stFrame.Token() + 1, 0, 0, 4) + "late");
-            case 14:
+            case 66:
                 return PEERANSWER(stFrame.Reply(MF_REPLY_FAIL, ERR_GROUP_RECOVERED));
             default:
                 return Welcome(stFrame);

@@ -179,7 +179,8 @@ TEST(ParseConditionTest, ConstantConditionsAreDecidedHere) {
         {"(1=2 and 1=1) or (2=1 or 1=0)", "false"},
         {"(1=1 and 2=2) and 1=0", "false"},
         {"'a' = 'A' and 2 between 1 and 3", "none"},
-        {"null = 1", "false"},
+        {"null = 1", "(= NULL:4 1:4)"},
+        {"not (null = 1) or 1 = 2", "(or !(= NULL:4 1:4) (= 1:4 2:4))"},
         // These stay as they are.
         {"1", "(bare 1:4)"},
         {"1 in (1)", "(in 1:4 {1})"},

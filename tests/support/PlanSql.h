@@ -8,6 +8,7 @@
 #include <cstring>
 #include <deque>
 #include <map>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -135,78 +136,40 @@ private:
         return FunctionName(bCode, stList.m_bCombinedType) + "(" + strText + ")";
     }
 
+    /** Words by the codes in front of them. */
+    using WORDS = std::map<int, std::string>;
+    static WORDS Words(const char* lpszList) {
+        std::istringstream stList(lpszList);
+        WORDS mapWord;
+        std::string strWord;
+        for (int nCode; stList >> nCode >> strWord;)
+            mapWord[nCode] = strWord;
+        return mapWord;
+    }
+    static std::string Word(const WORDS& mapWord, int nCode) {
+        const auto it = mapWord.find(nCode);
+        return it == mapWord.end() ? "BAD" : it->second;
+    }
+
+    /** Of the logarithms, which share a code, by their sub-types. */
     static std::string FunctionName(BYTE bCode, BYTE bCombined) {
-        static const std::map<int, const char*> NAMES = {{50, "now"},
-                                                         {54, "to_char"},
-                                                         {55, "to_date"},
-                                                         {56, "checkchild"},
-                                                         {58, "current_date"},
-                                                         {59, "dbtimezone"},
-                                                         {60, "user"},
-                                                         {61, "abs"},
-                                                         {62, "ceil"},
-                                                         {63, "floor"},
-                                                         {64, "lower"},
-                                                         {65, "mod"},
-                                                         {66, "nullif"},
-                                                         {67, "nvl"},
-                                                         {68, "nvl2"},
-                                                         {69, "power"},
-                                                         {70, "round"},
-                                                         {71, "sqrt"},
-                                                         {72, "trunc"},
-                                                         {73, "upper"},
-                                                         {80, "count"},
-                                                         {81, "avg"},
-                                                         {82, "min"},
-                                                         {83, "max"},
-                                                         {84, "sum"},
-                                                         {86, "bit_and"},
-                                                         {87, "bit_or"},
-                                                         {88, "bit_xor"},
-                                                         {89, "json_arrayagg"},
-                                                         {90, "json_objectagg"},
-                                                         {91, "startnodeid"},
-                                                         {92, "endnodeid"},
-                                                         {150, "exp"},
-                                                         {151, "greatest"},
-                                                         {152, "least"},
-                                                         {154, "log"},
-                                                         {155, "pi"},
-                                                         {156, "rand"},
-                                                         {157, "sign"},
-                                                         {158, "ascii"},
-                                                         {159, "bit_length"},
-                                                         {160, "concat_ws"},
-                                                         {161, "find_in_set"},
-                                                         {162, "quote"},
-                                                         {163, "repeat"},
-                                                         {164, "reverse"},
-                                                         {165, "ltrim"},
-                                                         {166, "rtrim"},
-                                                         {167, "trim"},
-                                                         {170, "from_unixtime"},
-                                                         {171, "format"},
-                                                         {173, "convert"},
-                                                         {174, "cast"},
-                                                         {237, "similarity"},
-                                                         {246, "xml_extract"},
-                                                         {1000 + FNLOG_LN, "ln"},
-                                                         {1000 + FNLOG_LOG2, "log2"},
-                                                         {1000 + FNLOG_LOG10, "log10"}};
-        const auto it = NAMES.find(bCode == FN_SPECIAL_LOG ? 1000 + bCombined : bCode);
-        return it == NAMES.end() ? "BAD" : it->second;
+        static const WORDS NAMES = Words(
+            "50 now 54 to_char 55 to_date 56 checkchild 58 current_date 59 dbtimezone 60 user 61 abs 62 "
+            "ceil 63 floor 64 lower 65 mod 66 nullif 67 nvl 68 nvl2 69 power 70 round 71 sqrt 72 trunc 73 "
+            "upper 80 count 81 avg 82 min 83 max 84 sum 86 bit_and 87 bit_or 88 bit_xor 89 json_arrayagg "
+            "90 json_objectagg 91 startnodeid 92 endnodeid 150 exp 151 greatest 152 least 154 log 155 pi "
+            "156 rand 157 sign 158 ascii 159 bit_length 160 concat_ws 161 find_in_set 162 quote 163 "
+            "repeat 164 reverse 165 ltrim 166 rtrim 167 trim 170 from_unixtime 171 format 173 convert 174 "
+            "cast 237 similarity 246 xml_extract 1030 ln 1031 log2 1032 log10 ");
+        return Word(NAMES, bCode == FN_SPECIAL_LOG ? 1000 + bCombined : bCode);
     }
 
     std::string TypeWord(UINT nElement) const {
-        static const std::map<int, const char*> TYPES = {{0, "unsigned"}, {1, "signed"},   {4, "datetime"},
-                                                         {5, "char"},     {8, "binary"},   {11, "time"},
-                                                         {12, "date"},    {240, "decimal"}};
         int nType = -1;
         if (const std::string_view szData = Data(nElement); szData.size() == sizeof nType)
             std::memcpy(&nType, szData.data(), sizeof nType);
-        const auto it = TYPES.find(nType);
-        return it == TYPES.end() ? "BAD" : it->second;
+        static const WORDS TYPES = Words("0 unsigned 1 signed 4 datetime 5 char 8 binary 11 time 12 date 240 decimal");
+        return Word(TYPES, nType);
     }
 
     // A leaf without data is shorter than its record.
@@ -273,7 +236,7 @@ private:
         if (!m_bPattern) return Quoted(szData, '\'');
         std::string strPattern;
         for (const char c : szData)
-            if (c <= 2)
+            if (c == 1 || c == 2)
                 strPattern += c == 1 ? '%' : '_';
             else
                 strPattern.append(c == '%' || c == '_' || c == '!' ? "!" : "") += c;
@@ -281,30 +244,13 @@ private:
     }
 
     static std::string Interval(std::string_view szData) {
-        static constexpr const char* UNITS[] = {"microsecond",
-                                                "frac_second",
-                                                "second",
-                                                "minute",
-                                                "hour",
-                                                "day",
-                                                "week",
-                                                "month",
-                                                "quarter",
-                                                "year",
-                                                "second_microsecond",
-                                                "minute_microsecond",
-                                                "minute_second",
-                                                "hour_microsecond",
-                                                "hour_second",
-                                                "hour_minute",
-                                                "day_microsecond",
-                                                "day_second",
-                                                "day_minute",
-                                                "day_hour",
-                                                "year_month"};
+        static const WORDS UNITS = Words(
+            "1 microsecond 2 frac_second 3 second 4 minute 5 hour 6 day 7 week 8 month 9 quarter 10 year "
+            "11 second_microsecond 12 minute_microsecond 13 minute_second 14 hour_microsecond 15 hour_second "
+            "16 hour_minute 17 day_microsecond 18 day_second 19 day_minute 20 day_hour 21 year_month");
         const std::string_view szValue = szData.substr(3);
-        return "interval " + (szData[2] == VT_VARCHAR ? Quoted(szValue, '\'') : std::string(szValue)) + " " +
-               UNITS[szData[1] - 1];
+        const std::string strValue = szData[2] == VT_VARCHAR ? Quoted(szValue, '\'') : std::string(szValue);
+        return "interval " + strValue + " " + Word(UNITS, szData[1]);
     }
 
     // --- conditions --------------------------------------------------------------------------------------------------
@@ -340,19 +286,15 @@ private:
     }
 
     std::string Compared(const COMPAREEXPBSON& st) {
-        static const std::map<int, const char*> WORDS = {{OP_LIKE, " like "},       {OP_NOT_LIKE, " not like "},
-                                                         {OP_IN, " in "},           {OP_NOT_IN, " not in "},
-                                                         {OP_EXISTS, "exists "},    {OP_NOT_EXISTS, "not exists "},
-                                                         {OP_EQUAL, " = "},         {OP_NOT_EQUAL, " <> "},
-                                                         {OP_GREATER, " > "},       {OP_GREATER_EQUAL, " >= "},
-                                                         {OP_LESS, " < "},          {OP_LESS_EQUAL, " <= "},
-                                                         {OP_BETWEEN, " between "}, {OP_IS, " is "},
-                                                         {OP_IS_NOT, " is not "},   {COMPARE_BARE, ""}};
+        static const WORDS OPERATORS = Words(
+            "7 like 8 in 9 not-in 10 exists 11 not-exists 16 not-like 20 = 21 <> 22 > "
+            "23 >= 24 < 25 <= 27 between 34 is 35 is-not");
         if (st.m_bOperator == COMPARE_FALSE) return "1 = 2";
         const std::string strFirst = Side(st.m_nMathExpOffset1);
         if (st.m_bOperator == COMPARE_PRIOR_EQUAL) return Side(st.m_nMathExpOffset2) + " = prior " + strFirst;
-        const auto itWord = WORDS.find(st.m_bOperator);
-        std::string strText = strFirst + (itWord == WORDS.end() ? " BAD " : itWord->second);
+        if (st.m_bOperator == COMPARE_BARE) return strFirst;
+        std::string strText = strFirst + (strFirst.empty() ? "" : " ") + Word(OPERATORS, st.m_bOperator) + " ";
+        std::replace(strText.begin() + static_cast<std::ptrdiff_t>(strFirst.size()), strText.end(), '-', ' ');
         if (st.m_bOperator == OP_IN || st.m_bOperator == OP_NOT_IN) return strText + In(st.m_nMathExpOffset2);
         if (st.m_bOperator == OP_IS || st.m_bOperator == OP_IS_NOT) {
             const UINT nElement = At<st_MATHEXPBSON>(st.m_nMathExpOffset2).m_nExpOffset1;
