@@ -30,7 +30,14 @@ enum FRAMECOMMAND : BYTE {
     MF_CMD_LOGIN = 20,          // value: the session so far; `m_stLogin`; the reply's `m_stSession`, value: the server
     MF_CMD_LOGOUT = 21,         // `m_stLogout`
     MF_CMD_USE = 25,            // `m_szText`: a database; the reply's flag is its number
+    MF_CMD_BACKUP = 55,         // flag: the backup's kind; `m_stBackup`; pending replies tell progress
+    MF_CMD_RECOVER = 56,        // `m_stBackup`; pending replies tell progress
+    MF_CMD_DELETE_BACKUP = 57,  // `m_stBackup`
+    MF_CMD_DELETE_ARCHIVE = 58, // `m_stBackup`
     MF_CMD_CLUSTER_STATUS = 65, // the reply's body is CLUSTERSTATUS
+    MF_CMD_ADD_NODE = 68,       // value: the node's number; `m_stNewNode`
+    MF_CMD_DROP_NODE = 69,      // `m_stNode`; the reply's flag tells what becomes of the link
+    MF_CMD_MODIFY_NODE = 112,   // flag: the node's new state; `m_stNode`; the reply's flag as above
 };
 
 /** `m_bCommand` of a reply. */
@@ -42,6 +49,9 @@ enum FRAMEREPLY : BYTE {
 
 /** `m_bFlag` of a pending reply that tells progress. */
 constexpr BYTE FRAME_FLAG_PROGRESS = 1;
+
+/** `m_bFlag` of the reply to a change of a node: the server drops this link, and its address moves to another node. */
+constexpr BYTE FRAME_FLAG_LINK_DROPPED = 2;
 
 /** Parameters of MF_CMD_LOGIN. */
 struct KESTRO_PACKED LOGINPARAM {
@@ -61,6 +71,34 @@ struct KESTRO_PACKED LOGOUTPARAM {
     char m_szUserName[36];
     char m_szPassword[24];
     BYTE m_bReserved[40];
+};
+
+/** Parameters of backup, recovery and the deletion of what they leave. Their meaning is the server's. */
+struct KESTRO_PACKED BACKUPPARAM {
+    std::int64_t m_nFirst;  // backup, recovery; the backup to delete
+    std::int64_t m_nSecond; // recovery
+    int m_nThird;           // recovery, the deletion of archive logs
+    BYTE m_bReserved[80];
+};
+
+/** Parameters of MF_CMD_DROP_NODE and MF_CMD_MODIFY_NODE. */
+struct KESTRO_PACKED NODEPARAM {
+    DWORD m_dwIP;
+    USHORT m_usPort;
+    BYTE m_bFlag; // the server's; MF_CMD_DROP_NODE only
+    BYTE m_bReserved[93];
+};
+
+/** Parameters of MF_CMD_ADD_NODE. */
+struct KESTRO_PACKED NEWNODEPARAM {
+    DWORD m_dwIP;
+    USHORT m_usPort;
+    BYTE m_bUnused[2];
+    BYTE m_bFlag; // the node's type
+    BYTE m_bUnused2[3];
+    char m_szName[32];     // at most 31 bytes
+    char m_szHostName[32]; // of the client's machine, at most 31 bytes
+    BYTE m_bReserved[24];
 };
 
 /** Parameters of the reply to MF_CMD_LOGIN. */
@@ -99,6 +137,9 @@ struct KESTRO_PACKED TCPFRAMEHEAD {
         char m_szText[100];
         LOGINPARAM m_stLogin;
         LOGOUTPARAM m_stLogout;
+        BACKUPPARAM m_stBackup;
+        NODEPARAM m_stNode;
+        NEWNODEPARAM m_stNewNode;
         SESSIONPARAM m_stSession;
         PROGRESSPARAM m_stProgress;
         STATISTICSPARAM m_stStatistics;
@@ -194,6 +235,20 @@ FRAME_FIELD(TCPFRAMEHEAD, m_stLogin.m_szPassword, 88);
 FRAME_RECORD(LOGOUTPARAM, 100);
 FRAME_FIELD(TCPFRAMEHEAD, m_stLogout.m_szUserName, 12);
 FRAME_FIELD(TCPFRAMEHEAD, m_stLogout.m_szPassword, 48);
+FRAME_RECORD(BACKUPPARAM, 100);
+FRAME_FIELD(TCPFRAMEHEAD, m_stBackup.m_nFirst, 12);
+FRAME_FIELD(TCPFRAMEHEAD, m_stBackup.m_nSecond, 20);
+FRAME_FIELD(TCPFRAMEHEAD, m_stBackup.m_nThird, 28);
+FRAME_RECORD(NODEPARAM, 100);
+FRAME_FIELD(TCPFRAMEHEAD, m_stNode.m_dwIP, 12);
+FRAME_FIELD(TCPFRAMEHEAD, m_stNode.m_usPort, 16);
+FRAME_FIELD(TCPFRAMEHEAD, m_stNode.m_bFlag, 18);
+FRAME_RECORD(NEWNODEPARAM, 100);
+FRAME_FIELD(TCPFRAMEHEAD, m_stNewNode.m_dwIP, 12);
+FRAME_FIELD(TCPFRAMEHEAD, m_stNewNode.m_usPort, 16);
+FRAME_FIELD(TCPFRAMEHEAD, m_stNewNode.m_bFlag, 20);
+FRAME_FIELD(TCPFRAMEHEAD, m_stNewNode.m_szName, 24);
+FRAME_FIELD(TCPFRAMEHEAD, m_stNewNode.m_szHostName, 56);
 FRAME_RECORD(SESSIONPARAM, 100);
 FRAME_FIELD(TCPFRAMEHEAD, m_stSession.m_nSessionID, 12);
 FRAME_FIELD(TCPFRAMEHEAD, m_stSession.m_nThreadID, 16);

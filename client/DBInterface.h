@@ -115,6 +115,42 @@ public:
     [[nodiscard]] int KestroRedoCore(KESTROCRITICALSECTION* pRecord, const unsigned char* pRedo,
                                      unsigned short usParam);
 
+    // --- administration (DBInterfaceBackup.cpp, DBInterfaceCluster.cpp) ----------------------------------------------
+    //
+    // 0 or an error code. The meaning of the arguments is the server's; addresses and ports are in host order. The
+    // progress may be null; when it gives up, the answer is 1 and the socket is closed.
+
+    [[nodiscard]] int Backup(unsigned char bType, long long nParam, KESTROPROGRESS lpfnProgress, void* pUser);
+    [[nodiscard]] int Recover(long long nParam1, long long nParam2, int nParam3, KESTROPROGRESS lpfnProgress,
+                              void* pUser);
+    [[nodiscard]] int DeleteBackup(long long nBackupID);
+    [[nodiscard]] int DeleteArchiveLog(int nParam);
+    /**
+     * Take a node out of the cluster, and give it a new state. When the server drops this link for that, they wait up
+     * to 60 seconds, with the lock, for the node that takes its address over, and open a new session there; 5031 if
+     * there is none in time.
+     */
+    [[nodiscard]] int ClusterDropNode(unsigned int dwIP, unsigned short usPort, int nFlag);
+    [[nodiscard]] int ClusterModifyNode(unsigned int dwIP, unsigned short usPort, unsigned char bState);
+    /**
+     * Takes a node into the cluster. Takes no lock: the caller doesn't share the connection at that moment. A name is
+     * cut to 31 bytes where it stands, in the caller's buffer; null answers 4.
+     */
+    [[nodiscard]] int AddNewNode(unsigned short usNodeNo, unsigned int dwIP, int nFlag, unsigned short usPort,
+                                 char* lpszName);
+
+    // The same under the lock, which they take into the record.
+    [[nodiscard]] int BackupCore(KESTROCRITICALSECTION* pRecord, unsigned char bType, long long nParam,
+                                 KESTROPROGRESS lpfnProgress, void* pUser);
+    [[nodiscard]] int RecoverCore(KESTROCRITICALSECTION* pRecord, long long nParam1, long long nParam2, int nParam3,
+                                  KESTROPROGRESS lpfnProgress, void* pUser);
+    [[nodiscard]] int DeleteBackupCore(KESTROCRITICALSECTION* pRecord, long long nBackupID);
+    [[nodiscard]] int DeleteArchiveLogCore(KESTROCRITICALSECTION* pRecord, int nParam);
+    [[nodiscard]] int ClusterDropNodeCore(KESTROCRITICALSECTION* pRecord, unsigned int dwIP, unsigned short usPort,
+                                          int nFlag);
+    [[nodiscard]] int ClusterModifyNodeCore(KESTROCRITICALSECTION* pRecord, unsigned int dwIP, unsigned short usPort,
+                                            unsigned char bState);
+
     // --- opening (DBInterfaceConnect.cpp, DBInterfaceLogin.cpp) ------------------------------------------------------
     //
     // None of these takes the lock; the caller has it, or doesn't share the connection at that moment.
@@ -234,8 +270,10 @@ private:
     int Guard(const char* lpszText, INNER Inner);
     template <const OPERATIONROW& stRow, typename INNER>
     int RunOperation(MF_EXECUTE_STATISTICS& stStat, const char* lpszText, const int* pCount, INNER Inner);
+    template <const OPERATIONROW& stRow, typename INNER>
+    int RunBusy(INNER Inner);
     void BeginOperation(const OPERATIONROW& stRow, MF_EXECUTE_STATISTICS& stStat);
-    bool Recover(KESTROCRITICALSECTION* pRecord, MF_EXECUTE_STATISTICS& stStat, int& nCode);
+    bool MustRepeat(KESTROCRITICALSECTION* pRecord, MF_EXECUTE_STATISTICS& stStat, int& nCode);
     void EndOperation(const OPERATIONROW& stRow, MF_EXECUTE_STATISTICS& stStat, const char* lpszText, const int* pCount,
                       int nCode);
     int Abandon(const OPERATIONROW& stRow, KESTROCRITICALSECTION* pRecord, const char* lpszText);
@@ -247,6 +285,10 @@ private:
     int RunPlan(COMMANDNO nCommand, KESTROCRITICALSECTION* pRecord, EXECUTEPLANBSON* pPlan, int& nAffect,
                 MF_EXECUTE_STATISTICS* pStat, KESTROPROGRESS lpfnProgress, void* pUser);
     void StampPlan(EXECUTEPLANBSON* pPlan);
+
+    // Nodes (DBInterfaceCluster.cpp).
+    int ChangeNode(EXCHANGE& stExchange);
+    int FollowAddress();
 
     // Opening.
     int OpenCore(const char* lpszConnect, const char* lpszUser, const char* lpszPassword);

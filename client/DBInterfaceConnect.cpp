@@ -87,13 +87,6 @@ int CDBInterface::Connect(int bRetry) {
     return ERR_OK;
 }
 
-int CDBInterface::GetClusterStatus(unsigned char* pBuffer, unsigned int nSize, int bProbe) {
-    EXCHANGE stExchange(bProbe ? COMMAND_PROBE : COMMAND_CLUSTER_STATUS);
-    stExchange.m_lpBuffer = pBuffer;
-    stExchange.m_nBufferSize = nSize;
-    return Exchange(stExchange);
-}
-
 // The cluster's state with at most as many nodes as there is room for. A server that can't tell gives none, and isn't
 // wrong for that: 902 only for a port of another protocol.
 int CDBInterface::Probe(CLUSTERSTATUS& stStatus) {

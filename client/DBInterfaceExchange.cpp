@@ -272,7 +272,10 @@ int CDBInterface::ReceiveBody(EXCHANGE& stExchange) {
     if (stRow.m_nBody == BODY_NONE) {
         if (nLen == 0) return ERR_OK;
         DrainReply(nLen);
-        LogFrame(stRow, EVENT_BODY, nLen);
+        if (stRow.Has(BODY_IS_STATUS))
+            LogFrame(stRow, EVENT_STATUS, stExchange.m_stReply.m_bCommand);
+        else
+            LogFrame(stRow, EVENT_BODY, nLen);
         return ERR_RECEIVED_DATA;
     }
     if (nLen == 0) {

@@ -78,6 +78,13 @@ enum COMMANDNO : BYTE {
     COMMAND_USE,
     COMMAND_PROBE,
     COMMAND_CLUSTER_STATUS,
+    COMMAND_ADD_NODE,
+    COMMAND_DROP_NODE,
+    COMMAND_MODIFY_NODE,
+    COMMAND_BACKUP,
+    COMMAND_RECOVER,
+    COMMAND_DELETE_BACKUP,
+    COMMAND_DELETE_ARCHIVE,
     COMMAND_COUNT
 };
 
@@ -85,6 +92,7 @@ enum COMMANDFLAG : BYTE {
     REPEAT_CLOSED = 1,  // a link that was closed while the reply was due gets a further attempt, as a reset one does
     CHECK_PROTOCOL = 2, // a reply of another protocol is told apart: 66
     NOTE_ERRNO = 4,     // a broken link notes errno, or the count sent, instead of the code. Intended.
+    BODY_IS_STATUS = 8, // the line about a body where there may be none is the one about a wrong status. Intended.
 };
 
 /** A command, or one way of using it. */
@@ -156,6 +164,27 @@ inline constexpr COMMANDROW COMMANDS[] = {
     {COMMAND_CLUSTER_STATUS, "GetClusterStatus", 29, MF_CMD_CLUSTER_STATUS,
         SEND_HEAD, LINK_AS_IS, TOKEN_RESEND, BODY_AT_MOST, CHECK_PROTOCOL,
         {10, false, MSG_SERVER_FAILURE}, {1, 4, 5, 13, 0, 11, 12, 0}},
+    {COMMAND_ADD_NODE, "AddNewNode", 41, MF_CMD_ADD_NODE,
+        SEND_HEAD, LINK_AS_IS, TOKEN_RESEND, BODY_NONE, BODY_IS_STATUS,
+        {10, false, MSG_SERVER_FAILURE}, {1, 4, 5, 13, 0, 0, 0, 0}},
+    {COMMAND_DROP_NODE, "ClusterDropNodeCore", 71, MF_CMD_DROP_NODE,
+        SEND_HEAD, LINK_REPAIR, TOKEN_RESEND, BODY_NONE, REPEAT_CLOSED,
+        {11, false, MSG_SERVER_FAILURE}, {1, 4, 5, 13, 12, 0, 0, 0}},
+    {COMMAND_MODIFY_NODE, "ClusterModifyNodeCore", 61, MF_CMD_MODIFY_NODE,
+        SEND_HEAD, LINK_REPAIR, TOKEN_RESEND, BODY_NONE, REPEAT_CLOSED,
+        {11, false, MSG_SERVER_FAILURE}, {1, 4, 5, 13, 12, 0, 0, 0}},
+    {COMMAND_BACKUP, "BackupCore", 49, MF_CMD_BACKUP,
+        SEND_HEAD, LINK_REPAIR, TOKEN_RESEND, BODY_NONE, REPEAT_CLOSED,
+        {11, false, MSG_SERVER_FAILURE}, {1, 4, 5, 13, 12, 0, 0, 0}},
+    {COMMAND_RECOVER, "RecoverCore", 55, MF_CMD_RECOVER,
+        SEND_HEAD, LINK_REPAIR, TOKEN_RESEND, BODY_NONE, REPEAT_CLOSED,
+        {11, false, MSG_SERVER_FAILURE}, {1, 4, 5, 13, 12, 0, 0, 0}},
+    {COMMAND_DELETE_BACKUP, "DeleteBackupCore", 56, MF_CMD_DELETE_BACKUP,
+        SEND_HEAD, LINK_REPAIR, TOKEN_RESEND, BODY_NONE, REPEAT_CLOSED,
+        {11, false, MSG_SERVER_FAILURE}, {1, 4, 5, 13, 12, 0, 0, 0}},
+    {COMMAND_DELETE_ARCHIVE, "DeleteArchiveLogCore", 57, MF_CMD_DELETE_ARCHIVE,
+        SEND_HEAD, LINK_REPAIR, TOKEN_RESEND, BODY_NONE, REPEAT_CLOSED,
+        {11, false, MSG_SERVER_FAILURE}, {1, 4, 5, 13, 12, 0, 0, 0}},
 };
 // clang-format on
 static_assert(std::size(COMMANDS) == COMMAND_COUNT);
@@ -163,7 +192,8 @@ static_assert(std::size(COMMANDS) == COMMAND_COUNT);
 /** Whether the lines that a row's rules can ask for have places of their own. */
 constexpr bool HasItsPlaces(const COMMANDROW& stRow) {
     const bool bBody = stRow.m_nBody != BODY_NONE;
-    const bool arNeeded[EVENT_COUNT] = {true, true, true, true, !bBody, bBody, bBody, stRow.m_nSend == SEND_PARTS};
+    const bool bOwnLine = !bBody && !stRow.Has(BODY_IS_STATUS);
+    const bool arNeeded[EVENT_COUNT] = {true, true, true, true, bOwnLine, bBody, bBody, stRow.m_nSend == SEND_PARTS};
     for (int i = 0; i < EVENT_COUNT; ++i) {
         const BYTE bPlace = stRow.m_arPlace[i];
         if ((bPlace != 0) != arNeeded[i] || (arNeeded[i] && bPlace == stRow.m_stFailure.m_bPlace)) return false;

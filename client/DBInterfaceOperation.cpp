@@ -28,7 +28,7 @@ void CDBInterface::BeginOperation(const OPERATIONROW& stRow, MF_EXECUTE_STATISTI
 }
 
 /** Whether to call once more: at once and without end when the cluster is back, or on the next node. */
-bool CDBInterface::Recover(KESTROCRITICALSECTION* pRecord, MF_EXECUTE_STATISTICS& stStat, int& nCode) {
+bool CDBInterface::MustRepeat(KESTROCRITICALSECTION* pRecord, MF_EXECUTE_STATISTICS& stStat, int& nCode) {
     if (nCode == ERR_GROUP_RECOVERED) return true;
     if (nCode != ERR_NODE_LEFT) return false;
     CKestroCriticalSectionPtr csLock(&m_csLock, pRecord);

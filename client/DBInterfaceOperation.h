@@ -29,6 +29,11 @@ struct OPERATIONROW {
     }
 };
 
+/** The exception of operations that have no line of their own. */
+inline constexpr MESSAGE MSG_EXCEPTION{
+    "通过TCP调用服务器时出现未知异常，错误码：%d",
+    "An unknown exception occurred while calling the server through TCP. Error code: %d"};
+
 /**
  * All that an outer operation runs goes through here: nothing is thrown out of it, and no lock stays taken. Only the
  * cancellation of a thread passes.
@@ -56,10 +61,20 @@ int CDBInterface::RunOperation(MF_EXECUTE_STATISTICS& stStat, const char* lpszTe
         int nInner = ERR_OK;
         do
             nInner = Inner(pRecord);
-        while (stRow.m_bRecover && Recover(pRecord, stStat, nInner));
+        while (stRow.m_bRecover && MustRepeat(pRecord, stStat, nInner));
         EndOperation(stRow, stStat, lpszText, pCount, nInner);
         return nInner;
     });
+    SetBusy(0);
+    return nCode;
+}
+
+/** An operation without a clock, which shows that it's busy. */
+template <const OPERATIONROW& stRow, typename INNER>
+int CDBInterface::RunBusy(INNER Inner) {
+    if (!IsLoggedIn()) return ERR_LINK_NOT_OPEN;
+    SetBusy(1);
+    const int nCode = Guard<stRow>("", Inner);
     SetBusy(0);
     return nCode;
 }

@@ -10,8 +10,6 @@ namespace {
 
 constexpr std::size_t TRANSACTION_TEXT_MOST = 95;
 
-constexpr MESSAGE MSG_EXCEPTION{"通过TCP调用服务器时出现未知异常，错误码：%d",
-                                "An unknown exception occurred while calling the server through TCP. Error code: %d"};
 constexpr OPERATIONROW OPERATION_START{
     .m_lpszFunction = "StartTransactionLogic",
     .m_nOperation = 34,
@@ -91,10 +89,6 @@ int CDBInterface::KestroRedoCore(KESTROCRITICALSECTION* pRecord, const unsigned 
 }
 
 int CDBInterface::KestroRedo(unsigned char* pRecord, unsigned short usParam) {
-    if (!IsLoggedIn()) return ERR_LINK_NOT_OPEN;
-    SetBusy(1);
-    const int nCode = Guard<OPERATION_REDO>(
-        "", [&](KESTROCRITICALSECTION* pLocks) { return KestroRedoCore(pLocks, pRecord, usParam); });
-    SetBusy(0);
-    return nCode;
+    return RunBusy<OPERATION_REDO>(
+        [&](KESTROCRITICALSECTION* pLocks) { return KestroRedoCore(pLocks, pRecord, usParam); });
 }

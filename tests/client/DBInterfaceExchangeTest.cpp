@@ -57,6 +57,14 @@ constexpr REQUESTROW REQUESTS[] = {
     {"Status", 65, 1, 1, ERR_RECEIVE, [](CTestLink& stLink) {
         BYTE arStatus[16];
         return stLink.GetClusterStatus(arStatus, sizeof arStatus, 0); }},
+    {"AddNode", 68, 1, 1, 0, [](CTestLink& stLink) {
+        return stLink.AddNewNode(1, 2, 3, 4, std::string("node").data()); }},
+    {"DropNode", 69, 3, 3, 0, [](CTestLink& stLink) { return stLink.ClusterDropNode(1, 2, 3); }},
+    {"ModifyNode", 112, 3, 3, 0, [](CTestLink& stLink) { return stLink.ClusterModifyNode(1, 2, 3); }},
+    {"Backup", 55, 3, 3, 0, [](CTestLink& stLink) { return stLink.Backup(1, 2, nullptr, nullptr); }},
+    {"Recover", 56, 3, 3, 0, [](CTestLink& stLink) { return stLink.Recover(1, 2, 3, nullptr, nullptr); }},
+    {"DeleteBackup", 57, 3, 3, 0, [](CTestLink& stLink) { return stLink.DeleteBackup(1); }},
+    {"DeleteArchive", 58, 3, 3, 0, [](CTestLink& stLink) { return stLink.DeleteArchiveLog(1); }},
     {"LogOut", 21, 1, 1, 0, [](CTestLink& stLink) {
         const int nCode = stLink.UserLogOut(g_nOut);
         stLink.m_bLogin = 1;
@@ -257,9 +265,9 @@ TEST_F(CLinkTest, SendsEachRequestByteForByte) {
         {5, -77, "", ""},
         {6, 0, "", PlanBytes(m_stLink, "begin work")},
         {7, 0xFFFE, "", REDO_RECORD},
-        {10, 0, "shop", ""},
+        {17, 0, "shop", ""},
         {8, 0, "", ""},
-        {9, 0, strLogOut, ""},
+        {16, 0, strLogOut, ""},
     };
     m_stPeer.Frames(0, true);
     for (const auto& stRow : ROWS) {
