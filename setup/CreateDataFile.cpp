@@ -15,6 +15,7 @@
 #include "Platform.h"
 #include "SetupAddress.h"
 #include "SetupBringUpMessages.h"
+#include "SetupConnection.h"
 #include "SetupPaths.h"
 #include "SetupProgress.h"
 #include "TraceManage.h"
@@ -27,7 +28,6 @@ constexpr int SECOND_MS = 1000;
 constexpr int SEGMENT_PAUSE_MS = 16;
 constexpr int THREAD_PAUSE_MS = 1;
 constexpr int PROGRESS_PAUSE_MS = 100;
-constexpr const char* STATUS_OPEN = "Open";
 
 /** Level of the setup program's progress in the trace log. */
 constexpr int TRACE_LEVEL_SETUP = 4;
@@ -106,19 +106,6 @@ bool AddDataFiles(const CREATEDATAFILEPARAM& stParam) {
     return true;
 }
 
-int ConnectToInstance(CDBInterface& stConnection, const char* lpszIP, unsigned short usPort) {
-    char szUser[] = "root";
-    char szPassword[] = "";
-    const std::uint32_t nIP = ParseAddress(lpszIP);
-    int nCode = ERR_OK;
-    for (int i = 0; i < CONNECT_ATTEMPTS; ++i) {
-        if (i > 0) SleepMilliseconds(SECOND_MS);
-        nCode = stConnection.OpenWithAddress(szUser, szPassword, nIP, usPort, 1);
-        if (nCode == ERR_OK) break;
-    }
-    return nCode;
-}
-
 // Another status than the one awaited, and no row at all, are waited out without a limit; failures of the query add up,
 // also where others succeed between them. Intended.
 int AwaitOpen(CDBInterface& stConnection) {
@@ -168,7 +155,7 @@ void* CreateDataFileThread(void* lpParam) {
 
 void AwaitDataFiles(CREATEDATAFILEPARAM& stParam, CSetupProgress& stProgress) {
     while (std::atomic_ref(stParam.m_nStatus).load(std::memory_order_acquire) == DATAFILE_RUNNING) {
-        if (stProgress.IsOpen()) stProgress.Show();
+        if (stProgress.IsOpen()) stProgress.Show(stProgress.Read());
         SleepMilliseconds(PROGRESS_PAUSE_MS);
     }
     SayText(MSG_LINE_END);
@@ -180,7 +167,7 @@ int CreateDataFile(char* data, char* tree, char* kv, char* table, char* index, c
     Say<MSG_CONNECT_BEGIN>();
     SleepMilliseconds(SECOND_MS);
     CDBInterface stConnection;
-    int nCode = ConnectToInstance(stConnection, localIP, port);
+    int nCode = ConnectAsRoot(stConnection, ParseAddress(localIP), port, CONNECT_ATTEMPTS);
     Say<MSG_CONNECT_END>();
     if (nCode != ERR_OK) {
         Say<MSG_CONNECT_FAILED>(int{port}, CONNECT_ATTEMPTS);

@@ -35,6 +35,7 @@ inline constexpr MESSAGE MSG_STATUS_NO_ROW{"未查询到数据\n", "No data was 
 inline constexpr MESSAGE MSG_DATA_FILES_BEGIN{"开始创建数据文件...", "Start creating data files..."};
 inline constexpr MESSAGE MSG_PROGRESS_STEP{"\n%s：[%d / %d]", "\n%s：[%d / %d]"};
 inline constexpr MESSAGE MSG_PROGRESS_ON{"\r%s：[%d / %d]", "\r%s：[%d / %d]"};
+inline constexpr MESSAGE MSG_PROGRESS_END{"\r%s：[%d / %d]\n", "\r%s：[%d / %d]\n"};
 inline constexpr MESSAGE MSG_DATA_FILES_FAILED{"创建数据库服务数据文件失败，错误代码：%d\n",
                                                "Failed to create database service data file, error code: %d\n"};
 inline constexpr MESSAGE MSG_TRACE_FILES_DONE{"文件创建完成", "Create File Completion"};

@@ -16,7 +16,3 @@ bool StartInstance(SETUPPARAM& stParam) {
     Say<MSG_DATA_FILES_FAILED>(nResult);
     return false;
 }
-
-JOINEND JoinCluster(int, bool, SETUPPARAM&) {
-    return JOINEND::Failed;
-}

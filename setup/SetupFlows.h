@@ -2,8 +2,7 @@
 
 #include "SetupParam.h"
 
-// What follows once an installation's parameters are known: the border between the driver and the flows behind it. The
-// join isn't built yet. Until it is, it ends the run as a failure, without a message of its own.
+// What follows once an installation's parameters are known: the border between the driver and the flows behind it.
 
 /** How a join ended; `AskMasterAgain`: this master took no login, or is none, and the dialogue may ask for another. */
 enum class JOINEND {
@@ -20,6 +19,7 @@ enum class JOINEND {
 
 /**
  * Logs in at the master and joins its cluster as a node of the type given. What failed has been said. With `bDialogue`
- * there is somebody to ask for another master.
+ * there is somebody to ask for another master. Sets the port of the local server, and the master's address where a
+ * slave node was sent on to another.
  */
 [[nodiscard]] JOINEND JoinCluster(int nMode, bool bDialogue, SETUPPARAM& stParam);

@@ -25,7 +25,7 @@ void KeepForeignText(PROGRESSTEXT& szText, const char* lpszFrom) {
 CSetupProgress::CSetupProgress() : m_nID(CShareMemory::OpenShareMemory(PROGRESS_SEGMENT_KEY, "")) {
     if (!CShareMemory::GetShareMemorySuccess(m_nID)) return;
     m_lpSegment = CShareMemory::ShMemAttach(m_nID, nullptr, 0);
-    if (m_lpSegment) std::memset(Block()->m_szStepText, 0, sizeof(PROGRESSTEXT));
+    if (m_lpSegment) Clear();
 }
 
 CSetupProgress::~CSetupProgress() {
@@ -47,16 +47,25 @@ SETUPPROGRESSINFO CSetupProgress::Read() const {
     return stProgress;
 }
 
-void CSetupProgress::Show() {
-    const SETUPPROGRESSINFO stProgress = Read();
+void CSetupProgress::Clear() {
+    std::memset(Block()->m_szStepText, 0, sizeof(PROGRESSTEXT));
+}
+
+void CSetupProgress::Show(const SETUPPROGRESSINFO& stProgress) {
     const char* const lpszText = stProgress.m_szStepText;
     const int nCurrent = stProgress.m_nCurrent;
     const int nTotal = stProgress.m_nTotal;
     if (std::strcmp(lpszText, m_szShown) != 0) {
         std::memcpy(m_szShown, lpszText, sizeof m_szShown);
-        Say<MSG_PROGRESS_STEP>(lpszText, nCurrent, nTotal);
+        if (*lpszText) Say<MSG_PROGRESS_STEP>(lpszText, nCurrent, nTotal);
     } else if (*lpszText) {
         Say<MSG_PROGRESS_ON>(lpszText, nCurrent, nTotal);
     }
     std::fflush(stdout);
+}
+
+void CSetupProgress::ShowEnd(const SETUPPROGRESSINFO& stProgress, int nCurrent) {
+    const char* const lpszText = stProgress.m_szStepText;
+    const int nTotal = stProgress.m_nTotal;
+    if (*lpszText) Say<MSG_PROGRESS_END>(lpszText, nCurrent, nTotal);
 }

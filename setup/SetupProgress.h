@@ -26,11 +26,17 @@ public:
     /** The block as it stands, its text cleaned and ended. Only while open. */
     [[nodiscard]] SETUPPROGRESSINFO Read() const;
 
+    /** Clears the step's text once more, so that what ran before doesn't show. Only while open. */
+    void Clear();
+
     /**
-     * Shows how far the server has come: a new step on a new line, an old one on the line it has. Nothing before the
-     * first step.
+     * Shows how far the server has come: a new step on a new line, an old one on the line it has. A text that is empty
+     * is no step, and isn't shown.
      */
-    void Show();
+    void Show(const SETUPPROGRESSINFO& stProgress);
+
+    /** Shows the step, at the number of units given, and ends its line. */
+    static void ShowEnd(const SETUPPROGRESSINFO& stProgress, int nCurrent);
 
 private:
     SETUPPROGRESSINFO* Block() const;

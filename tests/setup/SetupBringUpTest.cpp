@@ -1,8 +1,6 @@
 // The bring-up of a master: the services and their texts, the wait for the instance against a scripted server, the
 // progress, and whole runs against the development server.
 
-#include <signal.h>
-
 #include <map>
 
 #include "CreateDataFile.h"
@@ -13,65 +11,16 @@
 #include "SetupPaths.h"
 #include "SetupProgress.h"
 #include "SetupService.h"
+#include "SetupTest.h"
 
 namespace {
-
-/** What a call wrote. */
-template <typename CALL>
-std::string Output(CALL Call) {
-    testing::internal::CaptureStdout();
-    Call();
-    std::fflush(stdout);
-    return testing::internal::GetCapturedStdout();
-}
 
 // Nothing listens on it any more.
 unsigned short FreePort() {
     return CScriptedPeer([](const PEERFRAME&) { return PEERANSWER(""); }).Port();
 }
 
-class SetupBringUp : public CLinkTest {
-protected:
-    void SetUp() override {
-        CLinkTest::SetUp();
-        m_strCalls.clear();
-        m_lpfnOnSleep = nullptr;
-        g_stPlatform.m_lpfnSleep = [](std::int64_t nTime) {
-            m_nSlept += nTime;
-            if (m_lpfnOnSleep) m_lpfnOnSleep();
-        };
-        m_nSegment = -1;
-        g_stPlatform.m_lpfnShmGet = [](key_t nKey, std::size_t, int) { return nKey == 0x5342534D ? m_nSegment : -1; };
-        g_stPlatform.m_lpfnSystem = [](const char* lpszCommand) {
-            struct sigaction stAction {};
-            sigaction(SIGCHLD, nullptr, &stAction);
-            m_strCalls += std::string(lpszCommand) + (stAction.sa_handler == SIG_DFL ? " at " : " handled at ") +
-                          std::to_string(m_nSlept / SECOND) + "\n";
-            return m_strCalls.find(m_strFailing) == std::string::npos ? 0 : 3 << 8;
-        };
-    }
-    void TearDown() override {
-        m_lpfnOnSleep = nullptr;
-        Traces();
-        CLinkTest::TearDown();
-    }
-    /** The setup program's own lines in the trace log since the last call. */
-    static std::string Traces() {
-        std::string strTraces;
-        while (const auto pLine = CTraceManage::instance()->GetTrace(nullptr)) {
-            const std::size_t nText = pLine->find("CreateDataFileThread");
-            if (nText != std::string::npos) strTraces += pLine->substr(nText + 20);
-        }
-        return strTraces;
-    }
-
-    static inline std::string m_strCalls;
-    /** The command that fails. */
-    static inline std::string m_strFailing = "none";
-    static inline void (*m_lpfnOnSleep)() = nullptr;
-    /** Id of the server's segment. */
-    static inline int m_nSegment = -1;
-};
+class SetupBringUp : public CSetupTest {};
 
 // --- services --------------------------------------------------------------------------------------------------------
 
@@ -183,20 +132,15 @@ TEST_F(SetupBringUp, EndsWhereServerOrStatementFails) {
 // --- progress --------------------------------------------------------------------------------------------------------
 
 TEST_F(SetupBringUp, ShowsTheServersProgress) {
-    static SETUPPROGRESSINFO* lpBlock;
     static CREATEDATAFILEPARAM stParam;
     static int nRound;
-    m_nSegment = shmget(IPC_PRIVATE, 300, 0600);
-    void* const lpSegment = shmat(m_nSegment, nullptr, 0);
-    shmctl(m_nSegment, IPC_RMID, nullptr);
-    ASSERT_NE(lpSegment, reinterpret_cast<void*>(-1));
-    lpBlock = reinterpret_cast<SETUPPROGRESSINFO*>(static_cast<char*>(lpSegment) + 79);
-    std::memset(lpBlock->m_szStepText, 'x', sizeof lpBlock->m_szStepText);
-    lpBlock->m_nTotal = 8;
+    ASSERT_TRUE(MakeSegment());
+    std::memset(m_lpBlock->m_szStepText, 'x', sizeof m_lpBlock->m_szStepText);
+    m_lpBlock->m_nTotal = 8;
 
     CSetupProgress stProgress;
     ASSERT_TRUE(stProgress.IsOpen());
-    EXPECT_EQ(lpBlock->m_szStepText[0], 0) << "an old step doesn't show";
+    EXPECT_EQ(m_lpBlock->m_szStepText[0], 0) << "an old step doesn't show";
     stParam = {};
     nRound = 0;
     m_lpfnOnSleep = [] {
@@ -204,11 +148,11 @@ TEST_F(SetupBringUp, ShowsTheServersProgress) {
             const char* m_lpszText;
             int m_nCurrent;
         } arStep[] = {{"one", 1}, {"one", 2}, {"t\x1B[2Jwo\n", 3}, {"t\x1B[2Jwo\n", -5}};
-        if (nRound == 4) std::memset(lpBlock->m_szStepText, 'y', sizeof lpBlock->m_szStepText);
+        if (nRound == 4) std::memset(m_lpBlock->m_szStepText, 'y', sizeof m_lpBlock->m_szStepText);
         if (nRound == 5) stParam.m_nStatus = DATAFILE_DONE;
         if (nRound < 4) {
-            snprintf(lpBlock->m_szStepText, sizeof lpBlock->m_szStepText, "%s", arStep[nRound].m_lpszText);
-            lpBlock->m_nCurrent = arStep[nRound].m_nCurrent;
+            snprintf(m_lpBlock->m_szStepText, sizeof m_lpBlock->m_szStepText, "%s", arStep[nRound].m_lpszText);
+            m_lpBlock->m_nCurrent = arStep[nRound].m_nCurrent;
         }
         ++nRound;
     };
@@ -218,7 +162,6 @@ TEST_F(SetupBringUp, ShowsTheServersProgress) {
     PROGRESSTEXT szText;
     KeepForeignText(szText, "创建\x7F\xC2\x9B!\xC2\xA0");
     EXPECT_STREQ(szText, "创建   !\xC2\xA0");
-    shmdt(lpSegment);
 }
 
 // --- whole runs ------------------------------------------------------------------------------------------------------
@@ -226,7 +169,7 @@ TEST_F(SetupBringUp, ShowsTheServersProgress) {
 /** A run of a master on the quick clock, with services that start, against a server's port. */
 std::string RunMaster(const Installation& stInstallation, unsigned short usPort, const std::string& strSizes) {
     WriteFile(stInstallation.Config(),
-              ReadFile(stInstallation.Config()).insert(9, "listenport=" + std::to_string(usPort) + "\n"));
+              Replace(ReadFile(stInstallation.Config()), "listenport=1", "listenport=" + std::to_string(usPort)));
     stInstallation.SetService("echo \"$@\" >>" + stInstallation.Fill("$BASE/calls"));
     return stInstallation.Run("-type 1 -ip 0 -systemfile 4 -logs 4 " + strSizes);
 }

