@@ -83,7 +83,9 @@ constexpr FAULTKIND FAULTKINDS[] = {
      },
      {"应答末尾少发N字节后关闭连接", "leave out the reply's last N bytes and close the link"}},
     {"body", "N", 0, BODY_MOST, false,
-     [](DEVREPLY& stReply, std::int64_t n, std::int64_t) { stReply.m_strBody.assign(static_cast<std::size_t>(n), '\xFF'); },
+     [](DEVREPLY& stReply, std::int64_t n, std::int64_t) {
+         stReply.m_strBody.assign(static_cast<std::size_t>(n), '\xFF');
+     },
      {"正文改为N个0xFF字节", "the body is N bytes 0xFF"}},
     {"byte", "N:N", 0, BODY_MOST, false,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t nSecond) {

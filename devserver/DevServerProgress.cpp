@@ -28,8 +28,8 @@ void RemoveLeftover(int nKey) {
 } // namespace
 
 CProgressSegment::~CProgressSegment() {
-    if (m_lpProgress) shmdt(reinterpret_cast<char*>(m_lpProgress) - PROGRESS_SEGMENT_OFFSET);
     if (m_nId >= 0) shmctl(m_nId, IPC_RMID, nullptr);
+    if (m_lpProgress) shmdt(reinterpret_cast<char*>(m_lpProgress) - PROGRESS_SEGMENT_OFFSET);
 }
 
 int CProgressSegment::Create(int nKey) {
@@ -41,6 +41,8 @@ int CProgressSegment::Create(int nKey) {
     if (m_nId < 0) return errno;
     void* const lpSegment = shmat(m_nId, nullptr, 0);
     if (lpSegment == reinterpret_cast<void*>(-1)) return errno;
+    // What only its id finds can be marked at once: it goes with the last who is attached, even if that one is killed.
+    if (nKey == IPC_PRIVATE) shmctl(m_nId, IPC_RMID, nullptr);
     m_lpProgress = reinterpret_cast<SETUPPROGRESSINFO*>(static_cast<char*>(lpSegment) + PROGRESS_SEGMENT_OFFSET);
     return 0;
 }

@@ -114,16 +114,23 @@ bool AddNode(CALL& stCall, const char* lpszValue) {
 // clang-format off
 constexpr OPTION OPTIONS[] = {
     {"--port", "N",
-     [](CALL& stCall, const char* lpszValue) { return ReadNumber<USHORT>(lpszValue, 0, USHRT_MAX, stCall.m_stListen.m_usPort); },
+     [](CALL& stCall, const char* lpszValue) {
+         return ReadNumber<USHORT>(lpszValue, 0, USHRT_MAX, stCall.m_stListen.m_usPort);
+     },
      {"监听端口，默认8000；0表示由系统选择", "port to listen on, 8000 by default; 0: the system picks one"}},
     {"--listen", "IP",
      [](CALL& stCall, const char* lpszValue) { return ReadIP(lpszValue, stCall.m_stListen.m_dwIP); },
      {"监听地址，默认127.0.0.1", "address to listen on, 127.0.0.1 by default"}},
     {"--id", "N",
-     [](CALL& stCall, const char* lpszValue) { return ReadNumber<int>(lpszValue, 1, USHRT_MAX, stCall.m_stSettings.m_nId); },
+     [](CALL& stCall, const char* lpszValue) {
+         return ReadNumber<int>(lpszValue, 1, USHRT_MAX, stCall.m_stSettings.m_nId);
+     },
      {"实例ID，默认1", "id of the instance, 1 by default"}},
     {"--status", "TEXT",
-     [](CALL& stCall, const char* lpszValue) { stCall.m_stSettings.m_strStatus = lpszValue; return true; },
+     [](CALL& stCall, const char* lpszValue) {
+         stCall.m_stSettings.m_strStatus = lpszValue;
+         return true;
+     },
      {"实例状态，默认Open", "status of the instance, \"Open\" by default"}},
     {"--path", "DIR", SetPath,
      {"数据目录，默认当前目录；只在其中创建文件", "its data directory, by default this one; files are made in it only"}},
@@ -134,26 +141,28 @@ constexpr OPTION OPTIONS[] = {
      {"集群节点，可重复；默认只有本服务器", "a node of the cluster, again for each; by default this server alone"}},
     {"--key", "N",
      [](CALL& stCall, const char* lpszValue) { return ReadNumber<int>(lpszValue, 0, INT_MAX, stCall.m_nKey); },
-     {"进度共享内存的键值，默认0x5342534d；0表示无键值", "key of the progress in shared memory, 0x5342534d by default; 0: without"}},
+     {"进度共享内存的键值，默认0x5342534d；0表示无键值",
+      "key of the progress in shared memory, 0x5342534d by default; 0: without"}},
     {"--pace", "N",
-     [](CALL& stCall, const char* lpszValue) { return ReadNumber<int>(lpszValue, 0, 3'600'000, stCall.m_stSettings.m_nPace); },
+     [](CALL& stCall, const char* lpszValue) {
+         return ReadNumber<int>(lpszValue, 0, 3'600'000, stCall.m_stSettings.m_nPace);
+     },
      {"创建文件每一步的等待毫秒数，共16步", "milliseconds that each of the 16 steps of making a file takes"}},
-    {"--fault", "RULE",
-     [](CALL& stCall, const char* lpszValue) { return AddRule(stCall, lpszValue); },
+    {"--fault", "RULE", [](CALL& stCall, const char* lpszValue) { return AddRule(stCall, lpszValue); },
      {"一条异常行为规则，可重复", "a rule of misbehaviour, again for each"}},
     {"--script", "FILE", ReadScript,
      {"规则脚本，每行一条，“#”后为注释", "rules from a file, one a line; \"#\" begins a comment"}},
-    {"--trace", "",
-     [](CALL& stCall, const char*) { return stCall.m_bTrace = true; },
+    {"--trace", "", [](CALL& stCall, const char*) { return stCall.m_bTrace = true; },
      {"打印每个请求", "print every request"}},
     {"--chinese", "",
-     [](CALL&, const char*) { g_nLanguage_Chinese = 1; return true; },
+     [](CALL&, const char*) {
+         g_nLanguage_Chinese = 1;
+         return true;
+     },
      {"使用中文消息", "messages in Chinese"}},
-    {"--help", "",
-     [](CALL& stCall, const char*) { return stCall.m_bHelp = true; },
+    {"--help", "", [](CALL& stCall, const char*) { return stCall.m_bHelp = true; },
      {"打印本帮助", "print this help"}},
-    {"--version", "",
-     [](CALL& stCall, const char*) { return stCall.m_bVersion = true; },
+    {"--version", "", [](CALL& stCall, const char*) { return stCall.m_bVersion = true; },
      {"打印版本", "print the version"}},
 };
 // clang-format on

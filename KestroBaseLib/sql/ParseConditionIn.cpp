@@ -66,8 +66,8 @@ int CParseConditionManager::ParseInEntry(st_PARSEPARAM& stEntry, UINT& nOffset, 
 
 /** A constant entry becomes a literal; what isn't computed here, or has no such form, stays and ends `bConstant`. */
 int CParseConditionManager::FoldInEntry(UINT nOffset, bool& bConstant) {
-    const bool bFoldable = CBaseExpression::GetExpressionType(m_pBson, nOffset) == EXPCLASS_CONSTANT &&
-                           !CBaseExpression::HoldsParameter(m_pBson, nOffset);
+    const bool bFoldable =
+        ClassOfTree(*m_pBson, nOffset) == EXPCLASS_CONSTANT && !CBaseExpression::HoldsParameter(m_pBson, nOffset);
     int nCode = ERR_FUNCTION_TYPE;
     UINT nLiteral = 0;
     auto& stRoot = Record<st_MATHEXPBSON>(nOffset);

@@ -4,7 +4,6 @@
 #include <string_view>
 #include <utility>
 
-#include "BaseExpression.h"
 #include "CommonDataDef.h"
 #include "ParseConditionManager.h"
 #include "PlanOperators.h"
@@ -97,7 +96,7 @@ bool CParseConditionManager::TakeSides(UINT* arSide, int nNum) {
 }
 
 BYTE CParseConditionManager::ClassOfSide(UINT nOffset) {
-    const BYTE bClass = CBaseExpression::GetExpressionType(m_pBson, nOffset);
+    const BYTE bClass = ClassOfTree(*m_pBson, nOffset);
     // EXISTS has no left side.
     if (nOffset != 0 && bClass != EXPCLASS_CONSTANT) ++m_nVarMathExpressionNum;
     return bClass;

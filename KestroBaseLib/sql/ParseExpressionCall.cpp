@@ -133,7 +133,7 @@ int CParseExpressionManager::ParseArgumentTree(CALL& stCall, int nBegin, int nEn
 /** A tree into the queue: a lone field as its element, which its wrapper is left out for. */
 int CParseExpressionManager::PushArgument(UINT nOffset) {
     const auto& stRoot = *reinterpret_cast<const st_MATHEXPBSON*>(m_pBson->ConvertOffset2Addr(nOffset));
-    if (stRoot.m_bOperator == OP_NONE && CBaseExpression::GetExpressionType(m_pBson, nOffset) == EXPCLASS_FIELD)
+    if (stRoot.m_bOperator == OP_NONE && ClassOfTree(*m_pBson, nOffset) == EXPCLASS_FIELD)
         return PushOperand(MIXNODE_ELEMENT, stRoot.m_nExpOffset1);
     return PushOperand(MIXNODE_EXPRESSION, nOffset);
 }
@@ -184,8 +184,7 @@ int CParseExpressionManager::ParseAggreFunctionParam(CALL& stCall) {
     if (const int nCode = ParseArgumentTree(stCall, nBegin, nEnd, stArgument)) return nCode;
     nOffset = stArgument.m_nExpressionOffset;
     // A value that comes with the statement's run isn't there yet. What can't be computed here the server computes.
-    if (CBaseExpression::GetExpressionType(m_pBson, nOffset) != EXPCLASS_CONSTANT ||
-        CBaseExpression::HoldsParameter(m_pBson, nOffset))
+    if (ClassOfTree(*m_pBson, nOffset) != EXPCLASS_CONSTANT || CBaseExpression::HoldsParameter(m_pBson, nOffset))
         return PushArgument(nOffset);
     st_VARDATA stValue;
     const auto* const lpRoot = reinterpret_cast<const st_MATHEXPBSON*>(m_pBson->ConvertOffset2Addr(nOffset));

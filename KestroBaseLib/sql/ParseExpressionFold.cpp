@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "BaseExpression.h"
 #include "ParseExpressionManager.h"
 #include "PlanOperators.h"
 
@@ -61,6 +62,15 @@ int CParseExpressionManager::CreateMathExpression() {
     if (bKind != EXP_EXPRESSION) return WrapOperand(bKind, stRoot.m_nExpFieldOffset);
     m_nExpressionOffset = stRoot.m_nExpFieldOffset;
     return ERR_OK;
+}
+
+BYTE CParseExpressionManager::ClassOfTree(CBaseBson& stBson, UINT nOffset) {
+    const auto* const lpRoot = reinterpret_cast<const st_MATHEXPBSON*>(stBson.ConvertOffset2Addr(nOffset));
+    const bool bElement = nOffset != 0 && lpRoot->m_bOperator == OP_NONE && lpRoot->m_bExpressionType1 == EXP_ELEMENT;
+    if (!bElement) return CBaseExpression::GetExpressionType(&stBson, nOffset);
+    const auto* const lpElement =
+        reinterpret_cast<const MATHEXPELEMENTBSON*>(stBson.ConvertOffset2Addr(lpRoot->m_nExpOffset1));
+    return lpElement->m_bDataSource == SOURCE_FIELD ? EXPCLASS_FIELD : EXPCLASS_CONSTANT;
 }
 
 int CParseExpressionManager::WrapOperand(BYTE bKind, UINT nOperand) {

@@ -133,7 +133,7 @@ BYTE CParseExpressionManager::FindFunction(int nPos) {
     // Neither a database nor an object of this statement: a sequence.
     char szName[KESTRO_NAME_SIZE];
     if (CopyNameFromSql(m_lpWordArray->m_arWord[nPos], m_lpWordArray->m_arWordLen[nPos], szName) == NAME_BAD) return 0;
-    return m_pParseSql->FindDataBaseName(szName) || m_pParseSql->FindObjectName(szName) ? BYTE{0} : BYTE{FN_SEQUENCE};
+    return m_pParseSql->FindObjectName(szName) || m_pParseSql->FindDataBaseName(szName) ? BYTE{0} : BYTE{FN_SEQUENCE};
 }
 
 bool CParseExpressionManager::IsFunctionWithoutParam(BYTE bCode) {

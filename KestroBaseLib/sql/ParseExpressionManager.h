@@ -135,6 +135,10 @@ public:
     /** Folds the postfix queue into a tree. */
     [[nodiscard]] int CreateMathExpression();
 
+    /** The class of a tree just made, EXPCLASS, as `CBaseExpression` tells it; that of a lone element without a walk.
+     */
+    static BYTE ClassOfTree(CBaseBson& stBson, UINT nOffset);
+
     /** The root, a `st_MATHEXPBSON`; 0 for no words. */
     UINT GetExpressionOffset() const { return m_nExpressionOffset; }
     /** The words without blanks, cut at 127 bytes, and their length, 128 when it was cut. */

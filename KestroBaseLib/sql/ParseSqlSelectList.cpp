@@ -3,7 +3,6 @@
 
 #include <cstring>
 
-#include "BaseExpression.h"
 #include "CommonDataDef.h"
 #include "CommonDataDefChar.h"
 #include "ParseExpressionManager.h"
@@ -176,7 +175,7 @@ int CParseSql::ParseFieldExpression(stu_KestroWordArray* lpWords, const LISTITEM
     if (const int nCode = stExpression.ParseMathExpression(&stRange)) return Fail(nCode, stExpression.GetSqlErrorPos());
     const UINT nRoot = stExpression.GetExpressionOffset();
     stField.m_nExpOffset = nRoot;
-    stField.m_bExpressionType = CBaseExpression::GetExpressionType(&m_stBson, nRoot);
+    stField.m_bExpressionType = CParseExpressionManager::ClassOfTree(m_stBson, nRoot);
     if (stField.m_bExpressionType == EXPCLASS_JSON) stField.m_bFieldNo = FIELDNO_JSON;
     bAggregate = stRange.m_bAggreFun != 0;
     return ERR_OK;

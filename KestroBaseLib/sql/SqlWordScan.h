@@ -78,6 +78,8 @@ public:
         /** Where the last run ended: a point there is no decimal point. */
         const char* lpszRunEnd = nullptr;
         while (true) {
+            // Most words have one blank in front.
+            if (Char(p) == SQLCHAR_BLANK) ++p;
             const char* lpszNext = p + 1;
             switch (Char(p)) {
                 case SQLCHAR_BLANK:
