@@ -21,6 +21,7 @@
 #include "SetupOptions.h"
 #include "SetupPaths.h"
 #include "SystemFile.h"
+#include "TraceManage.h"
 
 namespace {
 
@@ -157,5 +158,7 @@ int RunSetup(int argc, char* argv[]) {
     if (g_bLineOpen) std::putchar('\n');
     SayText(bDone ? MSG_RUN_DONE : MSG_RUN_FAILED);
     std::fflush(stdout);
+    // Lines still queued would be lost, among them the code of a data file that failed.
+    CTraceManage::DestoryInstance();
     return 0;
 }

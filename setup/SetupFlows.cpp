@@ -1,12 +1,18 @@
-// The flows behind the driver. Neither is built yet: no service is started, no master is asked, and so no run can end
-// as a success.
+// The flows behind the driver. The join isn't built yet: no master is asked, and so a node's run can't end as a
+// success.
 
 #include "SetupFlows.h"
 
-bool StartInstance(const SETUPPARAM&) {
-    return false;
-}
+#include "CreateDataFile.h"
+#include "SetupBringUpMessages.h"
+#include "SetupService.h"
 
-JOINEND JoinCluster(int, bool, SETUPPARAM&) {
-    return JOINEND::Failed;
+bool StartInstance(SETUPPARAM& stParam) {
+    if (!StartServices(g_stMasterService)) return false;
+    const int nResult =
+        CreateDataFile(stParam.m_szDataFile, stParam.m_szTreeFile, stParam.m_szKVFile, stParam.m_szTableFile,
+                       stParam.m_szIndexFile, stParam.m_szLocalIP, stParam.m_usListenPort, nullptr);
+    if (nResult == 0) return true;
+    Say<MSG_DATA_FILES_FAILED>(nResult);
+    return false;
 }

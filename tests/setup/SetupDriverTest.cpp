@@ -1,43 +1,13 @@
 // Runs the built setup program in a scratch installation: by arguments, by a pipe and on a terminal, in both languages,
 // and compares everything that it prints. The transcripts show what stands on a terminal; answers typed stand in {{ }}.
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <ifaddrs.h>
 
 #include <random>
-#include <sstream>
 
-#include "Program.h"
-#include "ScratchDir.h"
+#include "Installation.h"
 
 namespace {
-
-const std::string FAILED[] = {"Failed to create database service! Setup Exit...\n",
-                              "创建数据库服务失败！安装程序退出...\n"};
-const std::string CREATED[] = {
-    "Create database service system files...\nCreate database service system file successfully!\n",
-    "正在创建数据库服务系统文件...\n创建数据库服务系统文件成功！\n"};
-
-std::string Replace(std::string strText, const std::string& strFrom, const std::string& strTo) {
-    for (std::size_t n = 0; (n = strText.find(strFrom, n)) != strText.npos; n += strTo.size())
-        strText.replace(n, strFrom.size(), strTo);
-    return strText;
-}
-
-/** An address of this machine other than the loopback; empty if it has none. */
-std::string MachineAddress() {
-    ifaddrs* lpList = nullptr;
-    std::string strFound;
-    if (getifaddrs(&lpList) != 0) return "";
-    for (const ifaddrs* lpEntry = lpList; lpEntry && strFound.empty(); lpEntry = lpEntry->ifa_next) {
-        if (!lpEntry->ifa_addr || lpEntry->ifa_addr->sa_family != AF_INET) continue;
-        const char* lpszText = inet_ntoa(reinterpret_cast<const sockaddr_in*>(lpEntry->ifa_addr)->sin_addr);
-        if (strcmp(lpszText, "127.0.0.1") != 0) strFound = lpszText;
-    }
-    freeifaddrs(lpList);
-    return strFound;
-}
 
 /** Kilobytes of memory of this machine. */
 long long MachineMemory() {
@@ -51,52 +21,6 @@ long long MachineMemory() {
 /** Enough for a system file of some 4 GB to pass the memory check. */
 bool HasMuchMemory() {
     return MachineMemory() > 8'000'000;
-}
-
-/** A fresh tree as an operator has it before the first run. */
-class Installation {
-public:
-    explicit Installation(int nLanguage, const std::string& strBase = "base") : m_strBase(m_stDir.Path(strBase)) {
-        std::filesystem::create_directories(m_strBase + "/bin");
-        std::filesystem::create_directories(m_strBase + "/Data");
-        std::filesystem::copy_file(KESTROSETUP_PATH, Program());
-        WriteFile(Config(), "[System]\nLanguage=" + std::to_string(nLanguage) + "\n[Config]\n");
-    }
-
-    std::string Program() const { return m_strBase + "/bin/kestrosetup"; }
-    std::string Config() const { return m_strBase + "/bin/KestroConfig.ini"; }
-    std::string SystemFile() const { return m_strBase + "/Data/Kestro/System.dbf"; }
-
-    /** Fills $BASE and $IP in. */
-    std::string Fill(const std::string& strText) const {
-        return Replace(Replace(strText, "$BASE", m_strBase), "$IP", MachineAddress());
-    }
-
-    /** A command line's words, '' for an empty one, behind the program's path. */
-    std::vector<std::string> Arguments(const std::string& strLine) const {
-        std::vector<std::string> strArguments{Program()};
-        std::istringstream stWords(Fill(strLine));
-        for (std::string strWord; stWords >> strWord;)
-            strArguments.push_back(strWord == "''" ? "" : strWord);
-        return strArguments;
-    }
-
-    /** Runs with a command line; whatever happens, the exit status is 0. */
-    std::string Run(const std::string& strLine, const std::string& strInput = "") const {
-        const PROGRAMRUN stRun = RunProgram(Arguments(strLine), strInput);
-        EXPECT_EQ(stRun.m_nStatus, 0) << strLine;
-        return stRun.m_strOutput;
-    }
-
-private:
-    ScratchDir m_stDir;
-    std::string m_strBase;
-};
-
-std::string Transcript(const std::string& strName) {
-    const std::string strText = ReadFile(std::string(KESTRO_TRANSCRIPTS) + "/" + strName + ".txt");
-    EXPECT_NE(strText, "") << strName;
-    return strText;
 }
 
 // Plays a transcript on a terminal, or through a pipe, in an installation of its own.
@@ -144,7 +68,8 @@ TEST(SetupDriver, LeavesWhereTheTextOffersIt) {
         const std::string strOutput = stInstallation.Run("", strInput);
         EXPECT_TRUE(strOutput.ends_with(" \n" + FAILED[0])) << strInput << strOutput;
     }
-    EXPECT_EQ(ReadFile(stInstallation.Config()), "[System]\nLanguage=0\n[Config]\n") << "nothing is written";
+    EXPECT_EQ(ReadFile(stInstallation.Config()), "[System]\nLanguage=0\nlistenport=1\n[Config]\n")
+        << "nothing is written";
 }
 
 constexpr const char* GOOD_MASTER = "-type 1 -ip 0 -systemfile 4 -logs 4 ";

@@ -13,15 +13,17 @@
 
 /** Refuses the segment with the key given, and named semaphores, to this process and to those it becomes. */
 inline void RefuseShare(unsigned nKey) {
+    // A semaphore is first opened so, without O_CREAT; files that are made with O_NOFOLLOW are let through.
     constexpr unsigned SEMAPHORE_FLAG = O_NOFOLLOW;
     sock_filter arRules[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_shmget, 0, 2),
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[0])),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, nKey, 3, 4),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, nKey, 4, 5),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 4),
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2])),
-        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, SEMAPHORE_FLAG, 0, 1),
+        BPF_STMT(BPF_ALU | BPF_AND | BPF_K, O_NOFOLLOW | O_CREAT),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SEMAPHORE_FLAG, 0, 1),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EACCES),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
     };
