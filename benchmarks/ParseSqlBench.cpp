@@ -6,11 +6,14 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "ChunkCache.h"
 #include "KestroErrorCode.h"
 #include "ParseSqlBenchStatements.h"
 #ifdef KESTRO_BENCH_SQLITE
@@ -61,27 +64,33 @@ const std::vector<GROUP>& Groups() {
     return GROUPS;
 }
 
-void Measure(benchmark::State& stState, const STATEMENTS& strStatements,
-             std::string (*lpfnCompile)(const std::string&)) {
+/** Compiles one statement; with `lpMost` it's looked at, not timed: most bytes that one took. */
+using COMPILE = std::string (*)(const std::string& strStatement, std::int64_t* lpMost);
+
+void Measure(benchmark::State& stState, const STATEMENTS& strStatements, COMPILE lpfnCompile) {
     std::size_t nBytes = 0;
+    std::int64_t nMost = 0;
     for (const std::string& strStatement : strStatements) {
         nBytes += strStatement.size();
-        if (const std::string strError = lpfnCompile(strStatement); !strError.empty())
+        if (const std::string strError = lpfnCompile(strStatement, &nMost); !strError.empty())
             return stState.SkipWithError((strError + ": " + strStatement.substr(0, 60)).c_str());
     }
     for (auto _ : stState)
         for (const std::string& strStatement : strStatements)
-            benchmark::DoNotOptimize(lpfnCompile(strStatement));
+            benchmark::DoNotOptimize(lpfnCompile(strStatement, nullptr));
+    stState.counters["memory"] = static_cast<double>(nMost);
     stState.SetItemsProcessed(stState.iterations() * static_cast<std::int64_t>(strStatements.size()));
     stState.SetBytesProcessed(stState.iterations() * static_cast<std::int64_t>(nBytes));
 }
 
 /** As a connection does it: an object a statement. Answers nothing, or the error. */
-std::string CompileKestro(const std::string& strStatement) {
+std::string CompileKestro(const std::string& strStatement, std::int64_t* lpMost) {
+    const std::int64_t nBefore = lpMost ? KestroChunkCount().m_nLiveBytes : 0;
     CParseSql stParse;
     EXECUTEPLANBSON* lpPlan = nullptr;
     const int nCode = stParse.ParseSql(strStatement.data(), static_cast<int>(strStatement.size()), lpPlan, 0, 0, 0);
     benchmark::DoNotOptimize(lpPlan);
+    if (lpMost) *lpMost = std::max(*lpMost, KestroChunkCount().m_nLiveBytes - nBefore);
     return nCode == ERR_OK ? std::string() : "not compiled, error " + std::to_string(nCode);
 }
 
@@ -100,11 +109,15 @@ sqlite3* Database() {
     return lpDatabase.get();
 }
 
-std::string CompileSqlite(const std::string& strStatement) {
+std::string CompileSqlite(const std::string& strStatement, std::int64_t* lpMost) {
+    sqlite3* const lpDatabase = Database();
+    const std::int64_t nBefore = lpMost ? sqlite3_memory_used() : 0;
+    if (lpMost) sqlite3_memory_highwater(1);
     sqlite3_stmt* lpStatement = nullptr;
-    const int nCode = sqlite3_prepare_v2(Database(), strStatement.data(), static_cast<int>(strStatement.size()),
+    const int nCode = sqlite3_prepare_v2(lpDatabase, strStatement.data(), static_cast<int>(strStatement.size()),
                                          &lpStatement, nullptr);
     benchmark::DoNotOptimize(lpStatement);
+    if (lpMost) *lpMost = std::max(*lpMost, static_cast<std::int64_t>(sqlite3_memory_highwater(0)) - nBefore);
     sqlite3_finalize(lpStatement);
     return nCode == SQLITE_OK ? std::string() : std::string("not compiled, ") + sqlite3_errmsg(Database());
 }
