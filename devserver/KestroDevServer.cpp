@@ -15,6 +15,7 @@
 #include <new>
 #include <optional>
 
+#include "Complain.h"
 #include "DevServerListener.h"
 #include "DevServerMessages.h"
 
@@ -36,17 +37,6 @@ struct CALL {
     /** What is wrong has been said already. */
     bool m_bTold = false;
 };
-
-/** Writes a message to standard error and answers the status that goes with it. */
-template <const MESSAGE& stMessage, typename... A>
-int Complain(int nStatus, A... args) {
-    static_assert(ArgumentsFit<A...>(stMessage.m_lpszEnglish), "the arguments don't fit the text");
-    if constexpr (sizeof...(A) == 0)
-        std::fputs(Text(stMessage), stderr);
-    else
-        std::fprintf(stderr, Text(stMessage), args...);
-    return nStatus;
-}
 
 // --- values of options -----------------------------------------------------------------------------------------------
 

@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include "Complain.h"
 #include "ErrorCatalogue.h"
 #include "KestroPlanFault.h"
 #include "KestroPlanMessages.h"
@@ -53,17 +54,6 @@ constexpr OPTION OPTIONS[] = {
     {"--help", [](CALL& stCall) { stCall.m_bHelp = true; }, {"打印本帮助", "print this help"}},
     {"--version", [](CALL& stCall) { stCall.m_bVersion = true; }, {"打印版本", "print the version"}},
 };
-
-/** Writes a message to standard error and answers the status that goes with it. */
-template <const MESSAGE& stMessage, typename... A>
-int Complain(int nStatus, A... args) {
-    static_assert(ArgumentsFit<A...>(stMessage.m_lpszEnglish), "the arguments don't fit the text");
-    if constexpr (sizeof...(A) == 0)
-        std::fputs(Text(stMessage), stderr);
-    else
-        std::fprintf(stderr, Text(stMessage), args...);
-    return nStatus;
-}
 
 template <const MESSAGE& stMessage>
 int RefuseUse(const char* lpszArgument) {

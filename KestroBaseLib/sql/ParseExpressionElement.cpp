@@ -13,14 +13,14 @@
 #include "KestroDecimal.h"
 #include "ParseExpressionManager.h"
 #include "ParseSql.h"
+#include "VarDataText.h"
 
 namespace {
 
 /** Bytes of the escape text of a pattern, its quotes included. */
 constexpr int ESCAPE_SIZE = 36;
 
-/** In front of the text of an interval: a mark, its unit, the kind of the value. */
-constexpr char INTERVAL_MARK = 1;
+/** In front of the text of an interval: INTERVAL_MARK, its unit, the kind of the value. */
 constexpr char INTERVAL_KIND_INTEGER = 1;
 constexpr char INTERVAL_KIND_DECIMAL = static_cast<char>(VT_DECIMAL);
 constexpr char INTERVAL_KIND_LITERAL = VT_VARCHAR;

@@ -4,6 +4,7 @@
 #include "KestroKeyword.h"
 #include "KestroQueue.h"
 #include "KestroStack.h"
+#include "ParsePush.h"
 #include "ParseSql.h"
 
 /** Priorities on the operator stack: a higher one binds closer. */
@@ -188,13 +189,6 @@ protected:
 
     // --- queue and stack (ParseExpressionManager.cpp): 0 or ERR_MEMORY -----------------------------------------------
 
-    /** Any entry; what the container itself would lose silently is ERR_MEMORY. */
-    template <typename CONTAINER, typename T>
-    [[nodiscard]] static int PushEntry(CONTAINER& stContainer, T nEntry) {
-        const int nNum = stContainer.size();
-        stContainer.push(nEntry);
-        return stContainer.size() > nNum ? ERR_OK : ERR_MEMORY;
-    }
     /** An operand of kind `bType`, MIXNODETYPE, into the postfix queue. */
     [[nodiscard]] int PushOperand(BYTE bType, UINT nOffset);
     /** An operator onto the stack, without popping anything. */

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "KestroDecimal.h"
+#include "ParsePush.h"
 #include "ParseSql.h"
 
 namespace {
@@ -50,10 +51,7 @@ LPBYTE ValueOffset(MATHEXPELEMENTBSON* lpElement) {
 } // namespace
 
 int CParseSql::AddParameter(UINT nElementOffset) {
-    // The queue itself doesn't tell that it had no memory.
-    const int nNum = m_vecFieldOffset.size();
-    m_vecFieldOffset.push(nElementOffset);
-    return m_vecFieldOffset.size() > nNum ? ERR_OK : ERR_MEMORY;
+    return PushEntry(m_vecFieldOffset, nElementOffset);
 }
 
 int CParseSql::BindData(int nIndex, st_VARDATA& stValue) {

@@ -80,6 +80,8 @@ int CParseSql::SetObjectTitle(const char* lpszDatabase, const char* lpszName, BY
                               BYTE& bNo) {
     lpszDatabase = OrEmpty(lpszDatabase);
     lpszName = OrEmpty(lpszName);
+    lpszTitle = OrEmpty(lpszTitle);
+    // An alias belongs to an object of the same kind: a node and a table of one name are two.
     OBJECTNAME* lpUntitled = nullptr;
     for (int i = 0; i < m_nObjectNum; ++i) {
         OBJECTNAME& stObject = m_arrObjectName[i];
