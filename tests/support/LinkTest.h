@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -69,6 +70,8 @@ protected:
     void TearDown() override {
         m_Script = nullptr;
         m_stLink.Close();
+        m_stPeer.Stop();
+        EXPECT_EQ(CountSockets(), 0) << "a socket left over";
         Log();
         g_stPlatform.m_lpfnSleep = m_stPlatform.m_lpfnSleep;
         CTraceManage::DestoryInstance();
@@ -81,6 +84,14 @@ protected:
         std::filesystem::remove(std::filesystem::read_symlink("/proc/self/exe").parent_path() / szName, stIgnored);
     }
 
+    static int CountSockets() {
+        int nSockets = 0;
+        for (int nFile = 0; nFile < 256; ++nFile) {
+            struct stat stFile {};
+            nSockets += fstat(nFile, &stFile) == 0 && S_ISSOCK(stFile.st_mode);
+        }
+        return nSockets;
+    }
     /** The lines logged since the last call, "code function text" each. */
     static std::vector<std::string> Log() {
         std::vector<std::string> arLine;
