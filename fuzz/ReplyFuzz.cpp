@@ -188,41 +188,45 @@ constexpr int (*CALLS[])(CFuzzLink& stLink) = {
     [](CFuzzLink& stLink) { return stLink.Backup(1, 2, SeeProgress, nullptr); },
 };
 
-} // namespace
-
-/** Whether the call succeeds. */
-extern "C" int FuzzReply(const BYTE* lpBytes, std::size_t nLen) {
-    std::string_view szRecipe(reinterpret_cast<const char*>(lpBytes), std::min(nLen, RECIPE_MOST));
-    const BYTE bCall = szRecipe.empty() ? BYTE{0} : lpBytes[0];
-    szRecipe.remove_prefix(std::min<std::size_t>(szRecipe.size(), 1));
+/** Fills g_arLink; answers the first byte. */
+BYTE ReadRecipe(std::string_view szRecipe) {
     g_arLink.clear();
+    if (szRecipe.empty()) return 0;
+    const BYTE bCall = static_cast<BYTE>(szRecipe[0]);
+    szRecipe.remove_prefix(1);
     for (USHORT nKind; szRecipe.size() >= sizeof nKind;) {
         std::memcpy(&nKind, szRecipe.data(), sizeof nKind);
         szRecipe.remove_prefix(sizeof nKind);
         g_arLink.push_back({nKind, szRecipe.substr(0, nKind == LINK_REFUSED ? 0 : nKind & ~LINK_RESET)});
         szRecipe.remove_prefix(g_arLink.back().m_szBytes.size());
     }
+    return bCall;
+}
 
-    const PLATFORM stPlatform = g_stPlatform;
-    g_stPlatform.m_lpfnSleep = [](std::int64_t) {};
-    g_stPlatform.m_lpfnUuid = CountUp;
+} // namespace
+
+/** Whether the call succeeds. */
+extern "C" int FuzzReply(const BYTE* lpBytes, std::size_t nLen) {
+    // For good: the log's writer looks at the platform from the first line on.
+    [[maybe_unused]] static const bool bSet = [] {
+        g_stPlatform.m_lpfnSleep = [](std::int64_t) {};
+        g_stPlatform.m_lpfnUuid = CountUp;
+        return true;
+    }();
     g_nToken = 0;
-    int nCode = ERR_OK;
-    {
-        CFuzzLink stLink;
-        nCode = stLink.OpenAs((bCall & 0x80) != 0);
-        if (nCode == ERR_OK)
-            nCode = CALLS[(bCall & 0x7F) % std::size(CALLS)](stLink);
-        else
-            stLink.CheckClosed();
-        stLink.CheckState();
-        g_arLink.clear();
-        stLink.Close();
+    const BYTE bCall = ReadRecipe({reinterpret_cast<const char*>(lpBytes), std::min(nLen, RECIPE_MOST)});
+    CFuzzLink stLink;
+    int nCode = stLink.OpenAs((bCall & 0x80) != 0);
+    if (nCode == ERR_OK)
+        nCode = CALLS[(bCall & 0x7F) % std::size(CALLS)](stLink);
+    else
         stLink.CheckClosed();
-        stLink.CheckWorks();
-        stLink.CheckState();
-    }
-    g_stPlatform = stPlatform;
+    stLink.CheckState();
+    g_arLink.clear();
+    stLink.Close();
+    stLink.CheckClosed();
+    stLink.CheckWorks();
+    stLink.CheckState();
     // A file would grow for as long as this runs.
     while (CTraceManage::instance()->GetTrace(nullptr)) {
     }
