@@ -58,10 +58,13 @@ int CDBInterface::RunOperation(MF_EXECUTE_STATISTICS& stStat, const char* lpszTe
     if (!IsLoggedIn()) return ERR_LINK_NOT_OPEN;
     const int nCode = Guard<stRow>(lpszText, [&](KESTROCRITICALSECTION* pRecord) {
         BeginOperation(stRow, stStat);
-        int nInner = ERR_OK;
-        do
+        const int nGiven = stStat.m_nErrorCode;
+        int nInner = Inner(pRecord);
+        while (stRow.m_bRecover && MustRepeat(pRecord, stStat, nInner)) {
+            // A call that was made again leaves no code behind.
+            stStat.m_nErrorCode = nGiven;
             nInner = Inner(pRecord);
-        while (stRow.m_bRecover && MustRepeat(pRecord, stStat, nInner));
+        }
         EndOperation(stRow, stStat, lpszText, pCount, nInner);
         return nInner;
     });

@@ -214,6 +214,49 @@ TEST_P(DBInterfaceExchange, OutlivesAnyBytes) {
     }
 }
 
+TEST_F(CLinkTest, TellsWhyAPieceDidNotCome) {
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+    const struct {
+        std::string m_strComes;
+        bool m_bCloses;
+        BYTE m_bToken;
+        int m_nResult, m_nError;
+        const char* m_lpszDetail;
+    } ROWS[] = {
+        {"", false, 0, -1, EAGAIN, nullptr},
+        {"", true, 0, 0, 0, nullptr},
+        {"some", false, 0, -1, EAGAIN, "12, remaining: 8 not received! Error: 重试了30次都出现接收超时"},
+        {"some", true, 0, 0, 0, "12, remaining: 8 not received! Error: 连接被关闭了，返回值为0"},
+        {"\3\1\7 and on..", true, 7, 12, 0, nullptr},
+        {"\3\1\6 and on", false, 7, 0, 0, nullptr},
+        {"\4\1\7 and on", false, 7, 0, 0, nullptr},
+        {"\3\1", false, 7, 0, 0, nullptr},
+    };
+    for (const auto& stRow : ROWS) {
+        int arPair[2], nError = 77;
+        ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, arPair), 0);
+        const timeval stShort{0, 1};
+        setsockopt(arPair[0], SOL_SOCKET, SO_RCVTIMEO, &stShort, sizeof stShort);
+        EXPECT_NE(write(arPair[1], stRow.m_strComes.data(), stRow.m_strComes.size()), -1);
+        if (stRow.m_bCloses) close(std::exchange(arPair[1], -1));
+        close(std::exchange(m_stLink.m_nSocket, arPair[0]));
+        Log();
+        std::string strPiece(12, 'x');
+        EXPECT_EQ(m_stLink.ReceiveBuffer(strPiece.data(), 12, nError, stRow.m_bToken), stRow.m_nResult);
+        EXPECT_EQ(nError, stRow.m_nError);
+        EXPECT_EQ(strPiece, (stRow.m_strComes + std::string(12, '\0')).substr(0, 12));
+        const std::string strLine =
+            "888010099 ReceiveBuffer The length of the received and sent message body data is "
+            "incorrect! Header description length: ";
+        EXPECT_EQ(Logged(strLine + (stRow.m_lpszDetail ? stRow.m_lpszDetail : "")), stRow.m_lpszDetail != nullptr);
+        EXPECT_EQ(m_stLink.m_nSocket == -1, stRow.m_bToken == 7 && stRow.m_nResult == 0);
+        // A server that says nothing for too long.
+        EXPECT_EQ(m_stLink.Run("begin"), stRow.m_nError == EAGAIN ? -ERR_RECEIVE_TIMEOUT : 5);
+        close(arPair[1]);
+        EXPECT_EQ(m_stLink.Run("begin"), 5) << "on a new link";
+    }
+}
+
 /** A plan as the sender leaves it, with the fields that tell of the sender. */
 std::string PlanBytes(CTestLink& stLink, const std::string& strSql) {
     CParseSql stSql;

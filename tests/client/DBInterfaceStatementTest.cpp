@@ -128,6 +128,11 @@ TEST_F(DBInterfaceStatement, CallsAgainWhenTheClusterIsBack) {
     EXPECT_EQ(m_stLink.Run("begin"), 6);
     EXPECT_EQ(m_stPeer.Frames(MF_CMD_EXECUTE, true).size(), 51u);
     nLeft = 1;
+    MF_EXECUTE_STATISTICS stStat{};
+    int nAffect = 0;
+    EXPECT_EQ(m_stLink.ExecuteCommand("begin", nAffect, &stStat), ERR_OK);
+    EXPECT_EQ(int{stStat.m_nErrorCode}, ERR_OK) << "nothing stays of the call before";
+    nLeft = 1;
     EXECUTEPLANDESCRIBE stDescribe;
     EXPECT_EQ(m_stLink.GetExecutePlanInfo("begin", &stDescribe, nullptr), ERR_GROUP_RECOVERED) << "not this one";
     nLeft = 1;
