@@ -6,7 +6,6 @@
 
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,6 +20,7 @@
 
 #include "DBInterface.h"
 #include "KestroErrorCode.h"
+#include "OpenSockets.h"
 #include "Platform.h"
 #include "RecordsetMaker.h"
 #include "TraceManage.h"
@@ -96,7 +96,7 @@ public:
         Check(m_nAddressNum >= 0 && m_nAddressNum <= CLUSTER_NODE_MOST, "more nodes than there can be");
         Check(m_bBusy == 0, "still at work");
         Check(std::memchr(m_szDatabase, 0, sizeof m_szDatabase), "a database without an end");
-        Check(CountSockets() == (m_nSocket != -1), "a socket left over");
+        Check(OpenSockets() == (m_nSocket != -1), "a socket left over");
         bool bFree = false;
         std::thread([&] {
             bFree = pthread_mutex_trylock(&m_csLock) == 0;
@@ -125,14 +125,6 @@ private:
         stHead.m_nValue = nValue;
         stHead.m_nBodyLen = nBodyLen;
         return {reinterpret_cast<const char*>(&stHead), sizeof stHead};
-    }
-    static int CountSockets() {
-        int nSockets = 0;
-        for (int nFile = 0; nFile < 64; ++nFile) {
-            struct stat stFile {};
-            nSockets += fstat(nFile, &stFile) == 0 && S_ISSOCK(stFile.st_mode);
-        }
-        return nSockets;
     }
 };
 

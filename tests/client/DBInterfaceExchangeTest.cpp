@@ -1,4 +1,3 @@
-#include <random>
 #include <set>
 
 #include "LinkTest.h"
@@ -195,23 +194,6 @@ TEST_P(DBInterfaceExchange, ReconnectsWhenTheLinkBrokeWhileNothingWasUnderWay) {
     const bool bLogOut = GetParam().m_nCommand == MF_CMD_LOGOUT;
     EXPECT_EQ(Run(), GetParam().m_nResetSends == 3 || bLogOut ? ERR_OK : ERR_SEND);
     EXPECT_EQ(m_stLink.Run("commit"), 5);
-}
-
-TEST_P(DBInterfaceExchange, OutlivesAnyBytes) {
-    std::mt19937 stRandom(static_cast<unsigned>(GetParam().m_nCommand));
-    for (int i = 0; i < 60; ++i) {
-        Answer([&](const PEERFRAME& stFrame) {
-            std::string strReply = Welcome(stFrame).m_strBytes;
-            for (int n = 0; n < 4; ++n)
-                strReply[stRandom() % (n == 0 ? 12 : strReply.size())] = static_cast<char>(stRandom());
-            if (stRandom() % 2) strReply.resize(stRandom() % strReply.size());
-            return PEERANSWER(strReply, stRandom() % 2 ? PEER_CLOSES : PEER_RESETS);
-        });
-        Run();
-        m_Script = nullptr;
-        EXPECT_TRUE(m_stLink.IsFree());
-        EXPECT_EQ(m_stLink.Run("commit"), 5);
-    }
 }
 
 TEST_F(CLinkTest, TellsWhyAPieceDidNotCome) {

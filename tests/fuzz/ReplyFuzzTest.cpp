@@ -1,5 +1,5 @@
-// Runs the fuzzer's checks of a server's replies over its corpus, over each length of it, and over mutations of it that
-// are the same in each run.
+// Runs the fuzzer's checks of a server's replies over its corpus, and over mutations of it that are the same in each
+// run.
 
 #include <gtest/gtest.h>
 
@@ -13,11 +13,10 @@ extern "C" int FuzzReply(const unsigned char* lpBytes, std::size_t nLen);
 
 namespace {
 
-int Serve(const std::string& strRecipe) {
-    return FuzzReply(reinterpret_cast<const unsigned char*>(strRecipe.data()), strRecipe.size());
+bool Serve(const std::string& strRecipe) {
+    return FuzzReply(reinterpret_cast<const unsigned char*>(strRecipe.data()), strRecipe.size()) != 0;
 }
 
-// Half a second.
 TEST(ReplyFuzz, TheConnectionOutlivesTheCorpusAndItsMutations) {
     std::map<std::string, std::string> arRecipe;
     for (const auto& stEntry : std::filesystem::directory_iterator(KESTRO_FUZZ "/reply"))
@@ -25,13 +24,12 @@ TEST(ReplyFuzz, TheConnectionOutlivesTheCorpusAndItsMutations) {
     std::string strFailed;
     std::mt19937 stRandom(4711);
     for (const auto& [strName, strRecipe] : arRecipe) {
-        if (Serve(strRecipe) == 0) strFailed += strName + " ";
+        if (!Serve(strRecipe)) strFailed += strName + " ";
         for (int i = 0; i < 100; ++i) {
             std::string strMutated = strRecipe;
             for (unsigned n = 1 + stRandom() % 4; n != 0; --n)
                 strMutated[stRandom() % strMutated.size()] = static_cast<char>(stRandom() >> 8);
-            if (i % 4 == 0) strMutated.resize(stRandom() % strMutated.size());
-            Serve(strMutated);
+            Serve(strMutated.substr(0, i % 4 == 0 ? stRandom() % strMutated.size() : std::string::npos));
         }
     }
     EXPECT_EQ(strFailed,

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -11,6 +10,7 @@
 
 #include "DBInterface.h"
 #include "KestroErrorCode.h"
+#include "OpenSockets.h"
 #include "ParseSql.h"
 #include "Platform.h"
 #include "ScriptedPeer.h"
@@ -71,7 +71,7 @@ protected:
         m_Script = nullptr;
         m_stLink.Close();
         m_stPeer.Stop();
-        EXPECT_EQ(CountSockets(), 0) << "a socket left over";
+        EXPECT_EQ(OpenSockets(), 0) << "a socket left over";
         Log();
         g_stPlatform.m_lpfnSleep = m_stPlatform.m_lpfnSleep;
         CTraceManage::DestoryInstance();
@@ -84,14 +84,6 @@ protected:
         std::filesystem::remove(std::filesystem::read_symlink("/proc/self/exe").parent_path() / szName, stIgnored);
     }
 
-    static int CountSockets() {
-        int nSockets = 0;
-        for (int nFile = 0; nFile < 256; ++nFile) {
-            struct stat stFile {};
-            nSockets += fstat(nFile, &stFile) == 0 && S_ISSOCK(stFile.st_mode);
-        }
-        return nSockets;
-    }
     /** The lines logged since the last call, "code function text" each. */
     static std::vector<std::string> Log() {
         std::vector<std::string> arLine;
