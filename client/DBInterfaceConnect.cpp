@@ -60,10 +60,13 @@ int CDBInterface::Connect(int bRetry) {
     stServer.sin_family = AF_INET;
     stServer.sin_addr.s_addr = m_dwServerIP;
     stServer.sin_port = m_usServerPort;
-    // An interrupted attempt goes on by itself, and the next one finds it done.
+    // An attempt that a signal interrupts goes on by itself; the next call waits for its end, or finds it done.
     const auto Try = [&] {
-        return connect(m_nSocket, reinterpret_cast<const sockaddr*>(&stServer), sizeof stServer) == 0 ||
-               errno == EISCONN;
+        int nResult;
+        do
+            nResult = connect(m_nSocket, reinterpret_cast<const sockaddr*>(&stServer), sizeof stServer);
+        while (nResult != 0 && errno == EINTR);
+        return nResult == 0 || errno == EISCONN;
     };
     bool bConnected = Try();
     for (int i = 0; i < CONNECT_RETRY_MOST && bRetry && !bConnected; ++i) {

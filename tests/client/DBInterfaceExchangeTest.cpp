@@ -239,6 +239,17 @@ TEST_F(CLinkTest, TellsWhyAPieceDidNotCome) {
     }
 }
 
+TEST_F(CLinkTest, GivesUpAStreamThatNeverFallsSilent) {
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+    bool bFlooded = false;
+    m_Script = [&](const PEERFRAME& stFrame) {
+        if (std::exchange(bFlooded, true)) return Welcome(stFrame);
+        return PEERANSWER(HeadBytes(1, stFrame.Token() + 1, 0, 0, 0) + std::string(68 << 20, 'x'));
+    };
+    EXPECT_EQ(m_stLink.Run("begin"), 5);
+    EXPECT_EQ(m_stPeer.Frames(MF_CMD_LOGIN).size(), 2u);
+}
+
 /** A plan as the sender leaves it, with the fields that tell of the sender. */
 std::string PlanBytes(CTestLink& stLink, const std::string& strSql) {
     CParseSql stSql;

@@ -1,3 +1,4 @@
+#include <sys/resource.h>
 #include <sys/syscall.h>
 
 #include <set>
@@ -167,6 +168,14 @@ TEST_F(DBInterfaceLogin, OpensByAnAddressOrByADescriptor) {
     EXPECT_EQ(m_nSlept, 0);
     EXPECT_TRUE(Logged("888003002 Connect Connection to server failed, error code: 111, server IP: 127.0.0.1, port: " +
                        std::to_string(m_stPeer.Port())));
+    EXPECT_EQ(m_stLink.OpenWithAddress(szUser, nullptr, HostIP(szIP), m_stPeer.Port(), 1), ERR_CONNECT);
+    rlimit stKept{};
+    getrlimit(RLIMIT_NOFILE, &stKept);
+    const rlimit stNone{0, stKept.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &stNone);
+    EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_SOCKET_CREATE);
+    setrlimit(RLIMIT_NOFILE, &stKept);
+    EXPECT_TRUE(Logged("888003001 Connect Failed to create socket connection. Error code: 24"));
     IKestroDBConnection* pConnection = nullptr;
     EXPECT_EQ(CreateKestroDBInstance(pConnection), 0);
     pConnection->Release();
