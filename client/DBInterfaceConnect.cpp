@@ -139,7 +139,6 @@ int CDBInterface::FollowMaster(const CLUSTERSTATUS& stStatus, int bRetry) {
             if (m_nSocket != -1) close(m_nSocket);
         }
     } stKept{std::exchange(m_nSocket, -1)};
-    const std::span<const BYTE> stKeptAhead = m_stAhead;
     const DWORD dwKeptIP = m_dwServerIP;
     const USHORT usKeptPort = m_usServerPort;
     SetServer(htonl(stStatus.m_dwMasterIP), htons(stStatus.m_usMasterPort));
@@ -153,7 +152,6 @@ int CDBInterface::FollowMaster(const CLUSTERSTATUS& stStatus, int bRetry) {
     if (Connect(bRetry) == ERR_OK) return ERR_OK;
     CloseSocket();
     m_nSocket = std::exchange(stKept.m_nSocket, -1);
-    m_stAhead = stKeptAhead;
     SetServer(dwKeptIP, usKeptPort);
     return ERR_OK;
 }

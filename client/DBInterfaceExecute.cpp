@@ -71,8 +71,11 @@ int CDBInterface::Compile(const COMMANDROW& stRow, CParseSql& stParseSql, const 
 
 // What a plan says about its sender. Once and before the first send: a request that is repeated has the same bytes.
 void CDBInterface::StampPlan(EXECUTEPLANBSON* pPlan) {
+    unsigned int dwIP = 0;
+    unsigned short usPort = 0;
+    GetSocketInfo(dwIP, usPort);
     pPlan->m_bDatabaseNo = pPlan->m_bSessionDatabaseNo = Shared(m_bDatabaseNo).load(std::memory_order_relaxed);
-    pPlan->m_dwClientIP = m_dwClientIP;
+    pPlan->m_dwClientIP = dwIP;
     pPlan->m_nUserID = 0;
 }
 

@@ -91,22 +91,13 @@ long CDBInterface::SendBytes(const void* lpBytes, std::size_t nLen) {
     return send(m_nSocket, lpBytes, nLen, MSG_NOSIGNAL);
 }
 
-// Interruptions don't count. A small piece takes with it what else is there: a head and a small body cost one call.
+// Interruptions don't count.
 long CDBInterface::ReceiveBytes(void* lpBytes, std::size_t nLen) {
-    if (m_stAhead.empty()) {
-        const bool bAhead = nLen < sizeof m_arAhead;
-        long nResult;
-        do {
-            errno = 0;
-            nResult = recv(m_nSocket, bAhead ? m_arAhead : lpBytes, bAhead ? sizeof m_arAhead : nLen, 0);
-        } while (nResult < 0 && (errno == EINTR || errno == EALREADY || errno == EINPROGRESS));
-        if (!bAhead || nResult <= 0) return nResult;
-        m_stAhead = {m_arAhead, static_cast<std::size_t>(nResult)};
+    for (;;) {
+        errno = 0;
+        const long nResult = recv(m_nSocket, lpBytes, nLen, 0);
+        if (nResult >= 0 || (errno != EINTR && errno != EALREADY && errno != EINPROGRESS)) return nResult;
     }
-    nLen = std::min(nLen, m_stAhead.size());
-    std::memcpy(lpBytes, m_stAhead.data(), nLen);
-    m_stAhead = m_stAhead.subspan(nLen);
-    return static_cast<long>(nLen);
 }
 
 int CDBInterface::ReceiveBuffer(char* pBuffer, int nLength, int& nError, unsigned char bToken) {
@@ -170,21 +161,14 @@ unsigned long long CDBInterface::ClearSocket() {
 void CDBInterface::CloseSocket() {
     if (m_nSocket != -1) close(m_nSocket);
     m_nSocket = -1;
-    m_stAhead = {};
 }
 
 unsigned char CDBInterface::CreateRandomFactor() {
-    BYTE bToken = 0;
-    while (bToken == 0 || bToken == m_bToken) {
-        if (m_nUuidLeft == 0) {
-            g_stPlatform.m_lpfnUuid(m_arUuid);
-            // Version and variant aren't random.
-            m_arUuid[6] = m_arUuid[8] = 0;
-            m_nUuidLeft = sizeof m_arUuid;
-        }
-        bToken = m_arUuid[sizeof m_arUuid - m_nUuidLeft--];
-    }
-    return m_bToken = bToken;
+    BYTE arUuid[16];
+    do
+        g_stPlatform.m_lpfnUuid(arUuid);
+    while (arUuid[0] == 0 || arUuid[0] == m_bToken);
+    return m_bToken = arUuid[0];
 }
 
 namespace {
