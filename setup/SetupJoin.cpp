@@ -34,9 +34,7 @@ struct JOINFLOW {
     bool (*m_lpfnShowProgress)(CSetupProgress& stProgress);
 };
 
-void EndOpenLine() {
-    if (g_bLineOpen) SayText(MSG_LINE_END);
-}
+// A failure is told on the line that the progress has left open, in both flows. Intended.
 
 // A join that the server reports as failed doesn't fail the run: the request was sent. Intended.
 bool ShowSlaveProgress(CSetupProgress& stProgress) {
@@ -44,7 +42,6 @@ bool ShowSlaveProgress(CSetupProgress& stProgress) {
         const SETUPPROGRESSINFO stNow = stProgress.Read();
         const int nCurrent = stNow.m_nCurrent;
         if (stNow.m_nTotal == -1) {
-            EndOpenLine();
             Say<MSG_JOIN_FAILED_SLAVE>(nCurrent);
             break;
         }
@@ -64,7 +61,6 @@ bool ShowStandbyProgress(CSetupProgress& stProgress) {
         const SETUPPROGRESSINFO stNow = stProgress.Read();
         const int nTotal = stNow.m_nTotal;
         if (nTotal == -1) {
-            EndOpenLine();
             Say<MSG_JOIN_REQUEST_FAILED>(int{stNow.m_nCurrent});
             return false;
         }
