@@ -9,33 +9,15 @@ namespace {
 /** The arguments of a run in front of the sizes of data files. */
 const std::string MASTER = "-type 1 -ip 0 -systemfile 4 -logs 4 ";
 
-/** A run of the transcript: its language, what runs as a service, how the server behaves, the sizes; and its output. */
-struct RUNROW {
-    std::smatch m_stField;
-    std::string m_strHead, m_strOutput, m_strFiles;
-};
-
-bool ReadRow(std::istream& stRows, RUNROW& stRow) {
-    static const std::regex stHead(R"(\$ (\d) \| (.*) \| (.*) \|(.*))");
-    stRow.m_strOutput.clear();
-    while (std::getline(stRows, stRow.m_strHead))
-        if (std::regex_match(stRow.m_strHead, stRow.m_stField, stHead)) break;
-    for (std::string strLine; std::getline(stRows, strLine); stRow.m_strOutput += strLine + "\n")
-        if (strLine.starts_with("= ")) return stRow.m_strFiles = strLine.substr(2), true;
-    return false;
-}
-
 // A second long for the 600 attempts to connect where nobody is.
 TEST(SetupMasterRun, PrintsExactlyTheseLines) {
-    std::istringstream stRows(Transcript("master-runs"));
-    for (RUNROW stRow; ReadRow(stRows, stRow);) {
-        const int nLanguage = std::stoi(stRow.m_stField[1]);
-        const CServedInstallation stInstallation(nLanguage, {"--fault", stRow.m_stField[3]});
-        stInstallation.SetService(stInstallation.Fill(stRow.m_stField[2]));
-        if (stRow.m_stField[3] == "# none") stInstallation.SetPort(1);
-        EXPECT_EQ(stInstallation.Run(MASTER + stRow.m_stField[4].str()), Printed(stRow.m_strOutput, nLanguage))
-            << stRow.m_strHead;
-        EXPECT_EQ(stInstallation.Files(), stRow.m_strFiles) << stRow.m_strHead;
+    for (const auto& [strFields, strOutput] : TranscriptRows("master-runs")) {
+        const int nLanguage = std::stoi(strFields[0]);
+        const CServedInstallation stInstallation(nLanguage, {"--fault", strFields[2]});
+        stInstallation.SetService(strFields[1]);
+        if (strFields[2] == "# none") stInstallation.SetPort(1);
+        EXPECT_EQ(stInstallation.Run(MASTER + strFields[3]), Printed(strOutput, nLanguage)) << strFields[2];
+        EXPECT_EQ(stInstallation.Files(), strFields[4]) << strFields[3];
     }
 }
 
@@ -88,10 +70,7 @@ TEST(SetupMasterRun, WaitsInRealTime) {
     const auto stStart = std::chrono::steady_clock::now();
     const std::string strOutput = stInstallation.Run(MASTER + "-datafile 1");
     const std::chrono::duration<double> stTime = std::chrono::steady_clock::now() - stStart;
-    std::istringstream stRows(Transcript("master-runs"));
-    RUNROW stRow;
-    ASSERT_TRUE(ReadRow(stRows, stRow));
-    EXPECT_EQ(strOutput, Printed(stRow.m_strOutput, 0));
+    EXPECT_EQ(strOutput, Printed(TranscriptRows("master-runs")[0].m_strLines, 0));
     EXPECT_GE(stTime.count(), 22);
     EXPECT_LT(stTime.count(), 30) << "and for nothing else";
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <ifaddrs.h>
 
+#include <regex>
 #include <sstream>
 
 #include "Program.h"
@@ -105,6 +106,24 @@ inline std::string Transcript(const std::string& strName) {
     const std::string strText = ReadFile(std::string(KESTRO_TRANSCRIPTS) + "/" + strName + ".txt");
     EXPECT_NE(strText, "") << strName;
     return strText;
+}
+
+/** A row of a transcript: the fields of a line "$ field | field", and the lines behind it but for comments. */
+struct TRANSCRIPTROW {
+    std::vector<std::string> m_strFields;
+    std::string m_strLines;
+};
+
+inline std::vector<TRANSCRIPTROW> TranscriptRows(const std::string& strName) {
+    const std::regex stBar(R"( \| )");
+    std::vector<TRANSCRIPTROW> arRow;
+    std::istringstream stLines(Transcript(strName));
+    for (std::string strLine; std::getline(stLines, strLine);)
+        if (strLine.starts_with("$ "))
+            arRow.push_back({{std::sregex_token_iterator(strLine.begin() + 2, strLine.end(), stBar, -1), {}}, ""});
+        else if (!strLine.starts_with("#"))
+            arRow.back().m_strLines += strLine + "\n";
+    return arRow;
 }
 
 /** A transcript's text as it is printed: "<" at a line's start is a carriage return, $SERVICES a master's services. */
