@@ -34,9 +34,8 @@ struct JOINFLOW {
     bool (*m_lpfnShowProgress)(CSetupProgress& stProgress);
 };
 
-// A failure is told on the line that the progress has left open, in both flows. Intended.
-
-// A join that the server reports as failed doesn't fail the run: the request was sent. Intended.
+// A join that the server reports as failed doesn't fail the run: the request was sent. As in the other flow the failure
+// is told on the line that the progress has left open. Both intended.
 bool ShowSlaveProgress(CSetupProgress& stProgress) {
     for (;; SleepMilliseconds(PROGRESS_PAUSE_MS)) {
         const SETUPPROGRESSINFO stNow = stProgress.Read();

@@ -56,7 +56,8 @@ std::string RunJoin(const std::string& strFlow, const Installation& stNode, int 
         EXPECT_NE(lpStep, std::end(strSteps)) << it->str();
         EXPECT_LE(std::stoi((*it)[2]), std::stoi((*it)[3]));
     }
-    return std::regex_replace(strOutput, stProgress, "");
+    // The last step ends its line, unless all was done before the first look.
+    return Replace(std::regex_replace(strOutput, stProgress, ""), "\n\n", "\n");
 }
 
 // Four seconds for all runs, some of which join for a third of one.
@@ -74,7 +75,7 @@ TEST(SetupJoin, PrintsExactlyTheseLines) {
         const std::string strExpected =
             Printed(stNode.Fill(strLines), nLanguage, strFlow == "standby" ? "standby" : "slave");
         EXPECT_EQ(RunJoin(strFlow, stNode, stAsked.Port()),
-                  Replace(strExpected, "$PORT", std::to_string(stMaster.Port())))
+                  Replace(Replace(strExpected, "$PORT", std::to_string(stMaster.Port())), "\n\n", "\n"))
             << strFlow << " " << strFields[3] << " " << strFault;
         unsetenv("KESTRO_SEGMENT");
     }
