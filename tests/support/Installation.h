@@ -126,9 +126,10 @@ inline std::vector<TRANSCRIPTROW> TranscriptRows(const std::string& strName) {
     return arRow;
 }
 
-/** A transcript's text as it is printed: "<" at a line's start is a carriage return, $SERVICES a master's services. */
-inline std::string Printed(const std::string& strText, int nLanguage) {
-    const std::string strServices = Transcript("services." + std::to_string(nLanguage)), strHead = "= master\n";
-    const std::string strMaster = strServices.substr(strHead.size(), strServices.find("=", 1) - strHead.size());
-    return Replace(Replace(strText, "$SERVICES\n", strMaster), "\n<", "\r");
+/** A transcript's text as it is printed: "<" at a line's start is a carriage return, $SERVICES a flow's services. */
+inline std::string Printed(const std::string& strText, int nLanguage, const std::string& strFlow = "master") {
+    const std::string strAll = Transcript("services." + std::to_string(nLanguage)), strHead = "= " + strFlow + "\n";
+    const std::size_t nBegin = strAll.find(strHead) + strHead.size();
+    const std::string strServices = strAll.substr(nBegin, strAll.find("= ", nBegin) - nBegin);
+    return Replace(Replace(strText, "$SERVICES\n", strServices), "\n<", "\r");
 }
