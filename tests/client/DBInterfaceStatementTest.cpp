@@ -43,25 +43,45 @@ TEST_F(DBInterfaceStatement, GoesOnAfterALostReplyWithTheSamePlan) {
     EXPECT_TRUE(m_stLink.IsFree());
 }
 
+// What the first progress is answered with; the connection ends with all but GO_ON.
+enum REACTION {
+    GO_ON,
+    STOP,
+    THROW_OWN,
+    THROW_ANY,
+    THROW_MEMORY
+};
 struct SEEN {
+    REACTION m_nReaction;
     std::string m_strSeen;
-    int m_nStopAt;
 };
 int SeeProgress(void* pUser, const char* lpszText, int nTotal, int nCurrent) {
     auto& stSeen = *static_cast<SEEN*>(pUser);
     stSeen.m_strSeen += std::string(lpszText) + " " + std::to_string(nCurrent) + "/" + std::to_string(nTotal) + ";";
-    if (nCurrent == stSeen.m_nStopAt + 10) throw KestroExeception();
-    if (nCurrent == stSeen.m_nStopAt + 20) throw 1;
-    return nCurrent != stSeen.m_nStopAt;
+    if (stSeen.m_nReaction == THROW_OWN) throw KestroExeception();
+    if (stSeen.m_nReaction == THROW_ANY) throw 1;
+    if (stSeen.m_nReaction == THROW_MEMORY) throw std::bad_alloc();
+    return stSeen.m_nReaction != STOP;
 }
 
 TEST_F(DBInterfaceStatement, TellsProgressAndStopsAtWill) {
     const std::string strText(80, 'f');
+    constexpr int CODES[] = {ERR_OK, ERR_FAILED, ERR_EXCEPTION, ERR_EXCEPTION, ERR_MEMORY};
     const struct {
-        int m_nStopAt, m_nCode;
-        const char* m_lpszSecond;
-    } ROWS[] = {{0, ERR_OK, " 50/100;"}, {-5, ERR_FAILED, ""}, {40, ERR_EXCEPTION, " 50/100;"}, {30, 2, " 50/100;"}};
-    for (const auto& stRow : ROWS) {
+        const char* m_lpszException;
+        std::function<int(SEEN*)> m_Run;
+    } ROWS[] = {
+        {"888048099 Execute Database command execution exception, error code: 0, SQL: begin",
+         [&](SEEN* pSeen) {
+             int nAffect = 0;
+             return m_stLink.Execute("begin", nAffect, nullptr, SeeProgress, pSeen);
+         }},
+        {"888049099 Backup Database backup abnormal, error code: 0",
+         [&](SEEN* pSeen) { return m_stLink.Backup(1, 2, SeeProgress, pSeen); }},
+        {"888055099 Recover Database recovery abnormal, error code: 0",
+         [&](SEEN* pSeen) { return m_stLink.Recover(1, 2, 3, SeeProgress, pSeen); }},
+    };
+    for (int i = 0; i < 15; ++i) {
         m_Script = [&](const PEERFRAME& stFrame) {
             std::string strParam(88, 'f'), strReply;
             Put(strParam, 80, 100);
@@ -71,15 +91,15 @@ TEST_F(DBInterfaceStatement, TellsProgressAndStopsAtWill) {
                             HeadBytes(MF_REPLY_PENDING, stFrame.Token() + 1, 1, 0, 0, "of another") +
                             stFrame.Reply(MF_REPLY_PENDING, 0, "", 2, "no progress");
             }
-            return strReply + stFrame.Reply(MF_REPLY_OK, 8);
+            return strReply + stFrame.Reply(MF_REPLY_OK);
         };
-        SEEN stSeen{"", stRow.m_nStopAt};
-        int nAffect = 0;
-        EXPECT_EQ(m_stLink.Execute("begin", nAffect, nullptr, SeeProgress, &stSeen), stRow.m_nCode);
-        EXPECT_EQ(stSeen.m_strSeen, strText + " -5/100;" + (*stRow.m_lpszSecond ? strText + stRow.m_lpszSecond : ""));
-        EXPECT_EQ(m_stLink.m_nSocket != -1, stRow.m_nCode == ERR_OK);
+        const int nReaction = i % 5;
+        SEEN stSeen{static_cast<REACTION>(nReaction), ""};
+        EXPECT_EQ(ROWS[i / 5].m_Run(&stSeen), CODES[nReaction]);
+        EXPECT_EQ(stSeen.m_strSeen, strText + " -5/100;" + (nReaction == GO_ON ? strText + " 50/100;" : ""));
+        EXPECT_EQ(m_stLink.m_nSocket != -1, nReaction == GO_ON);
         EXPECT_TRUE(m_stLink.IsFree() && m_stLink.m_bBusy == 0);
-        EXPECT_EQ(Logged("888048099 Execute "), stRow.m_nCode == ERR_EXCEPTION);
+        EXPECT_EQ(Logged(ROWS[i / 5].m_lpszException), nReaction > STOP);
         m_Script = nullptr;
         EXPECT_EQ(m_stLink.Run("begin"), 5);
     }
@@ -113,7 +133,8 @@ TEST_F(DBInterfaceStatement, ReadsABodyOfAnyLength) {
     m_strBlock.pop_back();
     IKestroDBRecordset* pSet = nullptr;
     char szSql[] = "begin";
-    EXPECT_NE(m_stLink.GetRecordset(szSql, &pSet, &stStat), ERR_OK);
+    EXPECT_EQ(m_stLink.GetRecordset(szSql, &pSet, &stStat), 37);
+    EXPECT_EQ(int{stStat.m_nErrorCode}, 37);
     ASSERT_TRUE(pSet);
     EXPECT_EQ(pSet->GetRowNum(), 0);
     pSet->Release();
@@ -125,7 +146,11 @@ TEST_F(DBInterfaceStatement, CallsAgainWhenTheClusterIsBack) {
     m_Script = [&](const PEERFRAME& stFrame) {
         return nLeft-- > 0 ? stFrame.Reply(MF_REPLY_FAIL, ERR_GROUP_RECOVERED) : stFrame.Reply(MF_REPLY_OK, 6);
     };
-    EXPECT_EQ(m_stLink.Run("begin"), 6);
+    MF_EXECUTE_STATISTICS stStat{};
+    int nAffect = 0;
+    EXPECT_EQ(m_stLink.ExecuteCommand("begin", nAffect, &stStat), ERR_OK);
+    EXPECT_EQ(nAffect, 6);
+    EXPECT_EQ(int{stStat.m_nErrorCode}, ERR_OK) << "what was repeated has not failed";
     EXPECT_EQ(m_stPeer.Frames(MF_CMD_EXECUTE, true).size(), 51u);
     nLeft = 1;
     EXECUTEPLANDESCRIBE stDescribe;
@@ -200,6 +225,9 @@ TEST_F(DBInterfaceStatement, TellsWhatFailed) {
     };
     EXPECT_EQ(m_stLink.GetRecordset("begin", stSet, &stStat), ERR_LINK_RESET);
     EXPECT_EQ(int{stStat.m_nErrorCode}, ECONNRESET);
+    m_stPeer.Stop();
+    EXPECT_EQ(m_stLink.GetRecordset("begin", stSet, &stStat), ERR_CONNECT);
+    EXPECT_EQ(int{stStat.m_nErrorCode}, ERR_CONNECT);
     EXPECT_TRUE(
         Logged("888010099 ReceiveBuffer The length of the received and sent message body data is incorrect! "
                "Header description length: 112, remaining: 103 not received! Error: 连接被关闭了，返回值为-1"));
@@ -234,11 +262,12 @@ TEST_F(DBInterfaceStatement, DescribesAPlan) {
     m_strPlanInfo.replace(32, 1, 1, 1).replace(65, 3, "\2\3\4");
     Put(m_strPlanInfo, 68, -9);
     EXECUTEPLANDESCRIBE stDescribe;
-    ASSERT_EQ(m_stLink.GetExecutePlanInfo("begin", &stDescribe, nullptr), ERR_OK);
-    const auto Wide = [&](std::size_t nOffset) {
+    MF_EXECUTE_STATISTICS stStat{};
+    ASSERT_EQ(m_stLink.GetExecutePlanInfo("begin", &stDescribe, &stStat), ERR_OK);
+    const auto Wide = [&](std::size_t nOffset, std::size_t nSize = 32) {
         wchar_t szWide[100] = {};
-        std::memcpy(szWide, reinterpret_cast<const char*>(&stDescribe) + nOffset, 31 * sizeof(wchar_t));
-        return std::wstring(szWide);
+        std::memcpy(szWide, reinterpret_cast<const char*>(&stDescribe) + nOffset, nSize * sizeof(wchar_t));
+        return std::wstring(szWide, wcsnlen(szWide, nSize));
     };
     EXPECT_EQ(Wide(0), std::wstring(31, L'n')) << "cut for its terminator";
     EXPECT_EQ(Wide(129), L"客户");
@@ -247,8 +276,13 @@ TEST_F(DBInterfaceStatement, DescribesAPlan) {
                   stDescribe.m_bFourthKind,
               1234);
     EXPECT_EQ(int{stDescribe.m_nValue}, -9);
+    m_strPlanInfo.replace(72, 100, 100, 'd');
+    ASSERT_EQ(m_stLink.GetExecutePlanInfo("begin", &stDescribe, &stStat), ERR_OK);
+    EXPECT_EQ(Wide(264, 100), std::wstring(99, L'd'));
     m_strPlanInfo.replace(72, 4, "\xF7\xBF\xBF\xBF");
-    EXPECT_EQ(m_stLink.GetExecutePlanInfo("begin", &stDescribe, nullptr), ERR_FAILED);
+    EXPECT_EQ(m_stLink.GetExecutePlanInfo("begin", &stDescribe, &stStat), ERR_FAILED);
+    EXPECT_EQ(int{stStat.m_nErrorCode}, ERR_FAILED);
+    EXPECT_EQ(m_stLink.GetExecutePlanInfo("begin", nullptr, nullptr), ERR_NULL_POINTER);
 }
 
 TEST_F(DBInterfaceStatement, SavesOnlyWhatChanged) {
@@ -320,6 +354,8 @@ TEST_F(DBInterfaceStatement, BindsAndRunsCursors) {
     ASSERT_EQ(arFrame.size(), 3u);
     EXPECT_TRUE(arFrame[0].Bytes() == arFrame[1].Bytes() && arFrame[1].Bytes() == arFrame[2].Bytes());
 
+    EXPECT_EQ(m_stLink.ExecuteCommand(static_cast<void*>(nullptr), nAffect, &stStat), ERR_NULL_POINTER);
+    EXPECT_EQ(int{stStat.m_nErrorCode}, ERR_NULL_POINTER);
     EXPECT_EQ(m_stLink.Execute(static_cast<void*>(nullptr), nAffect, nullptr), ERR_NULL_POINTER);
     EXPECT_EQ(m_stLink.CloseCursor(nullptr), ERR_NULL_POINTER);
     ASSERT_EQ(m_stLink.Parse(szSql, pCursor), ERR_OK);
