@@ -245,20 +245,6 @@ std::string Bytes(A... nValues) {
     return (RawBytes(nValues) + ...);
 }
 
-/** A plan as the sender leaves it, with the fields that tell of the sender. */
-std::string PlanBytes(CTestLink& stLink, const std::string& strSql) {
-    CParseSql stSql;
-    EXECUTEPLANBSON* pPlan = nullptr;
-    EXPECT_EQ(stSql.ParseSql(strSql.data(), static_cast<int>(strSql.size()), pPlan, 0, 0, 9), ERR_OK);
-    std::string strPlan(reinterpret_cast<const char*>(pPlan), pPlan->m_nTotalDataSize);
-    unsigned dwIP = 0;
-    unsigned short usPort = 0;
-    stLink.GetSocketInfo(dwIP, usPort);
-    Put(strPlan, 48, dwIP);
-    strPlan[11] = strPlan[63] = 9;
-    return strPlan;
-}
-
 TEST_F(CLinkTest, SendsEachRequestByteForByte) {
     m_strBlock = CRecordsetMaker("A:1").Row(1, "1").Block();
     ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
@@ -274,7 +260,7 @@ TEST_F(CLinkTest, SendsEachRequestByteForByte) {
         strUpdate.append(reinterpret_cast<const char*>(lpSection),
                          reinterpret_cast<BUFFERSECTIONHEAD*>(lpSection)->m_nSectionDataSize);
     }
-    const std::string strStamp = PlanBytes(m_stLink, "begin");
+    const std::string strStamp = PlanBytes("begin");
     strUpdate.replace(48, 4, strStamp, 48, 4);
     strUpdate[11] = strUpdate[63] = 9;
     ASSERT_GT(stBson.GetBufferSectionNum(), 0);
@@ -289,12 +275,12 @@ TEST_F(CLinkTest, SendsEachRequestByteForByte) {
         std::string m_strParam, m_strBody;
     } ROWS[] = {
         {0, 0, "", strStamp},
-        {0, 0, "", PlanBytes(m_stLink, "commit")},
-        {0, 0, "", PlanBytes(m_stLink, "rollback")},
+        {0, 0, "", PlanBytes("commit")},
+        {0, 0, "", PlanBytes("rollback")},
         {0, 0, "", strUpdate},
         {0, 0, std::string(95, 't'), ""},
         {0, -77, "", ""},
-        {0, 0, "", PlanBytes(m_stLink, "begin work")},
+        {0, 0, "", PlanBytes("begin work")},
         {0, 0xFFFE, "", REDO_RECORD},
         {0, 0, "", ""},
         {0, 0xFFFE, Bytes(0xC0A80001, 8000, 0x85) + std::string(31, 'n') + '\0' + strHost, ""},
