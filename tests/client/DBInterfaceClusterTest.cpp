@@ -50,7 +50,7 @@ TEST_F(CLinkTest, FollowsTheAddressWhenTheServerDropsTheLink) {
         ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
         m_Script = [&](const PEERFRAME& stFrame) {
             return stFrame.Command() == MF_CMD_LOGIN
-                       ? stFrame.Reply(stRow.m_nLoginStatus, stRow.m_nLoginValue, "", 0, RawBytes(101) + RawBytes(201))
+                       ? stFrame.Reply(stRow.m_nLoginStatus, stRow.m_nLoginValue, "", 0, RawBytes(101, 201))
                        : stFrame.Reply(MF_REPLY_OK, 0, "", stRow.m_nFlag);
         };
         m_stPeer.Frames(0, true);

@@ -240,31 +240,19 @@ TEST_P(DBInterfaceExchange, OutlivesAnyBytes) {
     }
 }
 
-template <typename... A>
-std::string Bytes(A... nValues) {
-    return (RawBytes(nValues) + ...);
-}
-
 TEST_F(CLinkTest, SendsEachRequestByteForByte) {
     m_strBlock = CRecordsetMaker("A:1").Row(1, "1").Block();
     ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
     ASSERT_EQ(m_stLink.UseDatabase("shop"), ERR_OK);
+    m_stLink.m_bTraceTime = 1;
     CMemDBRecordset stSet;
     MakeChanged(stSet);
-    CBaseBson stBson;
-    EXECUTEPLANBSON* pUpdate = nullptr;
-    ASSERT_EQ(stSet.ParseRecordset(stBson, pUpdate), ERR_OK);
-    std::string strUpdate(reinterpret_cast<const char*>(pUpdate), pUpdate->m_nClientBsonDataSize);
-    for (USHORT i = 1; i <= stBson.GetBufferSectionNum(); ++i) {
-        const LPBYTE lpSection = stBson.GetBufferSection(i);
-        strUpdate.append(reinterpret_cast<const char*>(lpSection),
-                         reinterpret_cast<BUFFERSECTIONHEAD*>(lpSection)->m_nSectionDataSize);
-    }
+    int nCode = ERR_FAILED;
+    std::string strUpdate = ChangePlan(stSet, nCode);
+    ASSERT_EQ(nCode, ERR_OK);
     const std::string strStamp = PlanBytes("begin");
     strUpdate.replace(48, 4, strStamp, 48, 4);
     strUpdate[11] = strUpdate[63] = 9;
-    ASSERT_GT(stBson.GetBufferSectionNum(), 0);
-    EXPECT_EQ(strUpdate.size(), pUpdate->m_nTotalDataSize);
 
     std::string strLogOut(60, '\0'), strHost(256, '\0');
     strLogOut.replace(0, 3, "sys").replace(36, 6, "secret");
@@ -272,36 +260,52 @@ TEST_F(CLinkTest, SendsEachRequestByteForByte) {
     strHost.resize(31);
     const struct {
         int m_nFlag, m_nValue;
-        std::string m_strParam, m_strBody;
+        std::string m_strParam, m_strBody = {}, m_strLogged = {};
     } ROWS[] = {
-        {0, 0, "", strStamp},
-        {0, 0, "", PlanBytes("commit")},
-        {0, 0, "", PlanBytes("rollback")},
-        {0, 0, "", strUpdate},
-        {0, 0, std::string(95, 't'), ""},
-        {0, -77, "", ""},
-        {0, 0, "", PlanBytes("begin work")},
+        {0, 0, "", strStamp,
+         "888030001 ExecuteCommand Database command execution ended, time: 0 microseconds, return value: 0X0, affect "
+         "the number of lines: 5, SQL: begin"},
+        {0, 0, "", PlanBytes("commit"),
+         "888050001 Execute Database command execution ends, time: 0 microseconds, return value: 0X0, number of "
+         "affected lines: 5, bstrCmd: commit"},
+        {0, 0, "", PlanBytes("rollback"),
+         "888031001 GetRecordset Database retrieval execution ended, time: 0 microseconds, return value: 0X0, return "
+         "data number: 1, SQL: rollback"},
+        {0, 0, "", strUpdate,
+         "888032001 UpdateRecordset End of result set modification operation, time: 0 microseconds, return value: 0X0"},
+        {0, 0, std::string(95, 't'), "",
+         "888034001 StartTransactionLogic The execution of the start short transaction lock command ends with: 0 "
+         "microseconds, return value: 0X0, transaction ID: 5, bstrTransactionData: ttt"},
+        {0, -77, "", "",
+         "888035001 StopTransactionLogic End of execution of short transaction lock command, elapsed time: 0 "
+         "microseconds, return value: 0X0, lTransactionID: -77"},
+        {0, 0, "", PlanBytes("begin work"),
+         "888033001 GetExecutePlanInfo Get execution plan complete, time: 0 microseconds, return value: 0X0, SQL: "
+         "begin work"},
         {0, 0xFFFE, "", REDO_RECORD},
-        {0, 0, "", ""},
-        {0, 0xFFFE, Bytes(0xC0A80001, 8000, 0x85) + std::string(31, 'n') + '\0' + strHost, ""},
-        {0, 0, Bytes(0xC0A80001, USHORT{8000}, '\x85'), ""},
-        {253, 0, Bytes(0xC0A80001, 8000), ""},
-        {254, 0, Bytes(-2LL), ""},
-        {0, 0, Bytes(-3LL, 1LL << 62, -4), ""},
-        {0, 0, Bytes(1LL << 40), ""},
-        {0, 0, Bytes(0LL, 0LL, -5), ""},
-        {0, 0, strLogOut, ""},
-        {0, 0, "shop", ""},
+        {0, 0, ""},
+        {0, 0xFFFE, RawBytes(0xC0A80001, 8000, 0x85) + std::string(31, 'n') + '\0' + strHost},
+        {0, 0, RawBytes(0xC0A80001, USHORT{8000}, '\x85')},
+        {253, 0, RawBytes(0xC0A80001, 8000)},
+        {254, 0, RawBytes(-2LL)},
+        {0, 0, RawBytes(-3LL, 1LL << 62, -4)},
+        {0, 0, RawBytes(1LL << 40)},
+        {0, 0, RawBytes(0LL, 0LL, -5)},
+        {0, 0, strLogOut},
+        {0, 0, "shop"},
     };
     static_assert(std::size(ROWS) == std::size(REQUESTS));
     for (std::size_t i = 0; i < std::size(ROWS); ++i) {
-        const auto& [nFlag, nValue, strParam, strBody] = ROWS[i];
+        const auto& [nFlag, nValue, strParam, strBody, strLogged] = ROWS[i];
         m_stPeer.Frames(0, true);
+        Log();
         EXPECT_EQ(REQUESTS[i].m_lpfnRun(m_stLink), ERR_OK) << REQUESTS[i].m_lpszName;
         ASSERT_EQ(m_stPeer.Frames().size(), 1u) << REQUESTS[i].m_lpszName;
         EXPECT_EQ(m_stPeer.Frames()[0].Bytes(),
                   HeadBytes(REQUESTS[i].m_nCommand, 0, nFlag, nValue, strBody.size(), strParam) + strBody)
             << REQUESTS[i].m_lpszName;
+        const std::vector<std::string> arLogged = Log();
+        EXPECT_EQ(arLogged.empty() ? "" : arLogged[0].substr(0, strLogged.size()), strLogged);
     }
 }
 
