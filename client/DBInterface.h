@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <span>
 
 #include "KestroCriticalSection.h"
 #include "KestroDBInterface.h"
@@ -236,6 +237,15 @@ protected:
     char m_szDatabase[32] = {};
 
 private:
+    /** A uuid and its bytes not yet used: each is a token, as a uuid costs a third of a small exchange. */
+    BYTE m_arUuid[16];
+    unsigned m_nUuidLeft = 0;
+    /** Bytes that came with others, and those of them that nobody has read yet. */
+    BYTE m_arAhead[4096];
+    std::span<const BYTE> m_stAhead;
+    /** The client's end of the link, or of the last one. */
+    DWORD m_dwClientIP = 0;
+
     struct SENT;
 
     template <typename T>

@@ -71,11 +71,8 @@ int CDBInterface::Compile(const COMMANDROW& stRow, CParseSql& stParseSql, const 
 
 // What a plan says about its sender. Once and before the first send: a request that is repeated has the same bytes.
 void CDBInterface::SetPlan(EXCHANGE& stExchange, EXECUTEPLANBSON* pPlan, const char* lpszSql) {
-    unsigned int dwIP = 0;
-    unsigned short usPort = 0;
-    GetSocketInfo(dwIP, usPort);
     pPlan->m_bDatabaseNo = pPlan->m_bSessionDatabaseNo = Shared(m_bDatabaseNo).load(std::memory_order_relaxed);
-    pPlan->m_dwClientIP = dwIP;
+    pPlan->m_dwClientIP = m_dwClientIP;
     pPlan->m_nUserID = 0;
     stExchange.SetPlan(pPlan);
     stExchange.m_lpszSubject = lpszSql;

@@ -24,8 +24,8 @@ constexpr int RECEIVE_TIMEOUT_MOST = 31;
 constexpr int RECEIVE_ERROR_MOST = 4;
 
 constexpr std::size_t CLEAR_PIECE = 1024;
-/** A stream that goes on this long isn't going to fall silent. */
-constexpr unsigned long long CLEAR_MOST = 64u << 20;
+/** A stream that goes on for so many pieces isn't going to fall silent, be it fast or byte by byte. */
+constexpr int CLEAR_PIECE_MOST = 1 << 16;
 
 constexpr LOGLINE LINE_CUT_SHORT{
     888'010'099,
@@ -91,18 +91,31 @@ long CDBInterface::SendBytes(const void* lpBytes, std::size_t nLen) {
     return send(m_nSocket, lpBytes, nLen, MSG_NOSIGNAL);
 }
 
-// Interruptions don't count.
+// Interruptions don't count. A small piece takes with it what else is there: a head and a small body cost one call.
 long CDBInterface::ReceiveBytes(void* lpBytes, std::size_t nLen) {
-    for (;;) {
-        errno = 0;
-        const long nResult = recv(m_nSocket, lpBytes, nLen, 0);
-        if (nResult >= 0 || (errno != EINTR && errno != EALREADY && errno != EINPROGRESS)) return nResult;
+    if (m_stAhead.empty()) {
+        const bool bAhead = nLen < sizeof m_arAhead;
+        long nResult;
+        do {
+            errno = 0;
+            nResult = recv(m_nSocket, bAhead ? m_arAhead : lpBytes, bAhead ? sizeof m_arAhead : nLen, 0);
+        } while (nResult < 0 && (errno == EINTR || errno == EALREADY || errno == EINPROGRESS));
+        if (!bAhead || nResult <= 0) return nResult;
+        m_stAhead = {m_arAhead, static_cast<std::size_t>(nResult)};
     }
+    nLen = std::min(nLen, m_stAhead.size());
+    std::memcpy(lpBytes, m_stAhead.data(), nLen);
+    m_stAhead = m_stAhead.subspan(nLen);
+    return static_cast<long>(nLen);
 }
 
 int CDBInterface::ReceiveBuffer(char* pBuffer, int nLength, int& nError, unsigned char bToken) {
     nError = 0;
-    if (nLength <= 0) return nLength < 0 ? -1 : 0;
+    if (nLength == 0) return 0;
+    if (nLength < 0) {
+        Log<LINE_CUT_SHORT>("ReceiveBuffer", nLength, nLength, "");
+        return -1;
+    }
     CReceiveFailures stFailures;
     const char* lpszDetail = nullptr;
     int nGot = 0;
@@ -142,26 +155,36 @@ unsigned long long CDBInterface::ClearSocket() {
     BYTE arPiece[CLEAR_PIECE];
     SetReceiveTimeout(0, 1);
     // A peer that has closed ends this as silence does.
-    for (long nResult; (nResult = ReceiveBytes(arPiece, sizeof arPiece)) > 0;)
-        if ((nCleared += static_cast<unsigned long long>(nResult)) > CLEAR_MOST) break;
-    if (nCleared > CLEAR_MOST)
-        CloseSocket();
-    else
-        SetReceiveTimeout(SOCKET_TIMEOUT, 0);
+    for (int i = 0; i < CLEAR_PIECE_MOST; ++i) {
+        const long nResult = ReceiveBytes(arPiece, sizeof arPiece);
+        if (nResult <= 0) {
+            SetReceiveTimeout(SOCKET_TIMEOUT, 0);
+            return nCleared;
+        }
+        nCleared += static_cast<unsigned long long>(nResult);
+    }
+    CloseSocket();
     return nCleared;
 }
 
 void CDBInterface::CloseSocket() {
     if (m_nSocket != -1) close(m_nSocket);
     m_nSocket = -1;
+    m_stAhead = {};
 }
 
 unsigned char CDBInterface::CreateRandomFactor() {
-    BYTE arUuid[16];
-    do
-        g_stPlatform.m_lpfnUuid(arUuid);
-    while (arUuid[0] == 0 || arUuid[0] == m_bToken);
-    return m_bToken = arUuid[0];
+    BYTE bToken = 0;
+    while (bToken == 0 || bToken == m_bToken) {
+        if (m_nUuidLeft == 0) {
+            g_stPlatform.m_lpfnUuid(m_arUuid);
+            // Version and variant aren't random.
+            m_arUuid[6] = m_arUuid[8] = 0;
+            m_nUuidLeft = sizeof m_arUuid;
+        }
+        bToken = m_arUuid[sizeof m_arUuid - m_nUuidLeft--];
+    }
+    return m_bToken = bToken;
 }
 
 namespace {

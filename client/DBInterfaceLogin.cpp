@@ -158,10 +158,9 @@ int CDBInterface::UserLogin() {
     SetProcessName(stLogin);
     stLogin.m_nProcessID = getpid();
     stLogin.m_nThreadID = static_cast<int>(syscall(SYS_gettid));
-    unsigned int dwIP = 0;
     unsigned short usPort = 0;
-    GetSocketInfo(dwIP, usPort);
-    stLogin.m_dwClientIP = dwIP;
+    GetSocketInfo(m_dwClientIP, usPort);
+    stLogin.m_dwClientIP = m_dwClientIP;
     stLogin.m_usClientPort = usPort;
     SetField(stLogin.m_szUserName, m_szUserName);
     std::memcpy(stLogin.m_szPassword, m_szPassword, sizeof m_szPassword);

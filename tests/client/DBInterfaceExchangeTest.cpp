@@ -1,4 +1,3 @@
-#include <random>
 #include <set>
 
 #include "ChunkFault.h"
@@ -223,21 +222,58 @@ TEST_P(DBInterfaceExchange, AnswersThreeWithoutMemory) {
     EXPECT_EQ(m_stPeer.Frames().size(), nCommand == MF_CMD_CLUSTER_STATUS ? 1u : 0u);
 }
 
-TEST_P(DBInterfaceExchange, OutlivesAnyBytes) {
-    std::mt19937 stRandom(static_cast<unsigned>(GetParam().m_nCommand));
-    for (int i = 0; i < 60; ++i) {
-        Answer([&](const PEERFRAME& stFrame) {
-            std::string strReply = Welcome(stFrame).m_strBytes;
-            for (int n = 0; n < 4; ++n)
-                strReply[stRandom() % (n == 0 ? 12 : strReply.size())] = static_cast<char>(stRandom());
-            if (stRandom() % 2) strReply.resize(stRandom() % strReply.size());
-            return PEERANSWER(strReply, stRandom() % 2 ? PEER_CLOSES : PEER_RESETS);
-        });
-        Run();
-        m_Script = nullptr;
-        EXPECT_TRUE(m_stLink.IsFree());
-        EXPECT_EQ(m_stLink.Run("commit"), 5);
+TEST_F(CLinkTest, TellsWhyAPieceDidNotCome) {
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+    const struct {
+        std::string m_strComes;
+        bool m_bCloses;
+        BYTE m_bToken;
+        int m_nResult, m_nError;
+        const char* m_lpszDetail;
+    } ROWS[] = {
+        {"", false, 0, -1, EAGAIN, nullptr},
+        {"", true, 0, 0, 0, nullptr},
+        {"some", false, 0, -1, EAGAIN, "12, remaining: 8 not received! Error: 重试了30次都出现接收超时"},
+        {"some", true, 0, 0, 0, "12, remaining: 8 not received! Error: 连接被关闭了，返回值为0"},
+        {"\3\1\7 and on..", true, 7, 12, 0, nullptr},
+        {"\3\1\6 and on", false, 7, 0, 0, nullptr},
+        {"\4\1\7 and on", false, 7, 0, 0, nullptr},
+        {"\3\1", false, 7, 0, 0, nullptr},
+    };
+    for (const auto& stRow : ROWS) {
+        int arPair[2], nError = 77;
+        ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, arPair), 0);
+        const timeval stShort{0, 1};
+        setsockopt(arPair[0], SOL_SOCKET, SO_RCVTIMEO, &stShort, sizeof stShort);
+        EXPECT_NE(write(arPair[1], stRow.m_strComes.data(), stRow.m_strComes.size()), -1);
+        if (stRow.m_bCloses) close(std::exchange(arPair[1], -1));
+        close(std::exchange(m_stLink.m_nSocket, arPair[0]));
+        Log();
+        std::string strPiece(12, 'x');
+        EXPECT_EQ(m_stLink.ReceiveBuffer(strPiece.data(), 12, nError, stRow.m_bToken), stRow.m_nResult);
+        EXPECT_EQ(nError, stRow.m_nError);
+        EXPECT_EQ(strPiece, (stRow.m_strComes + std::string(12, '\0')).substr(0, 12));
+        const std::string strLine =
+            "888010099 ReceiveBuffer The length of the received and sent message body data is "
+            "incorrect! Header description length: ";
+        EXPECT_EQ(Logged(strLine + (stRow.m_lpszDetail ? stRow.m_lpszDetail : "")), stRow.m_lpszDetail != nullptr);
+        EXPECT_EQ(m_stLink.m_nSocket == -1, stRow.m_bToken == 7 && stRow.m_nResult == 0);
+        // A server that says nothing for too long.
+        EXPECT_EQ(m_stLink.Run("begin"), stRow.m_nError == EAGAIN ? -ERR_RECEIVE_TIMEOUT : 5);
+        close(arPair[1]);
+        EXPECT_EQ(m_stLink.Run("begin"), 5) << "on a new link";
     }
+}
+
+TEST_F(CLinkTest, GivesUpAStreamThatNeverFallsSilent) {
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+    bool bFlooded = false;
+    m_Script = [&](const PEERFRAME& stFrame) {
+        if (std::exchange(bFlooded, true)) return Welcome(stFrame);
+        return PEERANSWER(HeadBytes(1, stFrame.Token() + 1, 0, 0, 0) + std::string(68 << 20, 'x'));
+    };
+    EXPECT_EQ(m_stLink.Run("begin"), 5);
+    EXPECT_EQ(m_stPeer.Frames(MF_CMD_LOGIN).size(), 2u);
 }
 
 TEST_F(CLinkTest, SendsEachRequestByteForByte) {

@@ -10,6 +10,7 @@
 
 #include "DBInterface.h"
 #include "KestroErrorCode.h"
+#include "OpenSockets.h"
 #include "ParseSql.h"
 #include "Platform.h"
 #include "ScriptedPeer.h"
@@ -69,6 +70,8 @@ protected:
     void TearDown() override {
         m_Script = nullptr;
         m_stLink.Close();
+        m_stPeer.Stop();
+        EXPECT_EQ(OpenSockets(), 0) << "a socket left over";
         Log();
         g_stPlatform.m_lpfnSleep = m_stPlatform.m_lpfnSleep;
         CTraceManage::DestoryInstance();
