@@ -93,24 +93,6 @@ TEST_F(DBInterfaceStatement, TellsProgressAndStopsAtWill) {
         }
 }
 
-TEST_F(DBInterfaceStatement, ReadsOnForALoginAndForUse) {
-    int nStale = 4;
-    m_Script = [&](const PEERFRAME& stFrame) {
-        std::string strReply;
-        for (int i = 1; i <= nStale && stFrame.Command() != MF_CMD_CLUSTER_STATUS; ++i)
-            strReply +=
-                HeadBytes(1, stFrame.Token() + i, 0, 1, i == 4 ? 9000 : 0) + std::string(i == 4 ? 9000 : 0, 'b');
-        return strReply + Welcome(stFrame).m_strBytes;
-    };
-    EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
-    EXPECT_EQ(m_stLink.m_nSessionID, SESSION_ID);
-    EXPECT_EQ(m_stLink.UseDatabase("shop"), ERR_OK);
-    EXPECT_EQ(m_stLink.m_bDatabaseNo, 9);
-    nStale = 5;
-    EXPECT_EQ(m_stLink.UseDatabase("shop"), ERR_OK) << "the fifth counts";
-    EXPECT_EQ(m_stLink.m_bDatabaseNo, 0);
-}
-
 TEST_F(DBInterfaceStatement, ReadsABodyOfAnyLength) {
     m_strBlock = CRecordsetMaker("A:6").Row(1, std::string((3 << 20) + 17, 'a')).Row(2, "b").Block();
     ASSERT_EQ(m_stLink.GetRecordset("begin", m_stSet, &m_stStat), ERR_OK);
