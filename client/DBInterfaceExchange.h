@@ -222,8 +222,9 @@ enum EXCHANGEEND : BYTE {
 
 /** One request and its reply. */
 struct EXCHANGE {
-    explicit EXCHANGE(COMMANDNO nCommand, MF_EXECUTE_STATISTICS* pStat = nullptr)
-        : m_stRow(COMMANDS[nCommand]), m_pStat(pStat) {
+    explicit EXCHANGE(COMMANDNO nCommand, MF_EXECUTE_STATISTICS* pStat = nullptr, KESTROPROGRESS lpfnProgress = nullptr,
+                      void* pUser = nullptr)
+        : m_stRow(COMMANDS[nCommand]), m_pStat(pStat), m_lpfnProgress(lpfnProgress), m_pUser(pUser) {
         m_stHead.m_bProtocol = FRAME_PROTOCOL;
         m_stHead.m_bCommand = m_stRow.m_bCommand;
     }
@@ -239,8 +240,8 @@ struct EXCHANGE {
     const char* m_lpszSubject = "";
     /** Filled in; null for none. */
     MF_EXECUTE_STATISTICS* m_pStat;
-    KESTROPROGRESS m_lpfnProgress = nullptr;
-    void* m_pUser = nullptr;
+    KESTROPROGRESS m_lpfnProgress;
+    void* m_pUser;
 
     TCPFRAMEHEAD m_stReply{};
     EXCHANGEEND m_nEnd = EXCHANGE_NOT_SENT;

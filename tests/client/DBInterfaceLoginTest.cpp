@@ -153,6 +153,24 @@ TEST_F(DBInterfaceLogin, SurvivesALoginCutAtEachByte) {
         }
 }
 
+TEST_F(DBInterfaceLogin, ReadsOnPastRepliesToOthers) {
+    int nStale = 4;
+    m_Script = [&](const PEERFRAME& stFrame) {
+        std::string strReply;
+        for (int i = 1; i <= nStale && stFrame.Command() != MF_CMD_CLUSTER_STATUS; ++i)
+            strReply +=
+                HeadBytes(1, stFrame.Token() + i, 0, 1, i == 4 ? 9000 : 0) + std::string(i == 4 ? 9000 : 0, 'b');
+        return strReply + Welcome(stFrame).m_strBytes;
+    };
+    EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+    EXPECT_EQ(m_stLink.m_nSessionID, SESSION_ID);
+    EXPECT_EQ(m_stLink.UseDatabase("shop"), ERR_OK);
+    EXPECT_EQ(m_stLink.m_bDatabaseNo, 9);
+    nStale = 5;
+    EXPECT_EQ(m_stLink.UseDatabase("shop"), ERR_OK) << "the fifth counts";
+    EXPECT_EQ(m_stLink.m_bDatabaseNo, 0);
+}
+
 TEST_F(DBInterfaceLogin, OpensByAnAddressOrByADescriptor) {
     char szUser[] = "sys", szIP[] = "127.0.0.1", szName[] = "shop";
     EXPECT_EQ(m_stLink.Open(szName, szUser, nullptr), ERR_DESCRIPTOR_FILE);

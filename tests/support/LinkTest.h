@@ -97,6 +97,21 @@ protected:
                            [&](const std::string& strLine) { return strLine.starts_with(strStart); });
     }
 
+    /** A plan as the connection sends it in database 9, with the fields that tell of the sender. */
+    std::string PlanBytes(const std::string& strSql, int nPageNo = 0, int nPageSize = 0) {
+        CParseSql stSql;
+        EXECUTEPLANBSON* pPlan = nullptr;
+        const int nLen = static_cast<int>(strSql.size());
+        EXPECT_EQ(stSql.ParseSql(strSql.data(), nLen, pPlan, nPageNo, nPageSize, 9), ERR_OK);
+        std::string strPlan(reinterpret_cast<const char*>(pPlan), pPlan->m_nTotalDataSize);
+        unsigned dwIP = 0;
+        unsigned short usPort = 0;
+        m_stLink.GetSocketInfo(dwIP, usPort);
+        Put(strPlan, 48, dwIP);
+        strPlan[11] = strPlan[63] = 9;
+        return strPlan;
+    }
+
     /** What a server answers that has nothing against anything. */
     static PEERANSWER Welcome(const PEERFRAME& stFrame) {
         std::string strSession(8, '\0');
