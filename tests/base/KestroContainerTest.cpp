@@ -351,13 +351,11 @@ int Ask(const CASEROW& stRow) {
 }
 
 TEST(FieldName2IndexTest, FindsOtherCaseInTheSameBucketOnly) {
-    const CASEROW ROWS[] = {
-        {1, "Name", "NAME", 5},  {8, "name", "NAMe", 5},
-        {9, "name", "NAME", -1}, {15, "name", "NAME", 5},
-        {8, "n@me", "n`me", -1}, {8, "name", "nam", -1},
-        {8, "x", "", -1},        {9, SmallestHash().substr(0, 24), SmallestHash().substr(0, 24), 5},
-        {INT_MIN, "a", "a", 5},
-    };
+    const CASEROW ROWS[] = {{1, "Name", "NAME", 5},  {8, "name", "NAMe", 5},
+                            {9, "name", "NAME", -1}, {15, "name", "NAME", 5},
+                            {8, "n@me", "n`me", -1}, {8, "name", "nam", -1},
+                            {8, "x", "", -1},        {9, SmallestHash().substr(0, 24), SmallestHash().substr(0, 24), 5},
+                            {INT_MIN, "a", "a", 5}};
     for (const CASEROW& stRow : ROWS) {
         EXPECT_EQ(Ask<CFieldName2Index>(stRow), stRow.m_nIndex) << stRow.m_nSize << stRow.m_strAsked;
         EXPECT_EQ(Ask<CFieldName2IndexW>(stRow), stRow.m_nIndex) << stRow.m_nSize << stRow.m_strAsked;

@@ -68,8 +68,7 @@ TEST_F(LinuxCommonAPI, NamesPrograms) {
         {"a/b", 3, -1, "a/"},
         {"tool", nFound, 0, m_strProc + "/tool"},
         {"tool", nFound - 1, -1, std::string(nFound - 2, 'd')},
-        {"none", 300, -1, std::string(252, 'd') + "/none"},
-    };
+        {"none", 300, -1, std::string(252, 'd') + "/none"}};
     for (const auto& [lpszModule, nSize, nResult, strName] : arRows) {
         std::vector<char> arBuffer(nSize, 'z');
         EXPECT_EQ(GetModuleFileName(lpszModule, arBuffer.data(), static_cast<UINT>(nSize)), nResult);
@@ -83,13 +82,11 @@ TEST_F(LinuxCommonAPI, OpensByDisposition) {
     const struct {
         DWORD m_nDisposition, m_nAccess;
         int m_nExisting, m_nMissing;
-    } arRows[] = {
-        {CREATE_NEW, BOTH, -1, 0},         {CREATE_NEW, NONE, -1, -1},        {CREATE_ALWAYS, BOTH, 0, 0},
-        {CREATE_ALWAYS, READ, 0, 0},       {CREATE_ALWAYS, NONE, -1, -1},     {77, WRITE, 0, 0},
-        {OPEN_EXISTING, BOTH, 3, -1},      {OPEN_EXISTING, READ, 3, -1},      {OPEN_EXISTING, NONE, -1, -1},
-        {OPEN_ALWAYS, BOTH, 3, 0},         {OPEN_ALWAYS, READ, 3, 0},         {TRUNCATE_EXISTING, BOTH, 0, -1},
-        {TRUNCATE_EXISTING, READ, -1, -1}, {TRUNCATE_EXISTING, WRITE, 0, -1},
-    };
+    } arRows[] = {{CREATE_NEW, BOTH, -1, 0},         {CREATE_NEW, NONE, -1, -1},       {CREATE_ALWAYS, BOTH, 0, 0},
+                  {CREATE_ALWAYS, READ, 0, 0},       {CREATE_ALWAYS, NONE, -1, -1},    {77, WRITE, 0, 0},
+                  {OPEN_EXISTING, BOTH, 3, -1},      {OPEN_EXISTING, READ, 3, -1},     {OPEN_EXISTING, NONE, -1, -1},
+                  {OPEN_ALWAYS, BOTH, 3, 0},         {OPEN_ALWAYS, READ, 3, 0},        {TRUNCATE_EXISTING, BOTH, 0, -1},
+                  {TRUNCATE_EXISTING, READ, -1, -1}, {TRUNCATE_EXISTING, WRITE, 0, -1}};
     const std::string strFile = m_stScratch.Path("file");
     for (const auto& stRow : arRows)
         for (const bool bExists : {true, false}) {
@@ -182,8 +179,7 @@ TEST_F(LinuxCommonAPI, ReadsMemoryFigures) {
     const std::pair<std::string, FIGURES> arRows[] = {
         {"MemTotal:  16 kB\nMemFree: 9 kB\nMemAvailable:\t12 kB\n", {16, 9, 12, 4, 5}},
         {"MemFree: 9 kB\nMemTotal: 16 kB\nMemAvailable: 12 kB\n", {0, 0, 12, 4, 5}},
-        {"MemTotal: 99999999999999999999\nMemFree: x\n" + std::string(9000, 'x'), {LLONG_MAX, 0, 0, 4, 5}},
-    };
+        {"MemTotal: 99999999999999999999\nMemFree: x\n" + std::string(9000, 'x'), {LLONG_MAX, 0, 0, 4, 5}}};
     for (const auto& [strText, arFigures] : arRows) {
         WriteFile(m_stScratch.Path("meminfo"), strText);
         get_mem_info(n[0], n[1], n[2]);
@@ -202,8 +198,7 @@ TEST_F(LinuxCommonAPI, MeasuresLoadOverASecond) {
         {"cpu  10 0 0 100 0 0 0 5\ncpu0 1\n", "cpu  20 1 2 187 0 0 0 9\n", 13},
         {"x 1\ncpu 0 0 0 0 0 0 0\n", "cpu 1 0 0 1 1 0 0\n", 67},
         {"cpu 1 1 1 1 1 1 1\n", "cpu 1 1 1 1 1 1 1\n", 0},
-        {"cpu 0 0 0 9223372036854775807", "cpu 0 0 0 -9223372036854775808 0 0 1", 50},
-    };
+        {"cpu 0 0 0 9223372036854775807", "cpu 0 0 0 -9223372036854775808 0 0 1", 50}};
     int nBusy = 7;
     get_cpu_info(nBusy);
     EXPECT_EQ(nBusy, 0);

@@ -204,8 +204,7 @@ TEST(BaseFunManager, TellsShortMemory) {
         [](auto* p, st_VARDATA& st) { return CBaseFunManager::ToChar(p, WordValue("int:5"), WordValue("txt:9"), st); },
         [](auto* p, st_VARDATA& st) { return CBaseFunManager::ToChar(p, WordValue("dt:5"), WordValue("txt:DD"), st); },
         [](auto* p, st_VARDATA& st) { return CBaseFunManager::ToDate(p, WordValue("int:5"), WordValue("txt:DD"), st); },
-        [](auto* p, st_VARDATA& st) { return CBaseFunManager::ToDate(p, WordValue("txt:5"), WordValue("int:5"), st); },
-    };
+        [](auto* p, st_VARDATA& st) { return CBaseFunManager::ToDate(p, WordValue("txt:5"), WordValue("int:5"), st); }};
     for (const CALL& lpfnCall : CALLS) {
         const CChunkFault stBytes;
         CKestroBufferPool stPool;

@@ -63,27 +63,25 @@ TEST(PlanReader, RefusesWhatIsNoPlan) {
         std::size_t m_nOffset;
         UINT m_nValue;
         const char* m_lpszFault;
-    } ROWS[] = {
-        {0, nTotal + 1, "m_nTotalDataSize isn't the length"},
-        {8, 0x00010105, "another version of plans"},
-        {44, 87, "m_nClientBsonDataSize is out of bounds"},
-        {44, nTotal + 1, "m_nClientBsonDataSize is out of bounds"},
-        {60, 88, "the statement's text isn't where it belongs, or has no end"},
-        {60, 90, "the statement's text isn't where it belongs, or has no end"},
-        {40, 0, "bytes behind the main buffer, but no sections"},
-        {40, 3, "m_nNextSectionOffset isn't behind the section"},
-        {40, 0xFFFFFFFF, "too many sections"},
-        {36, 89, "m_nSectionStartOffset isn't behind the main buffer"},
-        {nMain, 4, "a section of no known type"},
-        {nMain + 4, 15, "m_nSectionDataSize is out of bounds"},
-        {nMain + 4, nTotal, "m_nSectionDataSize is out of bounds"},
-        {nMain + 8, 0, "m_nNextSectionOffset isn't behind the section"},
-        {nMain + 12, 0x00020000, "m_sNextSectionNo names no neighbour"},
-        {nMain + 12, 0x00010000, "m_sNextSectionNo names no neighbour"},
-        {nMain + 12, 0x00000001, "m_sPreSectionNo names no neighbour"},
-        {nMain + 12, 0, "m_sPreSectionNo names no neighbour"},
-        {nMain + 12, 0x00040000, nullptr},
-    };
+    } ROWS[] = {{0, nTotal + 1, "m_nTotalDataSize isn't the length"},
+                {8, 0x00010105, "another version of plans"},
+                {44, 87, "m_nClientBsonDataSize is out of bounds"},
+                {44, nTotal + 1, "m_nClientBsonDataSize is out of bounds"},
+                {60, 88, "the statement's text isn't where it belongs, or has no end"},
+                {60, 90, "the statement's text isn't where it belongs, or has no end"},
+                {40, 0, "bytes behind the main buffer, but no sections"},
+                {40, 3, "m_nNextSectionOffset isn't behind the section"},
+                {40, 0xFFFFFFFF, "too many sections"},
+                {36, 89, "m_nSectionStartOffset isn't behind the main buffer"},
+                {nMain, 4, "a section of no known type"},
+                {nMain + 4, 15, "m_nSectionDataSize is out of bounds"},
+                {nMain + 4, nTotal, "m_nSectionDataSize is out of bounds"},
+                {nMain + 8, 0, "m_nNextSectionOffset isn't behind the section"},
+                {nMain + 12, 0x00020000, "m_sNextSectionNo names no neighbour"},
+                {nMain + 12, 0x00010000, "m_sNextSectionNo names no neighbour"},
+                {nMain + 12, 0x00000001, "m_sPreSectionNo names no neighbour"},
+                {nMain + 12, 0, "m_sPreSectionNo names no neighbour"},
+                {nMain + 12, 0x00040000, nullptr}};
     for (const auto& stRow : ROWS) {
         const OPENEDPLAN stOpened(Patched(strPlan, stRow.m_nOffset, stRow.m_nValue));
         EXPECT_EQ(stOpened.m_nCode, stRow.m_lpszFault ? ERR_PARAMETER : ERR_OK);

@@ -111,8 +111,7 @@ TEST(ParseConditionTest, FaultsTellTheirWord) {
           "a in (1)^(+) and b = c", "(a = 1)^(+) and b = c", "a = ANY (^1)", "^prior a = b",
           "a ^exists (select b from s)"}},
         {"567:", {"a in (^select b from s for update)", "a = (^select b from s for update)"}},
-        {"610:", {"a = b ^= c"}},
-    };
+        {"610:", {"a = b ^= c"}}};
     for (const auto& [strCode, vecText] : ROWS)
         for (std::string strText : vecText) {
             const std::string strMarked = strCode + strText;
@@ -160,13 +159,6 @@ TEST(ParseConditionTest, ConstantConditionsAreDecidedHere) {
                 "5 % 2 = 1 => (= (% 5 2):4 1:4)", "1 = 1 and ? = 1 => (and (= 1:4 1:4) (= ?:4 1:4))",
                 "abs(1) = 1 => (= (f61 {1}):5 1:4)"},
                Where);
-}
-
-std::string Repeat(const char* lpszText, int nTimes) {
-    std::string strText;
-    for (int i = 0; i < nTimes; ++i)
-        strText += lpszText;
-    return strText;
 }
 
 // A tenth of a second; two seconds under sanitizers, so that what recurses would come to the end of the stack.

@@ -3,16 +3,15 @@
 #include <sstream>
 
 #include "Fields.h"
-#include "ParseSql.h"
 #include "PlanLine.h"
 #include "QueryText.h"
 
 namespace {
 
 /** Prints the plan of a statement that changes rows as compact text. */
-class CDataPrinter {
+class CDataPrinter : CPlanText {
 public:
-    explicit CDataPrinter(const CPlanReader& stPlan) : m_stPlan(stPlan) {}
+    using CPlanText::CPlanText;
     std::string Print() {
         Statement();
         return m_stText.str();
@@ -30,14 +29,6 @@ private:
         Rows(stUpdate.m_stExecuteObject, stUpdate.m_nQueryPlanOffset);
         Fields(stUpdate.m_nExecuteFieldOffset, stUpdate.m_nExecuteFieldNum);
     }
-    template <typename T>
-    const T& At(UINT nOffset) const {
-        static constexpr T NONE = {};
-        const T* const lpRecord = m_stPlan.Record<T>(nOffset);
-        EXPECT_NE(lpRecord, nullptr);
-        return lpRecord ? *lpRecord : NONE;
-    }
-
     void Insert(const INSERTEXECUTEPLANBSON& stInsert) {
         const EXECUTERECORDINFO& stRows = stInsert.m_stExecuteObject.m_stExecuteRecord;
         const auto& stObject = At<OBJECTBSON>(stInsert.m_stExecuteObject.m_nObjectOffset);
@@ -79,26 +70,11 @@ private:
         }
     }
 
-    const CPlanReader& m_stPlan;
     std::ostringstream m_stText;
 };
 
-/** The plan, or the code and the word of the error. */
 std::string Compiled(const std::string& strSql) {
-    CParseSql stParse;
-    EXECUTEPLANBSON* lpPlan = nullptr;
-    const int nCode = stParse.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, 0, 0, 0);
-    if (nCode != ERR_OK) return std::to_string(nCode) + " at " + std::to_string(stParse.GetErrorPos());
-    CPlanReader stPlan;
-    EXPECT_EQ(stPlan.Open(lpPlan, lpPlan->m_nTotalDataSize), ERR_OK) << stPlan.Fault();
-    return CDataPrinter(stPlan).Print();
-}
-
-/** A text and behind it another one many times. */
-std::string Long(std::string strText, const char* lpszRepeated, int nTimes) {
-    while (nTimes-- > 0)
-        strText += lpszRepeated;
-    return strText;
+    return CompiledAs(strSql, [](const CPlanReader& stPlan) { return CDataPrinter(stPlan).Print(); });
 }
 
 TEST(ParseData, CompilesInsert) {
@@ -114,7 +90,7 @@ TEST(ParseData, CompilesInsert) {
                 "insert into t values () => 506 at 4", "insert into t values (1 => 506 at 5",
                 "insert into t values (1) x => 506 at 6", "insert into t values (1), => 506 at 7"},
                Compiled);
-    EXPECT_EQ(Compiled(Long("insert into t values (1", ",1", 255) + ")"), "506 at 3");
+    EXPECT_EQ(Compiled(Repeat(",1", 255, "insert into t values (1", ")")), "506 at 3");
 }
 
 TEST(ParseData, CompilesInsertOfAQuery) {
@@ -176,7 +152,7 @@ TEST(ParseData, PrintsTheRowsOfInsert) {
 }
 
 TEST(ParseData, CompilesALongInsertAsInALargeBuffer) {
-    const std::string strSql = Long("insert into t values (1,'abc',?)", ",(1,'abc',?)", 99'999);
+    const std::string strSql = Repeat(",(1,'abc',?)", 99'999, "insert into t values (1,'abc',?)");
     const int nLen = static_cast<int>(strSql.size());
     CParseSql stGrowing, stLarge;
     EXECUTEPLANBSON *lpPlan = nullptr, *lpLarge = nullptr;

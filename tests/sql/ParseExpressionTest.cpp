@@ -58,14 +58,6 @@ std::string Parsed(const std::string& strExpression) {
     return CExpressionParse(strExpression).Text();
 }
 
-/** A text many times over, and two texts around it. */
-std::string Repeat(std::string_view szText, int nTimes, std::string_view szFront = "", std::string_view szBehind = "") {
-    std::string strAll(szFront);
-    for (int i = 0; i < nTimes; ++i)
-        strAll.append(szText);
-    return strAll.append(szBehind);
-}
-
 TEST(ParseExpression, TreesOfOperatorsAndOperands) {
     ExpectRows({" => none", "1 => 1", "a => A", "* => *", "- 1 + 2 => (+ (neg 1) 2)", "a - b - c => (- (- A B) C)",
                 "a + b * c % d div e => (+ A (div (% (* B C) D) E))", "a + (b) => (+ A B)",

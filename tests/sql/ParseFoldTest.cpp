@@ -170,8 +170,7 @@ TEST(ParseFoldTest, Values) {
         {"1 + 2 * 3", "7"},   {"-(2 - 5) * 0.5", "1.5"},
         {"null + 1", "null"}, {"'it''s' || 'a'", "'it'sa'"},
         {"- 7 div 2", "-3"},  {"99999999999999999999 * 10", "1e+21"},
-        {"1 / 0", "null"},    {"pi() - pi()", "0"},
-    };
+        {"1 / 0", "null"},    {"pi() - pi()", "0"}};
     for (const auto& [lpszExpression, lpszValue] : ROWS) {
         const auto [strSum, strIn, strField] = Folded(lpszExpression);
         EXPECT_EQ(strSum, lpszValue) << lpszExpression;

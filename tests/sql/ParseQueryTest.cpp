@@ -5,36 +5,14 @@
 
 #include "Fields.h"
 #include "KestroDate.h"
-#include "ParseSql.h"
+#include "PlanLine.h"
 #include "QueryText.h"
 
 namespace {
 
-std::string Print(const EXECUTEPLANBSON* lpPlan) {
-    CPlanReader stPlan;
-    if (stPlan.Open(lpPlan, lpPlan->m_nTotalDataSize) != ERR_OK) return stPlan.Fault();
-    return CQueryText(stPlan).Query(lpPlan->m_nCommandOffset);
-}
-
-int Parse(CParseSql& stParse, const std::string& strSql, EXECUTEPLANBSON*& lpPlan, int nPageStart = 0,
-          int nPageSize = 0) {
-    return stParse.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, nPageStart, nPageSize, 0);
-}
-
-/** A statement's query, or the code of its error and the number of the word. */
 std::string Compiled(const std::string& strSql, int nPageStart = 0, int nPageSize = 0) {
-    CParseSql stParse;
-    EXECUTEPLANBSON* lpPlan = nullptr;
-    const int nCode = Parse(stParse, strSql, lpPlan, nPageStart, nPageSize);
-    if (nCode != ERR_OK) return std::to_string(nCode).append(" at ").append(std::to_string(stParse.GetErrorPos()));
-    return Print(lpPlan);
-}
-
-std::string Repeat(int nTimes, const std::string& strText) {
-    std::string strAll;
-    for (int i = 0; i < nTimes; ++i)
-        strAll += strText;
-    return strAll;
+    const auto Print = [](const CPlanReader& st) { return CQueryText(st).Query(st.Head().m_nCommandOffset); };
+    return CompiledAs(strSql, Print, nPageStart, nPageSize);
 }
 
 struct ROW {
@@ -168,7 +146,7 @@ TEST(ParseQueryTest, HeadOfThePlan) {
     for (const auto& stRow : ROWS) {
         CParseSql stParse;
         EXECUTEPLANBSON* lpPlan = nullptr;
-        ASSERT_EQ(Parse(stParse, stRow.m_lpszSql, lpPlan), ERR_OK) << stRow.m_lpszSql;
+        ASSERT_EQ(ParseSql(stParse, stRow.m_lpszSql, lpPlan), ERR_OK) << stRow.m_lpszSql;
         EXPECT_EQ(lpPlan->m_bExecuteParam, stRow.m_bExecuteParam) << stRow.m_lpszSql;
         EXPECT_EQ(lpPlan->m_bWriteLog, stRow.m_bExecuteParam != FOR_UPDATE_NONE) << stRow.m_lpszSql;
         EXPECT_EQ(lpPlan->m_nTimestamp, stRow.m_llTimestamp) << stRow.m_lpszSql;
@@ -204,34 +182,34 @@ TEST(ParseQueryTest, HostileStatementsEnd) {
         return strText;
     };
     const auto Nested = [](int nDepth) {
-        return "select a from " + Repeat(nDepth, "(select a from ") + "t" + Repeat(nDepth, ")");
+        return "select a from " + Repeat("(select a from ", nDepth) + "t" + Repeat(")", nDepth);
     };
     constexpr int MANY = 30000;
     const std::pair<std::string, std::string> ROWS[] = {
-        {"select a" + Repeat(65535, ",b") + ",c from t group by b order by z, c", "1524 at 131082"},
-        {"select a from t group by z" + Repeat(255, ",c"), "1524 at 515"},
-        {"select a from t" + Repeat(MANY, " union select a from t"), "1541 at 1274"},
+        {"select a" + Repeat(",b", 65535) + ",c from t group by b order by z, c", "1524 at 131082"},
+        {"select a from t group by z" + Repeat(",c", 255), "1524 at 515"},
+        {"select a from t" + Repeat(" union select a from t", MANY), "1541 at 1274"},
         {Numbered(",t", 255), "1516 at 512"},
         {Numbered(" join t", 64), "505 at 2"},
         {"select 1 from u join v" + Numbered(",t", 63).substr(15), "1516 at 2"},
         {Nested(31), "1541 at 123"},
         {Nested(MANY), "1541 at 123"},
-        {"select a from t where a in " + Repeat(MANY, "(select a from t where a in "), "505 at 240006"},
-        {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY - 1, ")") + " union select 1 from t)",
+        {"select a from t where a in " + Repeat("(select a from t where a in ", MANY), "505 at 240006"},
+        {Repeat("(", MANY) + "select 1 from t" + Repeat(")", MANY - 1) + " union select 1 from t)",
          "q1.1 1=1:4 from 1:T then q2.1 1=1:4 from 2:T"},
-        {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY, " union select 1 from t)") + " union select 1 from t",
+        {Repeat("(", MANY) + "select 1 from t" + Repeat(" union select 1 from t)", MANY) + " union select 1 from t",
          "1541 at 99"},
-        {"select 1 from " + Repeat(MANY, "(") + "t" + Repeat(MANY, ")"), "q1.1 1=1:4 from 1:T"},
-        {"select " + Repeat(MANY, ",") + " from t", "515 at 0"}};
+        {"select 1 from " + Repeat("(", MANY) + "t" + Repeat(")", MANY), "q1.1 1=1:4 from 1:T"},
+        {"select " + Repeat(",", MANY) + " from t", "515 at 0"}};
     for (const auto& [strSql, strExpected] : ROWS)
         EXPECT_EQ(Compiled(strSql), strExpected) << strSql.substr(0, 60);
     EXPECT_EQ(Compiled(Nested(30)).substr(0, 22), "q1.1 a=A:1 from 31:[q2");
     EXPECT_EQ(std::ranges::count(Compiled(Numbered(",t", 254)), ':'), 256);
     CParseSql stParse;
     EXECUTEPLANBSON* lpPlan = nullptr;
-    EXPECT_EQ(
-        Parse(stParse, "select 1 from t start with a=1 connect by prior a=b and d=1" + Repeat(MANY, " or c=1"), lpPlan),
-        ERR_OK);
+    EXPECT_EQ(ParseSql(stParse, "select 1 from t start with a=1 connect by prior a=b and d=1" + Repeat(" or c=1", MANY),
+                       lpPlan),
+              ERR_OK);
 }
 
 } // namespace

@@ -47,8 +47,7 @@ constexpr const char* GRAMMAR[] = {
     "call abs($link);nvl($link, $link);cast($link as decimal);round($link);to_char($name, 'YYYY');log10($link);"
     "greatest($leaf, $link, $name);pi()",
     "leaf $name;x@.$name;1;2.50;'it''s';?;null;sysdate;interval 2 day;seq.nextval",
-    "name c#;\"c#\";`c#`",
-};
+    "name c#;\"c#\";`c#`"};
 
 class CStatementMaker {
 public:

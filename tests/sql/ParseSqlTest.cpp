@@ -97,15 +97,9 @@ TEST(ParseSql, CompilesWhatStandsInAHint) {
     EXPECT_EQ(Compiled("(/*! use */ shop)"), "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"shop\"}");
 }
 
-/** A text and behind it another one many times. */
-std::string Long(std::string strSql, const char* lpszRepeated, std::size_t nTimes) {
-    while (nTimes-- > 0)
-        strSql += lpszRepeated;
-    return strSql;
-}
 /** A statement of many words that compiles. */
 std::string LongStatement(std::size_t nBytes) {
-    return Long("alter system add ", "datafile '0123456789' ", nBytes / 22);
+    return Repeat("datafile '0123456789' ", static_cast<int>(nBytes / 22), "alter system add ");
 }
 
 /** The plan's bytes as compiled into a block of the caller's, of `nCapacity` bytes and full of another statement. */
@@ -141,9 +135,9 @@ TEST(ParseSql, FailsWithoutMemoryAndWorksAfterwards) {
     const std::string CONDITION =
         "select 1 from t where abs((((((((a + interval '1' day)))))))) = nvl(b, cast(c as char)) ";
     for (const std::string& strSql :
-         {LongStatement(200'000), std::string(RICH), Long(CONDITION, "and (a + 1 = b or not c in (1, 2)) ", 400),
-          Long("select 1 from t where a", " + (abs(a)", 500) + std::string(500, ')') + " > 1",
-          Long("insert into t values (1,'abc')", ",(1,'abc')", 20'000)}) {
+         {LongStatement(200'000), std::string(RICH), Repeat("and (a + 1 = b or not c in (1, 2)) ", 400, CONDITION),
+          Repeat(" + (abs(a)", 500, "select 1 from t where a") + Repeat(")", 500, "", " > 1"),
+          Repeat(",(1,'abc')", 20'000, "insert into t values (1,'abc')")}) {
         const std::string strExpected = CompiledInto(strSql, 20'000'000);
         ASSERT_NE(strExpected, "") << strSql.substr(0, 200);
         int nFailed = 0;
