@@ -180,11 +180,12 @@ TEST(KestroDecimal, RoundsForPeople) {
           [](const FIELDS& arField) {
               st_VARDATA stValue = Parse(arField[0]), stFloor = stValue, stCeil;
               char szHex[DECIMAL_TEXT_SIZE];
-              EXPECT_EQ(CKestroDecimal::PrintDecimalHex(&stValue, szHex), static_cast<int>(std::strlen(szHex)));
+              const int nHex = CKestroDecimal::PrintDecimalHex(&stValue, szHex);
               EXPECT_EQ(CKestroDecimal::Floor(&stFloor, &stFloor), 0);
               EXPECT_EQ(CKestroDecimal::Ceil(&stValue, &stCeil), 0);
               CKestroDecimal::Clean(&stValue);
-              return Show(stFloor) + "|" + Show(stCeil) + "|" + Show(stValue) + "|" + szHex;
+              return Show(stFloor) + "|" + Show(stCeil) + "|" + Show(stValue) + "|" +
+                     std::string(szHex, static_cast<std::size_t>(nHex));
           });
 }
 

@@ -53,22 +53,9 @@ void Check(const char* szTable) {
 }
 
 /** One value of each kind that an operand may be. */
-const char* const SAMPLES[] = {"int:2",
-                               "big:3",
-                               "dbl:1.5",
-                               "dt:45322.5",
-                               "dec:2.5",
-                               "date:2024-01-31",
-                               "time:0d_06:00:00",
-                               "hex:0x10",
-                               "txt:2024-02-01",
-                               "txt:10:00:00",
-                               "txt:2024-02-01_06:00:00",
-                               "txt:12",
-                               "txt:1.25",
-                               "txt:0x1F",
-                               "bytes:A",
-                               "blob:bytes"};
+const std::vector<std::string> SAMPLES = RowsOf(
+    "int:2 big:3 dbl:1.5 dt:45322.5 dec:2.5 date:2024-01-31 time:0d_06:00:00 hex:0x10 txt:2024-02-01 "
+    "txt:10:00:00 txt:2024-02-01_06:00:00 txt:12 txt:1.25 txt:0x1F bytes:A blob:bytes")[0];
 
 /** The letter of a printed value's type. */
 char TypeLetter(const std::string& strValue) {
@@ -304,7 +291,7 @@ TEST(VarDataOperator, TextIsNeverReadBeyondItsLength) {
                 st_VARDATA st;
                 st.SetData(stText.Data(), std::min(nLen, stText.Size()), static_cast<BYTE>(nType >> 8));
                 st.m_vt = static_cast<BYTE>(nType);
-                for (const char* szOther : SAMPLES) {
+                for (const std::string& szOther : SAMPLES) {
                     const WordValue stOther(szOther);
                     for (const char* szOperator : NEW_VALUES)
                         (void)(Calculate(st, szOperator, stOther) + Calculate(stOther, szOperator, st));

@@ -3,15 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cmath>
 #include <memory>
 #include <string>
 
-#include "CommonDataDef.h"
 #include "KestroBufferPool.h"
 #include "KestroDecimal.h"
 #include "KestroErrorCode.h"
-#include "VarData.h"
+#include "ValueRows.h"
 
 namespace {
 
@@ -167,25 +165,14 @@ TEST(VarData, VariablesKeepTheirBlockAndGrow) {
 }
 
 TEST(VarData, TruthIsThreeValued) {
-    st_VARDATA st;
-    EXPECT_EQ(0, st.IsTrue());
-    st.SetData("", 1, 0);
-    EXPECT_EQ(1, st.IsTrue());
-    for (auto [dblValue, nTrue] : {std::pair{1e-9, 0}, {-1e-7, 1}, {static_cast<double>(NAN), 0}}) {
-        st.SetData(dblValue, VT_DOUBLE);
-        EXPECT_EQ(nTrue, st.IsTrue()) << dblValue;
-    }
-    Decimal(st, "0.00");
-    EXPECT_EQ(0, st.IsTrue());
-    st.m_bValid = 200;
-    EXPECT_EQ(0, st.IsTrue());
-    st.SetNull();
-    EXPECT_EQ(2, st.IsTrue());
-    for (auto [bType, nTrue] : {std::pair{VT_UNKNOWN, 0}, {VT_ANY, 1}, {VT_STOP, 0}}) {
-        st.m_vt = bType;
-        EXPECT_EQ(nTrue, st.IsTrue());
-    }
-    st.m_vt = VT_EMPTY;
+    for (const auto& arRow :
+         RowsOf("empty 0; txt: 1; dbl:1e-9 0; dbl:-1e-7 1; dbl:nan 0; dec:0.00 0; null 2; unknown 0; any 1"))
+        EXPECT_EQ(std::stoi(arRow[1]), WordValue(arRow[0]).Get().IsTrue()) << arRow[0];
+    WordValue stOdd("dec:0.00");
+    stOdd->m_bValid = 200;
+    EXPECT_EQ(0, stOdd->IsTrue());
+    stOdd->m_vt = VT_STOP;
+    EXPECT_EQ(0, stOdd->IsTrue());
 }
 
 TEST(VarData, CharactersAndWildcardsStayInsideTheLength) {
@@ -212,40 +199,26 @@ TEST(VarData, CharactersAndWildcardsStayInsideTheLength) {
 }
 
 TEST(VarData, WidthsOfTypes) {
-    const struct {
-        BYTE m_bType;
-        int m_nLen, m_nFieldValue, m_nOwn, m_nBuffer, m_nField;
-    } arRows[] = {{VT_VARCHAR, 250, 251, 250, 250, 256},
-                  {VT_VARCHAR, 251, 256, 251, 251, 257},
-                  {VT_CHAR, 249, 250, 249, 0, 251},
-                  {VT_BLOB, 9, 0, 9, 9, 11},
-                  {VT_JSON, 9, 10, 9, 9, 10},
-                  {VT_SMALLINT, 0, 1, 0, 0, 3},
-                  {VT_INT, 0, 4, 4, 4, 5},
-                  {VT_ENUM, 0, 0, 0, 0, 3},
-                  {VT_CLOB, INT_MAX - 9, INT_MAX - 4, INT_MAX - 9, 0, INT_MAX - 3}};
-    for (const auto& stRow : arRows) {
+    // Type and length; the width as a field's value, of the value itself, and of its buffer.
+    const int arRows[][5] = {{VT_VARCHAR, 250, 251, 250, 250},
+                             {VT_VARCHAR, 251, 256, 251, 251},
+                             {VT_CHAR, 249, 250, 249, 0},
+                             {VT_BLOB, 9, 0, 9, 9},
+                             {VT_JSON, 9, 10, 9, 9},
+                             {VT_SMALLINT, 0, 1, 0, 0},
+                             {VT_INT, 0, 4, 4, 4},
+                             {VT_ENUM, 0, 0, 0, 0},
+                             {VT_CLOB, INT_MAX - 9, INT_MAX - 4, INT_MAX - 9, 0}};
+    for (const auto& r : arRows) {
         st_VARDATA st;
-        st.m_vt = stRow.m_bType;
-        st.m_nStrLen = stRow.m_nLen;
-        int nField = 0;
-        EXPECT_EQ(stRow.m_nFieldValue, st.GetDataLen(stRow.m_bType)) << int{stRow.m_bType};
-        EXPECT_EQ(stRow.m_nOwn, st.GetDataLen());
-        EXPECT_EQ(stRow.m_nBuffer, st.GetDataBufferLen(0));
-        EXPECT_EQ(ERR_OK, GetFieldBufferLen(stRow.m_bType, 0, stRow.m_nLen, nField));
-        EXPECT_EQ(stRow.m_nField, nField);
+        st.m_vt = static_cast<BYTE>(r[0]);
+        st.m_nStrLen = r[1];
+        EXPECT_EQ(r[2], st.GetDataLen(st.m_vt)) << r[0];
+        EXPECT_EQ(r[3], st.GetDataLen()) << r[0];
+        EXPECT_EQ(r[4], st.GetDataBufferLen(0)) << r[0];
         st.m_vt = VT_EMPTY;
-        EXPECT_EQ(0, st.GetDataLen(stRow.m_bType));
+        EXPECT_EQ(0, st.GetDataLen(static_cast<BYTE>(r[0])));
     }
-    for (auto [bPrecision, nExpected] :
-         {std::pair{255, 19}, {2, 4}, {4, 5}, {7, 6}, {9, 7}, {10, 11}, {36, 19}, {99, 19}}) {
-        int nField;
-        ASSERT_EQ(ERR_OK, GetFieldBufferLen(VT_DECIMAL, static_cast<BYTE>(bPrecision), 0, nField));
-        EXPECT_EQ(nExpected, nField) << bPrecision;
-    }
-    int nField;
-    for (int nType : {VT_EMPTY, VT_RAW64, VT_MARK, VT_SET, VT_HEXSTR, VT_JSON2, VT_STOP})
-        EXPECT_EQ(ERR_DATA_TYPE, GetFieldBufferLen(static_cast<BYTE>(nType), 0, 0, nField)) << nType;
 }
 
 TEST(VarData, EqualValuesHashAlike) {
