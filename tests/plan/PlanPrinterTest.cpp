@@ -1,5 +1,6 @@
 #include "PlanPrinter.h"
 
+#include "PlanLine.h"
 #include "PlanMaker.h"
 
 namespace {
@@ -14,33 +15,15 @@ std::string Print(const std::string& strBytes, const PLANPRINT& stPrint = {PLANF
 }
 
 TEST(PlanPrinter, PrintsAQuery) {
-    EXPECT_EQ(Print(QueryPlan()), R"(  m_nCommandOffset QUERYEXECUTEPLANBSON
-    m_nObjectOffset OBJECTBSON
-      m_nObjectNameOffset "t"
-    m_nObjectOffset OBJECTBSON
-      m_nObjectNameOffset "表"
-    m_nExecuteFieldOffset EXECUTEFIELDBSON
-      m_nExpOffset st_MATHEXPBSON
-        m_bExpressionType2 3
-        m_nExpOffset1 MATHEXPELEMENTBSON
-          m_bDataSource 1
-          m_nDataLen 2
-          m_bDataBuffer "a"
-    m_nExecuteFieldOffset EXECUTEFIELDBSON
-      m_nExpOffset st_MATHEXPBSON
-        m_bExpressionType1 2
-        m_bExpressionType2 3
-        m_nExpOffset1 FUNCTIONPARAMLIST
-          m_bNum 1
-          m_nExpOffset FUNCTIONPARAM
-            m_bExpressionType 1
-            m_nExpOffset st_MATHEXPBSON
-              m_bExpressionType2 3
-              m_nExpOffset1 MATHEXPELEMENTBSON
-                m_bDataType 240
-                m_nDataLen 3
-                m_bDataBuffer -1.5
-)");
+    const OPENEDPLAN stOpened(QueryPlan());
+    EXPECT_EQ(PlanLine(stOpened.m_stPlan),
+              "nType=1 nSectionStartOffset=451 nCommandOffset=QUERYEXECUTEPLANBSON{nObjectOffset=OBJECTBSON{"
+              "nObjectNameOffset=\"t\"} nObjectOffset=OBJECTBSON{nObjectNameOffset=\"表\"} "
+              "nExecuteFieldOffset=EXECUTEFIELDBSON{nExpOffset=st_MATHEXPBSON{bExpressionType2=3 nExpOffset1="
+              "MATHEXPELEMENTBSON{bDataSource=1 nDataLen=2 bDataBuffer=\"a\"}}} nExecuteFieldOffset=EXECUTEFIELDBSON{"
+              "nExpOffset=st_MATHEXPBSON{bExpressionType1=2 bExpressionType2=3 nExpOffset1=FUNCTIONPARAMLIST{bNum=1 "
+              "nExpOffset=FUNCTIONPARAM{bExpressionType=1 nExpOffset=st_MATHEXPBSON{bExpressionType2=3 nExpOffset1="
+              "MATHEXPELEMENTBSON{bDataType=240 nDataLen=3 bDataBuffer=-1.5}}}}}}}");
 }
 
 TEST(PlanPrinter, PrintsSectionsAndFormats) {

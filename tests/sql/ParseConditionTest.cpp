@@ -12,9 +12,8 @@ namespace {
 
 /** A condition behind its clause's words, compiled by itself. */
 struct COMPILED {
-    explicit COMPILED(std::string_view szCondition, std::string_view szClause = "WHERE ", std::size_t nSize = 0)
-        : m_stBlock(nSize),
-          m_strText(std::string(szClause) + std::string(szCondition)),
+    explicit COMPILED(std::string_view szCondition, std::string_view szClause = "WHERE ")
+        : m_strText(std::string(szClause) + std::string(szCondition)),
           m_nClause(szClause.size()),
           m_nCode(Compile(szClause)) {}
 
@@ -33,7 +32,6 @@ struct COMPILED {
         return CConditionText(stPlan).Root(nRoot);
     }
 
-    std::vector<BYTE> m_stBlock; // for the plan, if that has a size
     CParseSql m_stSql;
     CParseConditionManager m_stCondition;
     EXECUTEPLANBSON* m_lpPlan = nullptr;
@@ -46,10 +44,8 @@ private:
     int Compile(std::string_view szClause) {
         CBaseBson& stBson = m_stSql.GetParseBson();
         UINT nOffset = 0;
-        if (m_stBlock.empty())
-            if (const int nCode = stBson.AllocBsonBuffer(nullptr, 65'536 + 64 * static_cast<UINT>(m_strText.size())))
-                return nCode;
-        if (!m_stBlock.empty()) stBson.SetBuffer(m_stBlock.data(), static_cast<int>(m_stBlock.size()), 0);
+        const UINT nSize = 65'536 + 64 * static_cast<UINT>(m_strText.size());
+        if (const int nCode = stBson.AllocBsonBuffer(nullptr, nSize)) return nCode;
         if (const int nCode = stBson.AllocFromBsonBuffer(m_lpPlan, nOffset)) return nCode;
         m_lpPlan->m_bVersion = PLAN_VERSION;
         m_lpPlan->m_nType = PLAN_SELECT;
