@@ -144,27 +144,4 @@ TEST(ParseData, CompilesDelete) {
                Compiled);
 }
 
-TEST(ParseData, PrintsTheRowsOfInsert) {
-    EXPECT_NE(::Compiled("insert into t values (1)")
-                  .find("nRecordNum=1 nRecordAddrID=RECORDHEAD{bOperationType=2 bFieldNum=1 nRsFieldOffset=RSFIELDBSON{"
-                        "bTempNo=1 bFlag=4 nFieldDataOffset=st_MATHEXPBSON{"),
-              std::string::npos);
-}
-
-TEST(ParseData, CompilesALongInsertAsInALargeBuffer) {
-    const std::string strSql = Repeat(",(1,'abc',?)", 99'999, "insert into t values (1,'abc',?)");
-    const int nLen = static_cast<int>(strSql.size());
-    CParseSql stGrowing, stLarge;
-    EXECUTEPLANBSON *lpPlan = nullptr, *lpLarge = nullptr;
-    ASSERT_EQ(stGrowing.ParseSql(strSql.data(), nLen, lpPlan, 0, 0, 0), ERR_OK);
-    const auto lpBlock = std::make_unique<BYTE[]>(50'000'000);
-    lpLarge = reinterpret_cast<EXECUTEPLANBSON*>(lpBlock.get());
-    lpLarge->m_nClientBsonDataSize = 50'000'000;
-    ASSERT_EQ(stLarge.ParseSql(strSql.data(), nLen, lpLarge, 0, 0, 0), ERR_OK);
-    EXPECT_EQ(lpPlan->m_nInsertRecordNum, 100'000u);
-    EXPECT_EQ(stGrowing.GetParameterNum(), 100'000);
-    ASSERT_EQ(lpPlan->m_nTotalDataSize, lpLarge->m_nTotalDataSize);
-    EXPECT_EQ(std::memcmp(lpPlan, lpLarge, lpPlan->m_nTotalDataSize), 0);
-}
-
 } // namespace
