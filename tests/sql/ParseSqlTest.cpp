@@ -166,13 +166,24 @@ TEST(ParseSql, FailsWithoutMemoryAndWorksAfterwards) {
 /** A compiler whose queries and parameters are made by hand. */
 class CHandParseSql : public CParseSql {
 public:
-    /** "no" of an object named with an alias or without one, or the error's code as a negative number. */
-    int Name(const char* lpszDatabase, const char* lpszName, const char* lpszTitle = nullptr,
-             BYTE bType = OBJECT_TABLE) {
+    /**
+     * Plays "name database object [alias [type]]", "find database object type", "enter" and "leave", where "." stands
+     * for an empty text; answers the object's number, or a code.
+     */
+    std::string Play(const std::string& strRow) {
+        auto arWord = RowsOf(strRow + " . . . 0")[0];
+        std::replace(arWord.begin(), arWord.end(), std::string("."), std::string());
+        const BYTE bType = static_cast<BYTE>(std::atoi(arWord[4].c_str()));
+        const char *lpszDatabase = arWord[1].c_str(), *lpszName = arWord[2].c_str(), *lpszTitle = arWord[3].c_str();
+        if (arWord[0] == "leave") LeaveQuery();
+        if (arWord[0] == "leave") return "0";
+        if (arWord[0] == "enter") return std::to_string(EnterQuery());
+        if (arWord[0] == "find")
+            return std::to_string(FindObject(lpszDatabase, lpszName, static_cast<BYTE>(std::atoi(lpszTitle))));
         BYTE bNo = 0;
-        const int nCode = lpszTitle ? SetObjectTitle(lpszDatabase, lpszName, bType, lpszTitle, bNo)
-                                    : SetObjectName(lpszDatabase, lpszName, bType, bNo);
-        return nCode == ERR_OK ? bNo : -nCode;
+        const int nCode = *lpszTitle ? SetObjectTitle(lpszDatabase, lpszName, OBJECT_TABLE, lpszTitle, bNo)
+                                     : SetObjectName(lpszDatabase, lpszName, std::max(bType, BYTE{OBJECT_TABLE}), bNo);
+        return nCode == ERR_OK ? std::to_string(bNo) : "!" + std::to_string(nCode);
     }
     /** A plan with `nNum` parameters. */
     void MakeParameters(int nNum) {
@@ -203,33 +214,21 @@ public:
 
 TEST(ParseSqlObject, NumbersObjectsAndFindsThemOutward) {
     CHandParseSql stSql;
-    ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
-    EXPECT_EQ(stSql.Name("", "T"), 1);
-    EXPECT_EQ(stSql.Name("d", "t"), 2);
-    EXPECT_EQ(stSql.Name("D", "t"), 2);
-    EXPECT_EQ(stSql.Name("", "t", nullptr, OBJECT_NODE), 3);
-    EXPECT_EQ(stSql.Name("", "u"), 4);
-    EXPECT_EQ(stSql.Name("", "U", "x"), 4) << "an object without an alias takes it";
-    EXPECT_EQ(stSql.Name("", "u", "y"), 5) << "the same object once more";
-    EXPECT_EQ(stSql.Name("", "v", "X"), -ERR_DUPLICATE_ALIAS);
-    EXPECT_EQ(stSql.Name("", "u", "y"), -ERR_DUPLICATE_ALIAS);
-    ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
-    EXPECT_EQ(stSql.Name("", "w", "x"), 6) << "another query's alias";
-    EXPECT_EQ(stSql.FindObject("", "X", 0), 6) << "the inner one hides the outer one";
-    EXPECT_EQ(stSql.FindObject("", "t", 0), 1);
-    EXPECT_EQ(stSql.FindObject("d", "T", 0), 2);
-    EXPECT_EQ(stSql.FindObject(nullptr, "t", OBJECT_NODE), 3);
-    EXPECT_EQ(stSql.FindObject("", "u", 0), 0) << "the alias hides the name";
-    EXPECT_EQ(stSql.FindObject("", "", 0), 0);
-    stSql.LeaveQuery();
-    EXPECT_EQ(stSql.FindObject("", "x", 0), 4);
-    ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
-    EXPECT_EQ(stSql.FindObject("", "x", 0), 4) << "a sibling is no outer query";
+    const auto Play = [&](const std::string& strRow) { return stSql.Play(strRow); };
+    ExpectRows({"enter => 0", "name . T => 1", "name d t => 2", "name D t => 2", "name . t . 2 => 3", "name . u => 4",
+                // An object without an alias takes it; then it's the same object once more.
+                "name . U x => 4", "name . u y => 5", "name . v X => !538", "name . u y => !538", "enter => 0",
+                // Another query's alias hides the outer one's, an alias hides the name.
+                "name . w x => 6", "find . X => 6", "find . t => 1", "find d T => 2", "find . t 2 => 3",
+                "find . u => 0", "find . . => 0", "leave => 0", "find . x => 4",
+                // A sibling is no outer query.
+                "enter => 0", "find . x => 4"},
+               Play);
     EXPECT_TRUE(stSql.FindDataBaseName("D") && stSql.FindObjectName("W") && stSql.FindObjectName("y"));
     EXPECT_FALSE(stSql.FindDataBaseName("") || stSql.FindDataBaseName("t") || stSql.FindObjectName("d"));
     for (int i = 7; i <= 255; ++i)
-        ASSERT_EQ(stSql.Name("", std::to_string(i).c_str()), i);
-    EXPECT_EQ(stSql.Name("", "one more"), -ERR_OBJECT_NUMBER);
+        ASSERT_EQ(Play("name . " + std::to_string(i)), std::to_string(i));
+    EXPECT_EQ(Play("name . more"), "!1516");
     const std::string strLong(500, 'n');
     EXPECT_EQ(stSql.FindObject(strLong.c_str(), strLong.c_str(), 0), 0);
 }

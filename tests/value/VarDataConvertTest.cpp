@@ -10,16 +10,11 @@
 #include <vector>
 
 #include "ChunkFault.h"
-#include "KestroBufferPool.h"
 #include "KestroErrorCode.h"
 #include "ValueText.h"
 #include "VarDataWide.h"
 
 namespace {
-
-struct Pool : CKestroBufferPool {
-    Pool() { SetPoolPageSize(4096); }
-};
 
 /** Flavours, and what may be added to them. */
 constexpr int VALUE = 0, FIELD = 1, NUMBER = 2, SAFE = 3, FORCED = 4, COLUMN = 5, FLAVOURS = 6, ROUND = 16;

@@ -11,16 +11,11 @@
 #include "ChunkFault.h"
 #include "ExactBytes.h"
 #include "IntegerCut.h"
-#include "KestroBufferPool.h"
 #include "ValueRows.h"
 
 namespace {
 
 using VALUE = const st_VARDATA&;
-
-struct Pool : CKestroBufferPool {
-    Pool() { SetPoolPageSize(4096); }
-};
 
 const char* const NEW_VALUES[] = {"+", "-", "*", "/", "%", "&", "|", "^", "<<", ">>", "pow"};
 

@@ -27,10 +27,6 @@ void Decimal(st_VARDATA& stValue, const char* lpszText) {
     ASSERT_EQ(ERR_OK, CKestroDecimal::Convert2Decimal(lpszText, &stValue));
 }
 
-struct Pool : CKestroBufferPool {
-    Pool() { SetPoolPageSize(4096); }
-};
-
 TEST(VarData, ByteSevenIsAnOwnerFlagOfTextsOnly) {
     st_VARDATA stValue;
     Decimal(stValue, "12.5");
@@ -199,26 +195,26 @@ TEST(VarData, CharactersAndWildcardsStayInsideTheLength) {
 }
 
 TEST(VarData, WidthsOfTypes) {
-    // Type and length; the width as a field's value, of the value itself, and of its buffer.
-    const int arRows[][5] = {{VT_VARCHAR, 250, 251, 250, 250},
-                             {VT_VARCHAR, 251, 256, 251, 251},
-                             {VT_CHAR, 249, 250, 249, 0},
-                             {VT_BLOB, 9, 0, 9, 9},
-                             {VT_JSON, 9, 10, 9, 9},
-                             {VT_SMALLINT, 0, 1, 0, 0},
-                             {VT_INT, 0, 4, 4, 4},
-                             {VT_ENUM, 0, 0, 0, 0},
-                             {VT_CLOB, INT_MAX - 9, INT_MAX - 4, INT_MAX - 9, 0}};
-    for (const auto& r : arRows) {
+    // The width as a field's value, of the value itself, and of its buffer.
+    const auto Widths = [](BYTE bType, int nLen) {
         st_VARDATA st;
-        st.m_vt = static_cast<BYTE>(r[0]);
-        st.m_nStrLen = r[1];
-        EXPECT_EQ(r[2], st.GetDataLen(st.m_vt)) << r[0];
-        EXPECT_EQ(r[3], st.GetDataLen()) << r[0];
-        EXPECT_EQ(r[4], st.GetDataBufferLen(0)) << r[0];
+        st.m_vt = bType;
+        st.m_nStrLen = nLen;
+        const std::string strWidths =
+            PrintText("%d %d %d", st.GetDataLen(bType), st.GetDataLen(), st.GetDataBufferLen(0));
         st.m_vt = VT_EMPTY;
-        EXPECT_EQ(0, st.GetDataLen(static_cast<BYTE>(r[0])));
-    }
+        EXPECT_EQ(0, st.GetDataLen(bType));
+        return strWidths;
+    };
+    EXPECT_EQ("251 250 250", Widths(VT_VARCHAR, 250));
+    EXPECT_EQ("256 251 251", Widths(VT_VARCHAR, 251));
+    EXPECT_EQ("250 249 0", Widths(VT_CHAR, 249));
+    EXPECT_EQ("0 9 9", Widths(VT_BLOB, 9));
+    EXPECT_EQ("10 9 9", Widths(VT_JSON, 9));
+    EXPECT_EQ("1 0 0", Widths(VT_SMALLINT, 0));
+    EXPECT_EQ("4 4 4", Widths(VT_INT, 0));
+    EXPECT_EQ("0 0 0", Widths(VT_ENUM, 0));
+    EXPECT_EQ("2147483643 2147483638 0", Widths(VT_CLOB, INT_MAX - 9));
 }
 
 TEST(VarData, EqualValuesHashAlike) {
@@ -229,19 +225,11 @@ TEST(VarData, EqualValuesHashAlike) {
         st.CalcHashFactorEx(ullShort);
         return std::pair{llHash, ullShort};
     };
-    st_VARDATA stInt, stDouble, stDecimal, stHex;
-    stInt.SetData(1234567890);
-    stDouble.SetData(1234567890.0, VT_DOUBLE);
-    Decimal(stDecimal, "1234567890.000");
-    stHex.SetData("1234567890", 11, 0);
-    stHex.m_vt = VT_HEXSTR;
-    for (const st_VARDATA* lpOther : {&stDouble, &stDecimal, &stHex})
-        EXPECT_EQ(Hash(stInt), Hash(*lpOther));
-
-    st_VARDATA stUpper, stLower, stBytes;
+    for (const char* const lpszOther : {"dbl:1234567890", "dec:1234567890.000", "hex:1234567890"})
+        EXPECT_EQ(Hash(WordValue("int:1234567890")), Hash(WordValue(lpszOther))) << lpszOther;
+    st_VARDATA stUpper, stBytes;
     stUpper.SetData("AZ09-", 6, 0);
-    stLower.SetData("az09-", 6, 0);
-    EXPECT_EQ(Hash(stUpper), Hash(stLower));
+    EXPECT_EQ(Hash(stUpper), Hash(WordValue("txt:az09-")));
     EXPECT_EQ(((((5LL * 37 + 10) * 37 + 35) * 10 + 0) * 10 + 9) * 131 + '-', Hash(stUpper).first);
     // Bytes count to their length, texts to their end.
     stBytes.SetBinaryData(stUpper.m_lpValue, 6);
