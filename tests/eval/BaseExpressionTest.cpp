@@ -128,8 +128,8 @@ TEST(BaseExpression, LoadsStoredBytes) {
 TEST(BaseExpression, RefusesFunctionsByTheirForm) {
     // The number of arguments and the code.
     for (const auto& arRow :
-         RowsOf("PI 0 0; STARTNODEID 0 1502; ABS 1 0; DATE_PART 1 1502; SIMILARITY 2 -1; REPLACE 3 1502; "
-                "CONCAT 7 -1; EXPORT_SET 5 -1; SUM -1 1502; CRC32 -1 1502; USER -1 1502; + -1 1502")) {
+         RowsOf("PI 0 0; STARTNODEID 0 1502; ABS 1 0; DATE_PART 1 1502; SIMILARITY 2 1; REPLACE 3 1502; "
+                "CONCAT 7 1; EXPORT_SET 5 1; SUM -1 1502; CRC32 -1 1502; USER -1 1502; + -1 1502")) {
         SCOPED_TRACE(arRow[0]);
         const BYTE bCode = ExpressionCode(arRow[0]);
         CBaseBson stBson;

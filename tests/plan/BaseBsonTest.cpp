@@ -178,18 +178,15 @@ TEST(BaseBson, WritesFieldData) {
     st_VARDATA stNumber, stText;
     stNumber.SetData(0x0102030405060708LL);
     stText.SetData("abc", 3, 0);
-    for (const auto& [bType, lpszBytes] : {std::pair{VT_INT, "6308070605"},
-                                           {VT_BIGINT, "630807060504030201"},
-                                           {VT_DOUBLE, "630807060504030201"},
-                                           {VT_DATETIME, "630807060504030201"},
-                                           {VT_TINYINT, "6308"},
-                                           {VT_SMALLINT, "630807"}})
-        EXPECT_EQ(Written(bType, stNumber), lpszBytes) << int{bType};
-    for (const BYTE bType : {VT_CHAR, VT_VARCHAR, VT_CLOB, VT_BLOB, VT_EMPTY, VT_NULL, VT_DECIMAL, VT_TIME, VT_JSON})
-        EXPECT_EQ(
-            Written(bType, stText),
-            bType == VT_CHAR || bType == VT_VARCHAR || bType == VT_CLOB || bType == VT_BLOB ? "6303000000616263" : "")
-            << int{bType};
+    EXPECT_EQ(Written(VT_INT, stNumber), "6308070605");
+    for (const BYTE bType : {VT_BIGINT, VT_DOUBLE, VT_DATETIME})
+        EXPECT_EQ(Written(bType, stNumber), "630807060504030201");
+    EXPECT_EQ(Written(VT_TINYINT, stNumber), "6308");
+    EXPECT_EQ(Written(VT_SMALLINT, stNumber), "630807");
+    for (const BYTE bType : {VT_CHAR, VT_VARCHAR, VT_CLOB, VT_BLOB})
+        EXPECT_EQ(Written(bType, stText), "6303000000616263");
+    for (const BYTE bType : {VT_EMPTY, VT_NULL, VT_DECIMAL, VT_TIME, VT_JSON})
+        EXPECT_EQ(Written(bType, stText), "");
     stText.m_nStrLen = -1;
     EXPECT_EQ(Written(VT_VARCHAR, stText), "!25");
     stText.m_nStrLen = 0x7FFFFFFF;

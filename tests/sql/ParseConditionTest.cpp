@@ -19,17 +19,16 @@ struct COMPILED {
 
     /** The tree, or an error's code and the text with a "^" in front of the word at fault. */
     std::string Text() {
-        if (m_nCode == ERR_OK) return Text(m_stCondition.GetConditionOffset());
+        CPlanReader stPlan;
+        if (m_nCode == ERR_OK) {
+            EXPECT_EQ(m_stSql.ClosePlan(m_lpPlan), ERR_OK);
+            EXPECT_EQ(stPlan.Open(m_lpPlan, m_stSql.GetParseBson().GetBsonDataSize()), ERR_OK) << stPlan.Fault();
+            return CConditionText(stPlan).Root(m_stCondition.GetConditionOffset());
+        }
         const int nWord = m_stCondition.GetSqlErrorPos();
         std::string strMarked = m_strText;
         strMarked.insert(nWord < m_stWords.m_nNum ? m_stWords.m_arPos[nWord] : strMarked.size(), "^");
         return std::to_string(m_nCode) + ":" + strMarked.substr(m_nClause);
-    }
-    std::string Text(UINT nRoot) {
-        EXPECT_EQ(m_stSql.ClosePlan(m_lpPlan), ERR_OK);
-        CPlanReader stPlan;
-        if (stPlan.Open(m_lpPlan, m_stSql.GetParseBson().GetBsonDataSize()) != ERR_OK) return stPlan.Fault();
-        return CConditionText(stPlan).Root(nRoot);
     }
 
     CParseSql m_stSql;
@@ -140,11 +139,6 @@ TEST(ParseConditionTest, HavingAndPrior) {
                [](const std::string& strText) { return COMPILED(strText, "CONNECT BY ").Text(); });
 }
 
-TEST(ParseConditionTest, SidesThatAreNotConstantAreCounted) {
-    EXPECT_EQ(COMPILED("a = 1").m_stCondition.GetVarMathExpressionNum(), 1);
-    EXPECT_EQ(COMPILED("a between b and 2 and c in (d) and 1 = 1").m_stCondition.GetVarMathExpressionNum(), 3);
-}
-
 TEST(ParseConditionTest, ConstantConditionsAreDecidedHere) {
     ExpectRows({"1=1 => none", "1=2 => false", "1=2 or 1=3 => false", "not (1=1 or 1=3) => false",
                 "(1=2 and 1=1) or (2=1 or 1=0) => false", "(1=1 and 2=2) and 1=0 => false",
@@ -171,21 +165,6 @@ TEST(ParseConditionTest, LongTextsNeitherOverflowNorTakeLong) {
             << lpszPart;
     const int nFits = CParseConditionManager::OPERATOR_DEPTH_MAX / 2 - 1;
     EXPECT_EQ(Where(Repeat("1 = 1 and (", nFits) + "2 = 1" + Repeat(")", nFits)), "false");
-}
-
-TEST(ParseConditionTest, ConditionsAreJoinedTheOldTreeFirst) {
-    COMPILED st("a = 1 and b = 1");
-    CBaseBson& stBson = st.m_stSql.GetParseBson();
-    COMPAREEXPBSON* lpFalse = nullptr;
-    UINT nFalse = 0, nRoot = 0;
-    ASSERT_EQ(stBson.AllocFromBsonBuffer(lpFalse, nFalse), ERR_OK);
-    lpFalse->m_bOperator = COMPARE_FALSE;
-    ASSERT_EQ(AddCondition(&stBson, CONDITION_COMPARE, nFalse, LOGIC_AND, nRoot), ERR_OK);
-    EXPECT_EQ(st.Text(nRoot), "false");
-    nRoot = 0;
-    ASSERT_EQ(AddCondition(&stBson, CONDITION_NODE, st.m_stCondition.GetConditionOffset(), LOGIC_AND, nRoot), ERR_OK);
-    ASSERT_EQ(AddCondition(&stBson, CONDITION_COMPARE, nFalse, LOGIC_OR, nRoot), ERR_OK);
-    EXPECT_EQ(st.Text(nRoot), "(or (and (= A:1 1:4) (= B:1 1:4)) false)");
 }
 
 } // namespace

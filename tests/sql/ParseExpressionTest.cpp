@@ -125,14 +125,6 @@ TEST(ParseExpression, ConditionsHaveMoreOperators) {
         [](const std::string& strText) { return CExpressionParse(strText, 65536, 1).Text(); });
 }
 
-// Behind GROUP BY there are no fields of an object as a whole.
-TEST(ParseExpression, GroupsHaveNoAllFields) {
-    CExpressionParse stParse("t.*");
-    stParse.m_stManager.SetGroupByOffset(100);
-    EXPECT_EQ(stParse.m_stManager.ParseMathExpression(&stParse.m_stParam), ERR_SYNTAX_SELECT);
-    EXPECT_EQ(stParse.m_stManager.GetSqlErrorPos(), 2);
-}
-
 TEST(ParseExpression, TellsTextAggregateAndSequence) {
     const auto Told = [](const std::string& strExpression) {
         CExpressionParse st(strExpression);

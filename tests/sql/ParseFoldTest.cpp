@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <random>
 
 #include "BaseExpression.h"
 #include "Fields.h"
+#include "Grammar.h"
 #include "ParseSql.h"
 #include "PlanReader.h"
 #include "ValueText.h"
@@ -103,51 +103,18 @@ std::string FoldedCondition(const std::string& strCondition) {
     return bLone && st.At<COMPAREEXPBSON>(stRoot.m_nConditionOffset1)->m_bOperator == COMPARE_FALSE ? "0" : "tree";
 }
 
-/** Random constant expressions. Their numbers are few binary digits, so that doubles hold them exactly. */
-class CConstantMaker {
-public:
-    explicit CConstantMaker(unsigned nSeed) : m_stRandom(nSeed) {}
-
-    std::string Number(int nDepth) {
-        if (nDepth <= 0) return Word({"0", "1", "2", "3", "7", "10", "250", "0.5", "2.25", "12.0", "null"});
-        switch (Pick(6)) {
-            case 0:
-                return "- " + Number(0);
-            case 1:
-                return "(" + Number(nDepth - 1) + ")";
-            case 2: // this division comes out even in both
-                return "(" + Number(nDepth - 1) + ")" + Word({" / 2.0", " / 0.5"});
-            default:
-                return Number(nDepth - 1) + Word({" + ", " - ", " * "}) + Number(nDepth - 1);
-        }
-    }
-    std::string Text() { return Word({"'a'", "'b'", "'ab'"}) + Word({"", " || 'b'", " || 'it''s' || 'x'"}); }
-    std::string Condition(int nDepth) {
-        switch (nDepth <= 0 ? 0 : Pick(5)) {
-            case 0:
-                return Comparison();
-            case 1:
-                return "not (" + Condition(nDepth - 1) + ")";
-            case 2:
-                return "(" + Condition(nDepth - 1) + ")";
-            default:
-                return Condition(nDepth - 1) + Word({" and ", " or "}) + Condition(nDepth - 1);
-        }
-    }
-
-private:
-    unsigned Pick(unsigned nNum) { return static_cast<unsigned>(m_stRandom()) % nNum; }
-    std::string Word(std::initializer_list<const char*> arWord) {
-        return arWord.begin()[Pick(static_cast<unsigned>(arWord.size()))];
-    }
-    std::string Comparison() {
-        const bool bText = Pick(4) == 0;
-        const auto Side = [&] { return bText ? Text() : Number(1); };
-        if (Pick(4) == 0) return Word({"", "not "}) + Side() + " between " + Side() + " and " + Side();
-        return Word({"", "", "not "}) + Side() + Word({" = ", " <> ", " < ", " <= ", " > ", " >= "}) + Side();
-    }
-
-    std::mt19937 m_stRandom;
+// Constant expressions. Numbers are few binary digits, so that doubles hold them exactly; divisions come out even in
+// both.
+constexpr const char* GRAMMAR[] = {
+    "number 0;1;2;3;7;10;250;0.5;2.25;12.0;null",
+    "sum $number;$number;- $number;($sum);($sum) / 2.0;($sum) / 0.5;$sum + $sum;$sum - $sum;$sum * $sum",
+    "text 'a';'b';'ab';'a' || 'b';'b' || 'it''s' || 'x'",
+    // No product is a negative zero, which isn't equal to 0.
+    "side $number;- $number;($number) / 2.0;($number) / 0.5;$number + $number;$number - $number;$number * $number",
+    "compare $side = $side;$side <> $side;$side < $side;$side <= $side;$side > $side;$side >= $side;"
+    "$side between $side and $side;$text = $text;$text < $text;$text >= $text;$text between $text and $text",
+    "condition $compare;$compare;not $compare;not ($condition);($condition);$condition and $condition;"
+    "$condition or $condition",
 };
 
 /** Each row is an expression and its value, which all three ways to it agree on. */
@@ -192,9 +159,9 @@ private:
 
 TEST(ParseFoldTest, RandomExpressionsAsSqlite) {
     CSqlite stSqlite;
-    CConstantMaker stMaker(1);
+    CGrammar stGrammar(GRAMMAR, 1);
     for (int i = 0; i < NUM && !HasFailure(); ++i) {
-        const std::string strExpression = i % 8 == 0 ? stMaker.Text() : stMaker.Number(i % 4);
+        const std::string strExpression = stGrammar.Text(i % 8 == 0 ? "text" : "sum", i % 24);
         const std::string strValue = stSqlite.Value(strExpression);
         const auto [strSum, strIn, strField] = Folded(strExpression);
         EXPECT_EQ(strSum, strField) << strExpression;
@@ -205,9 +172,9 @@ TEST(ParseFoldTest, RandomExpressionsAsSqlite) {
 
 TEST(ParseFoldTest, RandomConditionsAsSqlite) {
     CSqlite stSqlite;
-    CConstantMaker stMaker(2);
+    CGrammar stGrammar(GRAMMAR, 2);
     for (int i = 0; i < NUM && !HasFailure(); ++i) {
-        const std::string strCondition = stMaker.Condition(i % 4);
+        const std::string strCondition = stGrammar.Text("condition", i % 24);
         const std::string strFolded = FoldedCondition(strCondition), strValue = stSqlite.Value(strCondition);
         if (strFolded == "tree" && strCondition.find("null") != std::string::npos) continue;
         EXPECT_EQ(strFolded, strValue == "1" ? "1" : "0") << strCondition;

@@ -2,7 +2,6 @@
 
 #include "Fields.h"
 #include "PlanLine.h"
-#include "PlanMaker.h"
 #include "QueryText.h"
 
 namespace {
@@ -53,34 +52,6 @@ TEST(ParseJoin, WalksALongCondition) {
     };
     const std::string strSql = Repeat(" and a.y = 1", 100'000, "select 1 from a, b where a.x = b.x(+)");
     EXPECT_EQ(CompiledAs(strSql, HasTree), "tree");
-}
-
-TEST(ParseJoin, RefusesWhatNoStatementMakes) {
-    CPlanMaker stMaker(PLAN_SELECT);
-    CBaseBson& stBson = stMaker.m_stBson;
-    CKestroQueue stQueue;
-    st_JOININFO stJoin = {JOIN_INNER, 0, 0};
-    CKestroStack stStack;
-    UINT nOffset = 0, nCompare = 0, nCondition = 0, nRoot = 0;
-    // Two objects with the same bit, then a join with one object.
-    for (const BYTE bNo : {1, 65, 2}) {
-        EXPECT_EQ(CreateBaseRel(stBson, bNo, OBJECT_TABLE, nOffset), ERR_OK);
-        EXPECT_EQ(PushBaseRel2Queue(stBson, nOffset, stQueue), ERR_OK);
-        if (bNo == 1) continue;
-        EXPECT_EQ(PushJoinInfo2Stack(stBson, &stJoin, stStack, stQueue), ERR_OK);
-        EXPECT_EQ(PopJoinInfo2Queue(stBson, stStack, stQueue), ERR_OK);
-        EXPECT_EQ(CreateJoinTree(stBson, stQueue, nRoot), bNo == 65 ? ERR_SYNTAX_SELECT : ERR_FAILED);
-        stQueue.free();
-    }
-    auto* const lpCompare = stMaker.New<COMPAREEXPBSON>(nCompare);
-    lpCompare->m_bExpressionType1 = lpCompare->m_bExpressionType2 = EXPCLASS_FIELD;
-    EXPECT_EQ(GetJoinPathFromCompareExpression(stBson, nCompare, nRoot, nCondition), ERR_JOIN_EXPRESSION);
-    // A condition takes a second comparison into its own node, and a third into a new one.
-    for (int i = 1; i <= 3; ++i)
-        EXPECT_EQ(CreateJoinCondition(stBson, nCompare, nCondition), ERR_OK);
-    const auto* const lpNode = reinterpret_cast<BASECONDITIONBSON*>(stBson.ConvertOffset2Addr(nCondition));
-    EXPECT_EQ(lpNode->m_bConditionType1, CONDITION_NODE);
-    EXPECT_EQ(lpNode->m_nConditionOffset2, nCompare);
 }
 
 } // namespace

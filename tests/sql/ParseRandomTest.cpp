@@ -3,17 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-#include <random>
-#include <sstream>
-
+#include "Grammar.h"
 #include "PlanLine.h"
 
 namespace {
 
-// A rule a row, with ";" between its forms; the first one leads to an end. "$" stands in front of a rule's name; "{"
-// and
-// "}" are brackets that may be left out; "@" becomes the number of the query, "#" another number each time.
+// "{" and "}" are brackets that may be left out. The text of a field or column is its name, which brackets change.
 constexpr const char* GRAMMAR[] = {
     "statement $query;$query;$query;($query) intersect $query;$query minus $query;$query union all $query order by 1;"
     "insert into shop.t ($name, $name) values ({$value}, default), ($value, ?);insert into t (a, $name) $query;"
@@ -49,69 +44,23 @@ constexpr const char* GRAMMAR[] = {
     "leaf $name;x@.$name;1;2.50;'it''s';?;null;sysdate;interval 2 day;seq.nextval",
     "name c#;\"c#\";`c#`"};
 
-class CStatementMaker {
-public:
-    CStatementMaker() {
-        for (const std::string strRow : GRAMMAR) {
-            const std::size_t nName = strRow.find(' ');
-            std::istringstream stForms(strRow.substr(nName + 1));
-            for (std::string strForm; std::getline(stForms, strForm, ';');)
-                m_mapForms[strRow.substr(0, nName)].push_back(strForm);
-        }
-    }
-
-    std::string Statement() {
-        m_nLeft = 20 + Pick(200);
-        m_nName = 0;
-        return Make("statement");
-    }
-    int m_nName = 0; // numbers given to names of the last statement
-
-private:
-    std::string Make(const std::string& strRule) {
-        const auto& arForm = m_mapForms.at(strRule);
-        const std::string& strForm = arForm[m_nLeft-- > 0 ? Pick(static_cast<int>(arForm.size())) : 0];
-        const int nQuery = std::exchange(m_nQuery, strRule == "query" ? m_nQuery + 1 : m_nQuery);
-        std::string strText;
-        for (std::size_t i = 0; i < strForm.size(); ++i) {
-            std::size_t nEnd = i + 1;
-            while (strForm[i] == '$' && nEnd < strForm.size() && std::islower(strForm[nEnd]))
-                ++nEnd;
-            strText += strForm[i] == '$'   ? Make(strForm.substr(i + 1, nEnd - i - 1))
-                       : strForm[i] == '@' ? std::to_string(m_nQuery)
-                       : strForm[i] == '#' ? std::to_string(++m_nName)
-                                           : strForm.substr(i, 1);
-            i = nEnd - 1;
-        }
-        m_nQuery = nQuery;
-        // The text of a field or column is its name, and part of the plan.
-        if (strRule == "fields" || strRule == "columns")
-            std::erase_if(strText, [](char c) { return c == '{' || c == '}'; });
-        return strText;
-    }
-    int Pick(int nNum) { return static_cast<int>(m_stRandom() % static_cast<unsigned>(nNum)); }
-
-    std::map<std::string, std::vector<std::string>> m_mapForms;
-    std::mt19937 m_stRandom{20260101};
-    int m_nLeft = 0, m_nQuery = 0;
-};
-
 TEST(ParseRandomTest, NoNameIsLostAndBracketsChangeNothing) {
 #ifdef NDEBUG
     constexpr int NUM = 2000;
 #else
     constexpr int NUM = 100; // which take a sanitizer as long
 #endif
-    CStatementMaker stMaker;
+    CGrammar stGrammar(GRAMMAR, 20260101);
     for (int i = 0; i < NUM && !HasFailure(); ++i) {
-        std::string strPlain = stMaker.Statement(), strBracketed = strPlain;
+        std::string strPlain = stGrammar.Text("statement", 20 + static_cast<int>(stGrammar.Pick(200))),
+                    strBracketed = strPlain;
         std::erase_if(strPlain, [](char c) { return c == '{' || c == '}'; });
         std::replace(strBracketed.begin(), strBracketed.end(), '{', '(');
         std::replace(strBracketed.begin(), strBracketed.end(), '}', ')');
         const std::string strPlan = Compiled(strPlain);
         ASSERT_EQ(strPlan.substr(0, 6), "nType=") << strPlan << "\n" << strPlain;
         EXPECT_EQ(strPlan, Compiled(strBracketed)) << strPlain << "\nas " << strBracketed;
-        for (int nName = 1; nName <= stMaker.m_nName; ++nName) {
+        for (int nName = 1; nName <= stGrammar.LastNumber(); ++nName) {
             const std::string strName = std::to_string(nName) + "\"";
             EXPECT_TRUE(strPlan.find("\"C" + strName) != strPlan.npos || strPlan.find("\"c" + strName) != strPlan.npos)
                 << "c" << nName << " of " << strPlain;

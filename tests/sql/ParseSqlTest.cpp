@@ -233,20 +233,6 @@ TEST(ParseSqlObject, NumbersObjectsAndFindsThemOutward) {
     EXPECT_EQ(stSql.FindObject(strLong.c_str(), strLong.c_str(), 0), 0);
 }
 
-TEST(ParseSqlObject, NestsQueriesToALimit) {
-    CHandParseSql stSql;
-    for (int i = 1; i < 32; ++i)
-        ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
-    EXPECT_EQ(stSql.EnterQuery(), ERR_NESTED_QUERY);
-    EXPECT_EQ(stSql.GetQueryLevel(), 31);
-    for (int i = 32; i <= 255; ++i) {
-        stSql.LeaveQuery();
-        ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
-    }
-    stSql.LeaveQuery();
-    EXPECT_EQ(stSql.EnterQuery(), ERR_NESTED_QUERY);
-}
-
 TEST(ParseSqlBind, WritesValuesBehindThePlan) {
     CHandParseSql stSql;
     EXPECT_EQ(stSql.ExecuteBind(), ERR_NULL_POINTER);
