@@ -38,13 +38,11 @@ void ExpectCalls(const std::string& strTable) {
 }
 
 TEST(BaseFunManager, NullArgumentsGiveNull) {
-    for (const char* const lpszName : {"ABS", "CEIL", "FLOOR", "SQRT", "EXP", "LN", "RAND", "SIGN", "LOWER", "LENGTH",
-                                       "CHAR_LENGTH", "ASCII", "BIT_LENGTH"})
-        EXPECT_EQ(Call({lpszName, "null"}, 1), "null") << lpszName;
-    for (const char* const lpszName : {"MOD", "POWER", "ROUND", "TRUNC", "LOG", "TO_CHAR", "TO_DATE"}) {
-        EXPECT_EQ(Call({lpszName, "null", "int:1"}, 2), "null") << lpszName;
-        EXPECT_EQ(Call({lpszName, "dec:1", "null"}, 2), "null") << lpszName;
-    }
+    for (const auto& strName :
+         RowsOf("ABS CEIL FLOOR SQRT EXP LN RAND SIGN LOWER LENGTH CHAR_LENGTH ASCII BIT_LENGTH")[0])
+        ExpectCalls(strName + " null null");
+    for (const auto& strName : RowsOf("MOD POWER ROUND TRUNC LOG TO_CHAR TO_DATE")[0])
+        ExpectCalls(strName + " null int:1 null; " + strName + " dec:1 null null");
 }
 
 TEST(BaseFunManager, ComputesNumbers) {

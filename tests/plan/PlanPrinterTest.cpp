@@ -14,44 +14,14 @@ std::string Print(const std::string& strBytes, const PLANPRINT& stPrint) {
 TEST(PlanPrinter, PrintsAQuery) {
     const OPENEDPLAN stOpened(QueryPlan());
     EXPECT_EQ(PlanLine(stOpened.m_stPlan),
-              "nType=1 nSectionStartOffset=451 nCommandOffset=QUERYEXECUTEPLANBSON{nObjectOffset=OBJECTBSON{"
-              "nObjectNameOffset=\"t\"} nObjectOffset=OBJECTBSON{nObjectNameOffset=\"表\"} "
-              "nExecuteFieldOffset=EXECUTEFIELDBSON{nExpOffset=st_MATHEXPBSON{bExpressionType2=3 nExpOffset1="
-              "MATHEXPELEMENTBSON{bDataSource=1 nDataLen=2 bDataBuffer=\"a\"}}} nExecuteFieldOffset=EXECUTEFIELDBSON{"
-              "nExpOffset=st_MATHEXPBSON{bExpressionType1=2 bExpressionType2=3 nExpOffset1=FUNCTIONPARAMLIST{bNum=1 "
-              "nExpOffset=FUNCTIONPARAM{bExpressionType=1 nExpOffset=st_MATHEXPBSON{bExpressionType2=3 nExpOffset1="
-              "MATHEXPELEMENTBSON{bDataType=240 nDataLen=3 bDataBuffer=-1.5}}}}}}}");
+              "nType=1 nSectionStartOffset=343 nCommandOffset=QUERYEXECUTEPLANBSON{nObjectOffset=OBJECTBSON{"
+              "nObjectNameOffset=\"t\"} nObjectOffset=OBJECTBSON{nObjectNameOffset=\"表\"} nExecuteFieldOffset="
+              "EXECUTEFIELDBSON{nExpOffset=st_MATHEXPBSON{bExpressionType2=3 nExpOffset1=MATHEXPELEMENTBSON{"
+              "bDataType=240 nDataLen=3 bDataBuffer=-1.5}}}}");
 }
 
 TEST(PlanPrinter, PrintsSectionsAndFormats) {
     const std::string strPlan = SectionPlan(1);
-    EXPECT_EQ(Print(strPlan, {PLANFORMAT_TEXT, true, false}), R"(plan EXECUTEPLANBSON @0
-  m_nTotalDataSize 228
-  m_nType 5
-  m_bVersion 2
-  m_nBsonDataSize 228
-  m_nSectionStartOffset 88
-  m_nClientSectionNum 3
-  m_nClientBsonDataSize 88
-  section BUFFERSECTIONHEAD @1:0
-    m_bSectionType 2
-    m_nSectionDataSize 64
-    m_nNextSectionOffset 152
-    link RECORDSECTIONHEAD @1:12
-    row RECORDHEAD @1:16
-      m_nDataID 7
-      m_nFieldDataAddrID 3:12
-  section BUFFERSECTIONHEAD @2:0
-    m_bSectionType 3
-    m_nSectionDataSize 44
-    m_nNextSectionOffset 196
-    link STEPSECTIONHEAD @2:12
-    step EXECUTESTEP @2:16
-      m_nRecordAddrID 1:16
-  section BUFFERSECTIONHEAD @3:0
-    m_bSectionType 1
-    m_nSectionDataSize 32
-)");
     EXPECT_EQ(Print(strPlan, {PLANFORMAT_JSON, true, false}),
               R"({"record":"EXECUTEPLANBSON","offset":0,"m_nTotalDataSize":228,"m_nType":5,"m_bVersion":2,)"
               R"("m_nBsonDataSize":228,"m_nSectionStartOffset":88,"m_nClientSectionNum":3,"m_nClientBsonDataSize":88,)"
@@ -67,7 +37,19 @@ TEST(PlanPrinter, PrintsSectionsAndFormats) {
     UINT nOffset = 0;
     std::memcpy(stMaker.New<DATABASEBSON>(nOffset)->m_pDatabaseName, "a\xFF", 2);
     stMaker.m_lpPlan->m_nCommandOffset = nOffset;
-    EXPECT_EQ(Print(stMaker.Finish(), {PLANFORMAT_DOT, false, false}), R"(digraph plan {
+    const std::string strUse = stMaker.Finish();
+    EXPECT_EQ(Print(strUse, {PLANFORMAT_TEXT, true, false}), R"(plan EXECUTEPLANBSON @0
+  m_nTotalDataSize 165
+  m_nType 17
+  m_bVersion 2
+  m_nBsonDataSize 165
+  m_nSectionStartOffset 165
+  m_nClientBsonDataSize 165
+  m_nSqlOffset "use \"a\\\x01"
+  m_nCommandOffset DATABASEBSON @97
+    m_pDatabaseName "a\xff"
+)");
+    EXPECT_EQ(Print(strUse, {PLANFORMAT_DOT, false, false}), R"(digraph plan {
 node [shape=box fontname=monospace]
 "EXECUTEPLANBSON 0" -> "DATABASEBSON 97" [label="m_nCommandOffset"]
 "DATABASEBSON 97" [label="DATABASEBSON\lm_pDatabaseName \"a\\xff\"\l"]

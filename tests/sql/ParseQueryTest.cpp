@@ -15,12 +15,7 @@ std::string Compiled(const std::string& strSql, int nPageStart = 0, int nPageSiz
     return CompiledAs(strSql, Print, nPageStart, nPageSize);
 }
 
-struct ROW {
-    const char* m_lpszSql;
-    const char* m_lpszExpected;
-};
-
-constexpr ROW PLANS[] = {
+constexpr const char* PLANS[][2] = {
     // Select lists: names as written, cut at a character's edge; aliases; objects of lone columns.
     {"select distinct t.a as \"My A\", b+1 cc, 'x', `q`, count(*) from d.t where a=1 and b>?",
      "q1.1 distinct aggregate mixed t.a(My A)=1.A:1@1, b+1(cc)=(+ B 1):5, 'x'='x':4, q=Q:1, count(*)=(f80 ):3 from "
@@ -80,8 +75,8 @@ constexpr ROW PLANS[] = {
      "q1.1 page 2+10 wait 65535 1=1:4 from 1:T where (= B:1 [q]:7):2 order 0"}};
 
 TEST(ParseQueryTest, Plans) {
-    for (const ROW& stRow : PLANS)
-        EXPECT_EQ(Compiled(stRow.m_lpszSql), stRow.m_lpszExpected) << stRow.m_lpszSql;
+    for (const auto& [lpszSql, lpszExpected] : PLANS)
+        EXPECT_EQ(Compiled(lpszSql), lpszExpected) << lpszSql;
 }
 
 TEST(ParseQueryTest, WrongStatements) {

@@ -23,7 +23,11 @@ TEST(ParseSql, ChoosesTheParserByTheFirstWord) {
                 "use `my shop` => nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"my shop\"}", "use => 835 at 0",
                 "use a b => 835 at 0", "use 1 => 835 at 1", "show tables => 502 at 0",
                 "create table t (a int) => 502 at 0", "frobnicate => 502 at 0", "commi_t => 501 at 0", " => 500 at 0",
-                " \t\r\n;; => 500 at 0", "-- nothing => 500 at 0", "1 => 500 at 0"},
+                " \t\r\n;; => 500 at 0", "-- nothing => 500 at 0", "1 => 500 at 0",
+                // Hints.
+                "/*!40101 begin work */ => nType=10 bWriteLog=1", "/*!40101 begin*/ => nType=10 bWriteLog=1",
+                "/*!40101 begin work */ work => 814 at 2",
+                "(/*! use */ shop) => nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"shop\"}"},
                Compiled);
     const std::string strLongest(64, 'd');
     EXPECT_EQ(Compiled("use " + strLongest),
@@ -37,14 +41,13 @@ std::string Head(std::string_view szSql, bool bHashComment = false) {
     const ExactText stText(szSql);
     const int nCode = ReadSqlHead(stText.View(), bHashComment, stHead);
     if (nCode != ERR_OK) return std::to_string(nCode);
-    std::string strHead(stHead.m_szText);
-    strHead.append(" | ").append(stHead.m_szWord).append(" ").append(std::to_string(stHead.m_nPos));
-    if (stHead.m_nParens != 0) strHead.append(" (").append(std::to_string(stHead.m_nParens));
-    if (stHead.m_nHintEnd != 0)
-        strHead.append(" hint ").append(
-            stHead.m_szText.substr(static_cast<std::size_t>(stHead.m_nHintBegin),
-                                   static_cast<std::size_t>(stHead.m_nHintEnd - stHead.m_nHintBegin)));
-    return strHead;
+    const auto Part = [&](int nBegin, int nEnd) {
+        return std::string(
+            stHead.m_szText.substr(static_cast<std::size_t>(nBegin), static_cast<std::size_t>(nEnd - nBegin)));
+    };
+    return std::string(stHead.m_szText) + " | " + stHead.m_szWord + " " + std::to_string(stHead.m_nPos) +
+           (stHead.m_nParens ? " (" + std::to_string(stHead.m_nParens) : "") +
+           (stHead.m_nHintEnd ? " hint " + Part(stHead.m_nHintBegin, stHead.m_nHintEnd) : "");
 }
 
 TEST(ParseSql, ReadsTheHead) {
@@ -89,13 +92,6 @@ TEST(ParseSql, ReadsTheHeadInPlace) {
     EXPECT_EQ(std::string(szSql + 10, 4), std::string(4, '\0'));
     EXPECT_EQ(nLen, 9);
     EXPECT_STREQ(szWord, "select");
-}
-
-TEST(ParseSql, CompilesWhatStandsInAHint) {
-    EXPECT_EQ(Compiled("/*!40101 begin work */"), "nType=10 bWriteLog=1");
-    EXPECT_EQ(Compiled("/*!40101 begin*/"), "nType=10 bWriteLog=1");
-    EXPECT_EQ(Compiled("/*!40101 begin work */ work"), "814 at 2");
-    EXPECT_EQ(Compiled("(/*! use */ shop)"), "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"shop\"}");
 }
 
 /** A statement of many words that compiles. */

@@ -10,6 +10,7 @@
 
 #include "IntegerCut.h"
 #include "KestroErrorCode.h"
+#include "ValueText.h"
 
 namespace {
 
@@ -17,26 +18,18 @@ using namespace std::chrono;
 
 constexpr sys_days ZERO_DAY = year{1899} / December / 30;
 
-struct PARTS {
-    int m_nYear = -1, m_nMonth = -1, m_nDay = -1, m_nHour = -1, m_nMinute = -1, m_nSecond = -1, m_nMicrosecond = -1;
-    bool operator==(const PARTS&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& stOut, const PARTS& stParts) {
-    return stOut << stParts.m_nYear << '-' << stParts.m_nMonth << '-' << stParts.m_nDay << ' ' << stParts.m_nHour << ':'
-                 << stParts.m_nMinute << ':' << stParts.m_nSecond << '.' << stParts.m_nMicrosecond;
+/** Year, month, day and time of a value as text. */
+std::string PartsOf(double dblValue, int nExpected = ERR_OK) {
+    int y, m, d, h, mi, s, us;
+    EXPECT_EQ(nExpected, CKestroDate::ConvertDateTime(dblValue, y, m, d, h, mi, s, us));
+    return PrintText("%d-%d-%d %d:%d:%d.%d", y, m, d, h, mi, s, us);
 }
 
-PARTS PartsOf(double dblValue, int nExpected = ERR_OK) {
-    PARTS st;
-    EXPECT_EQ(nExpected, CKestroDate::ConvertDateTime(dblValue, st.m_nYear, st.m_nMonth, st.m_nDay, st.m_nHour,
-                                                      st.m_nMinute, st.m_nSecond, st.m_nMicrosecond));
-    return st;
-}
-
-int ValueOf(double& dblResult, const PARTS& st) {
-    return CKestroDate::ConvertVariantTime(dblResult, st.m_nYear, st.m_nMonth, st.m_nDay, st.m_nHour, st.m_nMinute,
-                                           st.m_nSecond, st.m_nMicrosecond);
+/** The value of such a text. */
+int ValueOf(double& dblResult, const std::string& strParts) {
+    int y, m, d, h, mi, s, us;
+    EXPECT_EQ(7, sscanf(strParts.c_str(), "%d-%d-%d %d:%d:%d.%d", &y, &m, &d, &h, &mi, &s, &us)) << strParts;
+    return CKestroDate::ConvertVariantTime(dblResult, y, m, d, h, mi, s, us);
 }
 
 TEST(KestroDate, EveryDayOfTheCalendarIsThatOfChrono) {
@@ -45,7 +38,7 @@ TEST(KestroDate, EveryDayOfTheCalendarIsThatOfChrono) {
         const int nYear = int(stDate.year()), nMonth = unsigned(stDate.month()), nDay = unsigned(stDate.day());
         const int nNumber = (stDay - ZERO_DAY).count();
         double dblValue;
-        ASSERT_EQ(ERR_OK, ValueOf(dblValue, {nYear, nMonth, nDay, 0, 0, 0, 0}));
+        ASSERT_EQ(ERR_OK, CKestroDate::ConvertVariantTime(dblValue, nYear, nMonth, nDay, 0, 0, 0, 0));
         ASSERT_EQ(nNumber, dblValue);
         int y, m, d, nWeekDay, nYearDay, h, mi, s, us;
         CKestroDate::ConvertDateTime(nNumber, y, m, d, nWeekDay, nYearDay, h, mi, s, us);
@@ -61,25 +54,23 @@ TEST(KestroDate, EveryDayOfTheCalendarIsThatOfChrono) {
 
 TEST(KestroDate, DaysBeforeYear1AreInvertedWithoutAYear0) {
     for (int nDay = -693593 + 3; nDay > -693593 - 2 * 146097 - 800; --nDay) {
-        const PARTS st = PartsOf(nDay);
-        ASSERT_NE(0, st.m_nYear);
+        const std::string st = PartsOf(nDay);
+        ASSERT_NE('0', st[0]);
         double dblValue;
         ASSERT_EQ(ERR_OK, ValueOf(dblValue, st));
         ASSERT_EQ(nDay, dblValue);
     }
-    EXPECT_EQ((PARTS{-1, 12, 31, 0, 0, 0, 0}), PartsOf(-693594));
-    EXPECT_EQ((PARTS{-4, 2, 29, 0, 0, 0, 0}), PartsOf(-693593 - 4 * 365 - 1 + 59));
-    EXPECT_EQ((PARTS{-400, 1, 1, 0, 0, 0, 0}), PartsOf(-693593 - 146097));
+    EXPECT_EQ("-1-12-31 0:0:0.0", PartsOf(-693594));
+    EXPECT_EQ("-4-2-29 0:0:0.0", PartsOf(-693593 - 4 * 365 - 1 + 59));
+    EXPECT_EQ("-400-1-1 0:0:0.0", PartsOf(-693593 - 146097));
     for (int nDay : {INT_MIN, INT_MAX})
-        EXPECT_NE(0, PartsOf(nDay).m_nYear);
+        EXPECT_NE('0', PartsOf(nDay)[0]);
 }
 
 TEST(KestroDate, PartsOutsideTheCalendarAreRefused) {
-    const PARTS arRefused[] = {{1900, 2, 29, 0, 0, 0, 0},      {0, 1, 1, 0, 0, 0, 0},     {2024, 13, 1, 0, 0, 0, 0},
-                               {2024, 0, 1, 0, 0, 0, 0},       {2024, 4, 31, 0, 0, 0, 0}, {2024, 1, 0, 0, 0, 0, 0},
-                               {2024, 1, 1, 24, 0, 0, 0},      {2024, 1, 1, 0, 60, 0, 0}, {2024, 1, 1, 0, 0, 61, 0},
-                               {2024, 1, 1, 0, 0, 0, 1000000}, {2024, 1, 1, -1, 0, 0, 0}};
-    for (const PARTS& st : arRefused) {
+    for (const char* const st : {"1900-2-29 0:0:0.0", "0-1-1 0:0:0.0", "2024-13-1 0:0:0.0", "2024-0-1 0:0:0.0",
+                                 "2024-4-31 0:0:0.0", "2024-1-0 0:0:0.0", "2024-1-1 24:0:0.0", "2024-1-1 0:60:0.0",
+                                 "2024-1-1 0:0:61.0", "2024-1-1 0:0:0.1000000", "2024-1-1 -1:0:0.0"}) {
         double dblValue = 1;
         EXPECT_EQ(ERR_DATE_DATA, ValueOf(dblValue, st)) << st;
         EXPECT_EQ(0, dblValue);
@@ -87,13 +78,12 @@ TEST(KestroDate, PartsOutsideTheCalendarAreRefused) {
     double dblValue;
     EXPECT_EQ(ERR_DATE_DATA, CKestroDate::ConvertVariantTime(dblValue, 2023, 365, 0, 0, 0, 0));
     EXPECT_EQ(ERR_DATE_DATA, CKestroDate::ConvertVariantTime(dblValue, KESTRODATE{1, 1, 0}));
-    ASSERT_EQ(ERR_OK, ValueOf(dblValue, {2023, 12, 31, 23, 59, 60, 0}));
-    EXPECT_EQ((PARTS{2024, 1, 1, 0, 0, 0, 0}), PartsOf(dblValue));
+    ASSERT_EQ(ERR_OK, ValueOf(dblValue, "2023-12-31 23:59:60.0"));
+    EXPECT_EQ("2024-1-1 0:0:0.0", PartsOf(dblValue));
 }
 
 TEST(KestroDate, ValuesOutOfRangeAnswerTheFixedEnds) {
-    const PARTS stEnd{9999, 12, 31, 23, 59, 59, 999};
-    const PARTS stNone{0, 0, 0, 0, 0, 0, 0};
+    const std::string stEnd = "9999-12-31 23:59:59.999", stNone = "0-0-0 0:0:0.0";
     EXPECT_EQ(stEnd, PartsOf(1e300, ERR_DATE_DATA));
     EXPECT_EQ(stNone, PartsOf(-1e300, ERR_DATE_DATA));
     EXPECT_EQ(stNone, PartsOf(NAN, ERR_DATE_DATA));
@@ -106,8 +96,8 @@ TEST(KestroDate, ValuesOutOfRangeAnswerTheFixedEnds) {
 }
 
 TEST(KestroDate, TimesKeepTheirSign) {
-    EXPECT_EQ((PARTS{1900, 1, 1, 12, 0, 0, 0}), PartsOf(2.5));
-    EXPECT_EQ((PARTS{1899, 12, 29, 6, 0, 0, 0}), PartsOf(-1.25));
+    EXPECT_EQ("1900-1-1 12:0:0.0", PartsOf(2.5));
+    EXPECT_EQ("1899-12-29 6:0:0.0", PartsOf(-1.25));
     for (const KESTROTIME& st : {KESTROTIME{0, 30, 0, KESTRO_MINUS_ZERO_DAYS}, KESTROTIME{59, 59, 23, -127},
                                  KESTROTIME{1, 0, 0, 0}, KESTROTIME{59, 59, 22, 34}}) {
         double dblValue;

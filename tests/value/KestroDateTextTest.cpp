@@ -189,11 +189,9 @@ std::string SplitSlowly(const std::string& szText) {
     int nParts = 0, nTimeIndex = -1;
     bool bOpen = false;
     const auto End = [&] {
-        if (szGroup.empty()) return true;
-        if (szGroup.size() > 8 || nParts == 7) return false;
-        szParts.append(" ").append(szGroup);
-        szGroup.clear();
-        return ++nParts, true;
+        const bool bFits = szGroup.size() <= 8 && nParts + !szGroup.empty() <= 7;
+        if (!szGroup.empty()) szParts.append(" ").append(std::exchange(szGroup, "")), ++nParts;
+        return bFits;
     };
     for (std::size_t i = 0; i < szText.size() && szText[i]; ++i) {
         const char c = szText[i];

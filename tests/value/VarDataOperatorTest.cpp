@@ -17,21 +17,22 @@ namespace {
 
 using VALUE = const st_VARDATA&;
 
-const char* const NEW_VALUES[] = {"+", "-", "*", "/", "%", "&", "|", "^", "<<", ">>", "pow"};
+/** Operators by their signs give a new value. */
+const std::map<std::string, st_VARDATA (*)(VALUE, VALUE)> NEW_VALUES = {{"+", [](VALUE a, VALUE b) { return a + b; }},
+                                                                        {"-", [](VALUE a, VALUE b) { return a - b; }},
+                                                                        {"*", [](VALUE a, VALUE b) { return a * b; }},
+                                                                        {"/", [](VALUE a, VALUE b) { return a / b; }},
+                                                                        {"%", [](VALUE a, VALUE b) { return a % b; }},
+                                                                        {"&", [](VALUE a, VALUE b) { return a & b; }},
+                                                                        {"|", [](VALUE a, VALUE b) { return a | b; }},
+                                                                        {"^", [](VALUE a, VALUE b) { return a ^ b; }},
+                                                                        {"<<", [](VALUE a, VALUE b) { return a << b; }},
+                                                                        {">>", [](VALUE a, VALUE b) { return a >> b; }},
+                                                                        {"pow", st_VARDATA::Power}};
 
-/** An operator by its sign gives a new value, one by its name takes a pool. */
+/** Operators by their names take a pool. */
 std::string Calculate(VALUE a, const std::string& str, VALUE b) {
-    if (str == "+") return WordValue::Print(a + b);
-    if (str == "-") return WordValue::Print(a - b);
-    if (str == "*") return WordValue::Print(a * b);
-    if (str == "/") return WordValue::Print(a / b);
-    if (str == "%") return WordValue::Print(a % b);
-    if (str == "&") return WordValue::Print(a & b);
-    if (str == "|") return WordValue::Print(a | b);
-    if (str == "^") return WordValue::Print(a ^ b);
-    if (str == "<<") return WordValue::Print(a << b);
-    if (str == ">>") return WordValue::Print(a >> b);
-    if (str == "pow") return WordValue::Print(st_VARDATA::Power(a, b));
+    if (const auto it = NEW_VALUES.find(str); it != NEW_VALUES.end()) return WordValue::Print(it->second(a, b));
     st_VARDATA st;
     EXPECT_EQ(ERR_OK, str == "add"   ? st.Add(nullptr, a, b)
                       : str == "sub" ? st.Sub(nullptr, a, b)
@@ -288,7 +289,7 @@ TEST(VarDataOperator, TextIsNeverReadBeyondItsLength) {
                 st.m_vt = static_cast<BYTE>(nType);
                 for (const std::string& szOther : SAMPLES) {
                     const WordValue stOther(szOther);
-                    for (const char* szOperator : NEW_VALUES)
+                    for (const auto& [szOperator, lpfn] : NEW_VALUES)
                         (void)(Calculate(st, szOperator, stOther) + Calculate(stOther, szOperator, st));
                     EXPECT_NE(2, st && stOther.Get());
                     st_VARDATA stResult;
@@ -298,7 +299,7 @@ TEST(VarDataOperator, TextIsNeverReadBeyondItsLength) {
             }
     st_VARDATA stNone;
     stNone.SetData(nullptr, 100, 255);
-    for (const char* szOperator : NEW_VALUES)
+    for (const auto& [szOperator, lpfn] : NEW_VALUES)
         EXPECT_EQ("null", Calculate(WordValue("int:1"), szOperator, stNone));
     EXPECT_EQ(0, stNone && WordValue("int:1").Get());
 }
