@@ -29,13 +29,9 @@ TEST(KestroQueueTest, KeepsTheOrderOfADeque) {
         std::deque<UINT> arrModel;
         for (UINT i = 1; i < 2000; ++i) {
             const bool bPush = nSeed % 2 ? arrModel.size() < 62 && stRandom() % 2 : i < nSeed * 60;
-            if (bPush) {
-                stQueue.push(i);
-                arrModel.push_back(i);
-            } else {
-                stQueue.pop();
-                if (!arrModel.empty()) arrModel.pop_front();
-            }
+            bPush ? stQueue.push(i) : stQueue.pop();
+            if (bPush) arrModel.push_back(i);
+            if (!bPush && !arrModel.empty()) arrModel.pop_front();
             ASSERT_EQ(stQueue.size(), static_cast<int>(arrModel.size())) << nSeed << ' ' << i;
             ASSERT_EQ(stQueue.empty(), arrModel.empty());
             ASSERT_EQ(stQueue.front(), arrModel.empty() ? 0 : arrModel.front());
@@ -144,8 +140,8 @@ TEST(KestroMapStringTest, AgreesWithAMapWhicheverAllocationFails) {
         }
         const char* lpszKey;
         UINT nValue;
-        EXPECT_EQ(stMap.Count(), static_cast<int>(mapModel.size()));
-        EXPECT_EQ(stMap.GetCount(), static_cast<int>(mapModel.size()));
+        const int nCount = static_cast<int>(mapModel.size());
+        EXPECT_TRUE(stMap.Count() == nCount && stMap.GetCount() == nCount);
         auto stPosition = stMap.GetHeadPosition();
         while (stPosition) {
             stMap.GetNext(stPosition, lpszKey, nValue);

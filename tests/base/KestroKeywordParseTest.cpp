@@ -25,8 +25,7 @@ std::string Changed(std::string strWord, void (*lpfnChange)(char*, int)) {
     return strWord;
 }
 
-/** Lookup byte by byte, over lists built anew from the rows: chains by bucket, the first row in front, then backwards.
- */
+/** Lookup byte by byte, over chains built anew from the rows: by bucket, the first row in front, then backwards. */
 class CPlainLookup {
 public:
     CPlainLookup() {

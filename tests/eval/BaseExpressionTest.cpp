@@ -104,9 +104,7 @@ TEST(BaseExpression, KnowsThreeTruths) {
         EXPECT_EQ(CBaseExpression::Xor(nullptr, a, b, arResult[2]), ERR_OK);
         EXPECT_EQ(CBaseExpression::Not(nullptr, a, arResult[3]), ERR_OK);
         for (std::size_t i = 0; i < 4; ++i)
-            EXPECT_EQ(WordValue::Print(arResult[i]),
-                      arRow[i + 2] == "N" ? "null" : std::string("int:").append(arRow[i + 2]))
-                << i;
+            EXPECT_EQ(WordValue::Print(arResult[i]), arRow[i + 2] == "N" ? "null" : "int:" + arRow[i + 2]) << i;
     }
 }
 

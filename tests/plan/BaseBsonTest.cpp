@@ -152,14 +152,12 @@ TEST(BaseBson, AdoptsAndDetaches) {
     EXPECT_EQ(stBson.GetOffset(lpPiece), 88u);
     EXPECT_TRUE(stBson.AppendInt64(-2) && !stBson.AppendByte(1) && !stBson.AppendBuffer(arBlock, -1));
     EXPECT_EQ(arBlock[92] << 8 | arBlock[99], 0xFEFF);
-    const struct {
-        UINT m_nStart, m_nOffset;
-        LPBYTE m_lpAddr;
-    } ROWS[] = {{0, 0, nullptr},     {0, 1, arBlock + 1},      {0, 99, arBlock + 99},    {0, 100, nullptr},
-                {9, 0, arBlock + 9}, {9, 0xFFFFFFF7, nullptr}, {0, 0xFFFFFFFF, nullptr}, {9, 91, nullptr}};
-    for (const auto& stRow : ROWS) {
-        stBson.SetBsonStartOffset(stRow.m_nStart);
-        EXPECT_EQ(stBson.ConvertOffset2Addr(stRow.m_nOffset), stRow.m_lpAddr) << stRow.m_nOffset;
+    const std::tuple<UINT, UINT, LPBYTE> ROWS[] = {
+        {0, 0, nullptr},     {0, 1, arBlock + 1},      {0, 99, arBlock + 99},    {0, 100, nullptr},
+        {9, 0, arBlock + 9}, {9, 0xFFFFFFF7, nullptr}, {0, 0xFFFFFFFF, nullptr}, {9, 91, nullptr}};
+    for (const auto& [nStart, nPlace, lpAddr] : ROWS) {
+        stBson.SetBsonStartOffset(nStart);
+        EXPECT_EQ(stBson.ConvertOffset2Addr(nPlace), lpAddr) << nPlace;
     }
     EXPECT_EQ(stBson.DetachBuffer(), arBlock);
     EXPECT_FALSE(stBson.GetBuffer() || stBson.GetBsonBufferSize() || stBson.ConvertOffset2Addr(1));

@@ -91,28 +91,21 @@ TEST(ParseConditionTest, ComparisonsAndLogic) {
                Where);
 }
 
+// Codes and conditions, with "|" between them and "^" in front of the word at fault.
 TEST(ParseConditionTest, FaultsTellTheirWord) {
-    const std::pair<const char*, std::vector<std::string>> ROWS[] = {
-        {"99:", {"a(+) = b(+^)"}},
-        {"505:", {"(a = ^1", "a = ANY ^1", "a = any (^select b from s", "^select b from s"}},
-        {"514:", {"a is ^1", "a is not ^1", "a is not ^not null", "a in (1) ^b"}},
-        {"515:",
-         {"a = ^", "a = ^= 1", "a and ^or b", "a = 1^)", "a = ^exists (select 1)", "a in ^1", "a in ^(1", "a in (^)",
-          "a in (1,^,2)", "a in (^sum(b))", "^sum(a) > 1", "^abs(sum(a)) > 1", "a ^b = 1",
-          "a in (select b from s where ^sum(c) = 1)"}},
-        {"558:",
-         {"^", "(^)", "^= 1", "^)", "^node", "a = (b ^= 1)", "a between ^1", "a between 1 ^or 2",
-          "a between (1 ^and 2)", "1+2 ^like 'x'", "upper(a) ^not like 'x'", "a(+^)", "a between 1(+) ^and 2",
-          "a in (1)^(+) and b = c", "(a = 1)^(+) and b = c", "a = ANY (^1)", "^prior a = b",
-          "a ^exists (select b from s)"}},
-        {"567:", {"a in (^select b from s for update)", "a = (^select b from s for update)"}},
-        {"610:", {"a = b ^= c"}}};
-    for (const auto& [strCode, vecText] : ROWS)
-        for (std::string strText : vecText) {
-            const std::string strMarked = strCode + strText;
-            strText.erase(strText.find('^'), 1);
-            EXPECT_EQ(Where(strText), strMarked);
-        }
+    for (const std::string& strMarked :
+         Fields("99:a(+) = b(+^)|505:(a = ^1|505:a = ANY ^1|505:a = any (^select b from s|505:^select b from s|"
+                "514:a is ^1|514:a is not ^1|514:a is not ^not null|514:a in (1) ^b|515:a = ^|515:a = ^= 1|"
+                "515:a and ^or b|515:a = 1^)|515:a = ^exists (select 1)|515:a in ^1|515:a in ^(1|515:a in (^)|"
+                "515:a in (1,^,2)|515:a in (^sum(b))|515:^sum(a) > 1|515:^abs(sum(a)) > 1|515:a ^b = 1|"
+                "515:a in (select b from s where ^sum(c) = 1)|558:^|558:(^)|558:^= 1|558:^)|558:^node|"
+                "558:a = (b ^= 1)|558:a between ^1|558:a between 1 ^or 2|558:a between (1 ^and 2)|558:1+2 ^like 'x'|"
+                "558:upper(a) ^not like 'x'|558:a(+^)|558:a between 1(+) ^and 2|558:a in (1)^(+) and b = c|"
+                "558:(a = 1)^(+) and b = c|558:a = ANY (^1)|558:^prior a = b|558:a ^exists (select b from s)|"
+                "567:a in (^select b from s for update)|567:a = (^select b from s for update)|610:a = b ^= c")) {
+        std::string strText = strMarked.substr(strMarked.find(':') + 1);
+        EXPECT_EQ(Where(strText.erase(strText.find('^'), 1)), strMarked);
+    }
 }
 
 TEST(ParseConditionTest, SubQueries) {

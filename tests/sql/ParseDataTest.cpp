@@ -13,22 +13,19 @@ class CDataPrinter : CPlanText {
 public:
     using CPlanText::CPlanText;
     std::string Print() {
-        Statement();
+        const UINT nCommand = m_stPlan.Head().m_nCommandOffset;
+        const BYTE bType = m_stPlan.Head().m_nType;
+        if (bType == PLAN_INSERT) Insert(At<INSERTEXECUTEPLANBSON>(nCommand));
+        if (bType == PLAN_DELETE) Rows(At<DELETEEXECUTEPLANBSON>(nCommand));
+        if (bType == PLAN_UPDATE) {
+            const auto& stUpdate = At<UPDATEEXECUTEPLANBSON>(nCommand);
+            Rows(stUpdate);
+            Fields(stUpdate.m_nExecuteFieldOffset, stUpdate.m_nExecuteFieldNum);
+        }
         return m_stText.str();
     }
 
 private:
-    void Statement() {
-        const UINT nCommand = m_stPlan.Head().m_nCommandOffset;
-        if (m_stPlan.Head().m_nType == PLAN_INSERT) return Insert(At<INSERTEXECUTEPLANBSON>(nCommand));
-        if (m_stPlan.Head().m_nType == PLAN_DELETE) {
-            const auto& stDelete = At<DELETEEXECUTEPLANBSON>(nCommand);
-            return Rows(stDelete.m_stExecuteObject, stDelete.m_nQueryPlanOffset);
-        }
-        const auto& stUpdate = At<UPDATEEXECUTEPLANBSON>(nCommand);
-        Rows(stUpdate.m_stExecuteObject, stUpdate.m_nQueryPlanOffset);
-        Fields(stUpdate.m_nExecuteFieldOffset, stUpdate.m_nExecuteFieldNum);
-    }
     void Insert(const INSERTEXECUTEPLANBSON& stInsert) {
         const EXECUTERECORDINFO& stRows = stInsert.m_stExecuteObject.m_stExecuteRecord;
         const auto& stObject = At<OBJECTBSON>(stInsert.m_stExecuteObject.m_nObjectOffset);
@@ -50,9 +47,10 @@ private:
         }
     }
 
-    void Rows(const EXECUTEOBJECTINFO& stTarget, UINT nQuery) {
-        EXPECT_EQ(stTarget.m_nObjectOffset, At<QUERYEXECUTEPLANBSON>(nQuery).m_nObjectOffset);
-        m_stText << CQueryText(m_stPlan).Query(nQuery);
+    void Rows(const auto& st) {
+        EXPECT_EQ(st.m_stExecuteObject.m_nObjectOffset,
+                  At<QUERYEXECUTEPLANBSON>(st.m_nQueryPlanOffset).m_nObjectOffset);
+        m_stText << CQueryText(m_stPlan).Query(st.m_nQueryPlanOffset);
     }
 
     void Value(UINT nOffset, BYTE bClass, const char* lpszBefore = "") {

@@ -168,28 +168,25 @@ TEST(ParseExpression, CaseTakesPairsAndOneElse) {
 TEST(ParseExpression, HostileLengthsAndDepths) {
     constexpr int MANY = 100000;
     constexpr int DEPTH = CParseDepth::DEPTH_MAX - 1;
-    const struct {
-        std::string m_strExpression;
-        int m_nCode;
-    } ROWS[] = {{Repeat("+1", MANY, "sum(a)"), ERR_OK},
-                {Repeat("(", MANY) + Repeat(")", MANY, "a"), ERR_OK},
-                {Repeat("sum(a)+(", MANY) + Repeat(")", MANY, "1"), ERR_OK},
-                {Repeat("- ", MANY, "", "sum(a)"), ERR_OK},
-                {Repeat("sum(a)||", MANY), ERR_EXPECT_EXPRESSION},
-                {Repeat("(", MANY), ERR_EXPECT_EXPRESSION},
-                {Repeat(")", MANY, "a"), ERR_EXPECT_EXPRESSION},
-                {Repeat("abs(", MANY), ERR_EXPECT_FUNCTION},
-                {Repeat("abs(", DEPTH) + Repeat(")", DEPTH, "a"), ERR_OK},
-                {Repeat("abs(", DEPTH + 1) + Repeat(")", DEPTH + 1, "a"), ERR_EXPECT_EXPRESSION},
-                {Repeat(",a", 254, "greatest(a", ")"), ERR_OK},
-                {Repeat(",a", 255, "greatest(a", ")"), ERR_EXPECT_FUNCTION},
-                {Repeat(",", MANY, "greatest(a", ")"), ERR_EXPECT_FUNCTION},
-                {Repeat("0", MANY, "1"), ERR_DECIMAL_PRECISION},
-                {Repeat("'", 2 * MANY), ERR_OK},
-                {std::string(66, 'a'), ERR_EXPECT_EXPRESSION}};
-    for (const auto& stRow : ROWS)
-        EXPECT_EQ(CExpressionParse(stRow.m_strExpression, LARGE).m_nCode, stRow.m_nCode)
-            << stRow.m_strExpression.substr(0, 20);
+    const std::pair<std::string, int> ROWS[] = {
+        {Repeat("+1", MANY, "sum(a)"), ERR_OK},
+        {Repeat("(", MANY) + Repeat(")", MANY, "a"), ERR_OK},
+        {Repeat("sum(a)+(", MANY) + Repeat(")", MANY, "1"), ERR_OK},
+        {Repeat("- ", MANY, "", "sum(a)"), ERR_OK},
+        {Repeat("sum(a)||", MANY), ERR_EXPECT_EXPRESSION},
+        {Repeat("(", MANY), ERR_EXPECT_EXPRESSION},
+        {Repeat(")", MANY, "a"), ERR_EXPECT_EXPRESSION},
+        {Repeat("abs(", MANY), ERR_EXPECT_FUNCTION},
+        {Repeat("abs(", DEPTH) + Repeat(")", DEPTH, "a"), ERR_OK},
+        {Repeat("abs(", DEPTH + 1) + Repeat(")", DEPTH + 1, "a"), ERR_EXPECT_EXPRESSION},
+        {Repeat(",a", 254, "greatest(a", ")"), ERR_OK},
+        {Repeat(",a", 255, "greatest(a", ")"), ERR_EXPECT_FUNCTION},
+        {Repeat(",", MANY, "greatest(a", ")"), ERR_EXPECT_FUNCTION},
+        {Repeat("0", MANY, "1"), ERR_DECIMAL_PRECISION},
+        {Repeat("'", 2 * MANY), ERR_OK},
+        {std::string(66, 'a'), ERR_EXPECT_EXPRESSION}};
+    for (const auto& [strExpression, nCode] : ROWS)
+        EXPECT_EQ(CExpressionParse(strExpression, LARGE).m_nCode, nCode) << strExpression.substr(0, 20);
 }
 
 } // namespace

@@ -72,24 +72,22 @@ TEST(ParseSqlAlter, SetsAndOrdersTheRest) {
 }
 
 TEST(ParseSqlAlter, SetsTheTransactionAndTheTimeZone) {
-    ExpectRows({"set transaction read only => KESTRO_READWRITE_MODE\" bDataBuffer=1}",
-                "set transaction read write and more => KESTRO_READWRITE_MODE\" bDataBuffer=0}",
-                "set transaction isolation level repeatable read => SERVER_ISOLATIONLEVEL\" bDataBuffer=0}",
-                "set transaction isolation level read committed => SERVER_ISOLATIONLEVEL\" bDataBuffer=1}",
-                "set transaction isolation level serializable => SERVER_ISOLATIONLEVEL\" bDataBuffer=2}",
-                "set timezone 8 => KESTRO_TIME_ZONE\" bDataBuffer=8}",
-                "set timezone -11 => KESTRO_TIME_ZONE\" bDataBuffer=-11}"},
-               [](const std::string& strSql) {
-                   constexpr std::string_view SET = "7{bDataType=1 pParameter=\"";
-                   const std::string strPlan = Altered(strSql);
-                   return strPlan.starts_with(SET) ? strPlan.substr(SET.size()) : strPlan;
-               });
-    ExpectRows({"set => 825 at 0", "set names utf8 => 825 at 0", "set transaction => 825 at 1",
-                "set transaction read never => 825 at 2", "set transaction isolation read => 825 at 2",
-                "set transaction isolation level none => 825 at 3",
-                "set transaction isolation level read uncommitted => 825 at 4", "set timezone => 513 at 1",
-                "set timezone east => 513 at 1"},
-               Altered);
+    ExpectRows(
+        {"set transaction read only => 7{bDataType=1 pParameter=\"KESTRO_READWRITE_MODE\" bDataBuffer=1}",
+         "set transaction read write and more => 7{bDataType=1 pParameter=\"KESTRO_READWRITE_MODE\" bDataBuffer=0}",
+         "set transaction isolation level repeatable read => 7{bDataType=1 pParameter=\"SERVER_ISOLATIONLEVEL\" "
+         "bDataBuffer=0}",
+         "set transaction isolation level read committed => 7{bDataType=1 pParameter=\"SERVER_ISOLATIONLEVEL\" "
+         "bDataBuffer=1}",
+         "set transaction isolation level serializable => 7{bDataType=1 pParameter=\"SERVER_ISOLATIONLEVEL\" "
+         "bDataBuffer=2}",
+         "set timezone 8 => 7{bDataType=1 pParameter=\"KESTRO_TIME_ZONE\" bDataBuffer=8}",
+         "set timezone -11 => 7{bDataType=1 pParameter=\"KESTRO_TIME_ZONE\" bDataBuffer=-11}", "set => 825 at 0",
+         "set names utf8 => 825 at 0", "set transaction => 825 at 1", "set transaction read never => 825 at 2",
+         "set transaction isolation read => 825 at 2", "set transaction isolation level none => 825 at 3",
+         "set transaction isolation level read uncommitted => 825 at 4", "set timezone => 513 at 1",
+         "set timezone east => 513 at 1"},
+        Altered);
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #include <sstream>
 #include <string>
 
-#include "ExactBytes.h"
+#include "Fields.h"
 #include "ParseSql.h"
 
 namespace {
@@ -55,12 +55,8 @@ TEST(ParseSqlWordsTest, AddsAndInserts) {
     stu_KestroWordArray stWords;
     EXPECT_EQ(stParse.AddWord(nullptr, 0, 5, 0, &stWords), 0);
     EXPECT_EQ(stParse.InsertWord(nullptr, 0, 5, 0, &stWords), 0);
-    const struct {
-        const char* m_lpszText;
-        int m_nIndex;
-    } INSERTED[] = {{"b", 0}, {"d", 1}, {"c", 1}, {"a", -3}, {"e", 99}};
-    for (const auto& stRow : INSERTED)
-        EXPECT_EQ(stParse.InsertWord(stRow.m_lpszText, 7, 1, stRow.m_nIndex, &stWords), 0);
+    for (const auto& [lpszText, nIndex] : {std::pair{"b", 0}, {"d", 1}, {"c", 1}, {"a", -3}, {"e", 99}})
+        EXPECT_EQ(stParse.InsertWord(lpszText, 7, 1, nIndex, &stWords), 0);
     EXPECT_EQ(Print(stWords), "7:a 7:b 7:c 7:d 7:e");
     EXPECT_EQ(stParse.GetKeyword(&stWords, 4), WORD_NAME);
     stWords = {};
@@ -72,17 +68,13 @@ TEST(ParseSqlWordsTest, AddsAndInserts) {
 }
 
 TEST(ParseSqlWordsTest, MakesCapitalsBetweenStrings) {
-    for (const auto& [strText, strUpper] :
-         std::initializer_list<std::pair<std::string, std::string>>{{"", ""},
-                                                                    {"select 'it''s' || a", "SELECT 'it''s' || A"},
-                                                                    {"'a'b'c", "'a'B'c"},
-                                                                    {"a'b", "A'b"},
-                                                                    {"a'", "A'"},
-                                                                    {"\"a\" `b` \xE4z{", "\"A\" `B` \xE4Z{"}}) {
-        const ExactText stText(strText);
-        CParseSql::MakeUpper(stText.Data(), stText.Size());
-        EXPECT_EQ(stText.View(), strUpper);
-    }
+    ExpectRows({" => ", "select 'it''s' || a => SELECT 'it''s' || A", "'a'b'c => 'a'B'c", "a'b => A'b", "a' => A'",
+                "\"a\" `b` \xE4z{ => \"A\" `B` \xE4Z{"},
+               [](const std::string& strText) {
+                   const ExactText stText(strText);
+                   CParseSql::MakeUpper(stText.Data(), stText.Size());
+                   return std::string(stText.View());
+               });
     CParseSql::MakeUpper(nullptr, -1);
 }
 

@@ -162,11 +162,11 @@ private:
             case VT_DEFAULT:
                 return "DEFAULT";
             case VT_INT:
-                return szData.size() == 4 ? std::to_string(Number<int>(szData)) + "i" : "BAD";
+                return Number<int>(szData, "%di");
             case VT_BIGINT:
-                return szData.size() == 8 ? std::to_string(Number<long long>(szData)) + "l" : "BAD";
+                return Number<long long>(szData, "%lldl");
             case VT_DOUBLE:
-                return szData.size() == 8 ? PrintText("%.6gf", Number<double>(szData)) : "BAD";
+                return Number<double>(szData, "%.6gf");
             case VT_DECIMAL:
                 return Decimal(szData);
             case VT_VARCHAR:
@@ -189,10 +189,11 @@ private:
     }
 
     template <typename T>
-    static T Number(std::string_view szData) {
+    static std::string Number(std::string_view szData, const char* lpszFormat) {
         T tValue{};
-        if (szData.size() == sizeof tValue) std::memcpy(&tValue, szData.data(), sizeof tValue);
-        return tValue;
+        if (szData.size() != sizeof tValue) return "BAD";
+        std::memcpy(&tValue, szData.data(), sizeof tValue);
+        return PrintText(lpszFormat, tValue);
     }
 
     static std::string Decimal(std::string_view szData) {

@@ -172,19 +172,18 @@ TEST(VarData, TruthIsThreeValued) {
 }
 
 TEST(VarData, CharactersAndWildcardsStayInsideTheLength) {
-    const struct {
-        const char* m_lpszText;
-        int m_nLen, m_nChars;
-        bool m_bWild;
-    } arRows[] = {{"abc", 4, 3, false}, {"\xF0\x9F\x98\x80\xE4\xB8\xAD", 8, 2, false},
-                  {"\1\2", 3, 2, true}, {"", 1, 0, true},
-                  {"abc", -5, 0, true}, {"ab\0cd", 6, 2, false}};
-    for (const auto& stRow : arRows) {
+    const auto Check = [](const char* lpszText, int nLen, int nChars, bool bWild) {
         st_VARDATA st;
-        st.SetData(stRow.m_lpszText, stRow.m_nLen, 0);
-        EXPECT_EQ(stRow.m_nChars, st.GetCharNum()) << stRow.m_lpszText;
-        EXPECT_EQ(stRow.m_bWild, st.IsAllWildcard()) << stRow.m_lpszText;
-    }
+        st.SetData(lpszText, nLen, 0);
+        EXPECT_EQ(nChars, st.GetCharNum()) << lpszText;
+        EXPECT_EQ(bWild, st.IsAllWildcard()) << lpszText;
+    };
+    Check("abc", 4, 3, false);
+    Check("\xF0\x9F\x98\x80\xE4\xB8\xAD", 8, 2, false);
+    Check("\1\2", 3, 2, true);
+    Check("", 1, 0, true);
+    Check("abc", -5, 0, true);
+    Check("ab\0cd", 6, 2, false);
     char szText[] = "aZ\xC3\xA9z";
     st_VARDATA st;
     st.SetData(szText, 3, 0);
