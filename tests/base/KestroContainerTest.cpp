@@ -88,16 +88,11 @@ TEST(KestroStackTest, KeepsTheOrderOfAVector) {
     CKestroStack stStack;
     std::vector<void*> arrModel;
     for (int i = 0; i < 5000; ++i) {
-        if (stRandom() % 500 == 0) {
-            stStack.free();
-            arrModel.clear();
-        } else if (stRandom() % 5 < 3) {
-            stStack.push(&arCell[i % 500]);
-            arrModel.push_back(&arCell[i % 500]);
-        } else {
-            stStack.pop();
-            if (!arrModel.empty()) arrModel.pop_back();
-        }
+        const bool bPush = stRandom() % 5 < 3;
+        bPush ? stStack.push(&arCell[i % 500]) : stStack.pop();
+        if (bPush) arrModel.push_back(&arCell[i % 500]);
+        if (!bPush && !arrModel.empty()) arrModel.pop_back();
+        if (stRandom() % 500 == 0) stStack.free(), arrModel.clear();
         const int nSize = static_cast<int>(arrModel.size());
         ASSERT_EQ(stStack.size(), nSize);
         ASSERT_EQ(stStack.top(), arrModel.empty() ? nullptr : arrModel.back());

@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <random>
+#include <set>
 
 #include "ScratchDir.h"
 
@@ -18,12 +18,12 @@ void Check(const std::string& strBytes) {
 }
 
 std::vector<std::string> Corpus() {
-    std::vector<std::string> strPaths, strStatements;
+    std::set<std::filesystem::path> setPath;
     for (const auto& stEntry : std::filesystem::directory_iterator(KESTRO_FUZZ "/corpus"))
-        strPaths.push_back(stEntry.path());
-    std::sort(strPaths.begin(), strPaths.end());
-    for (const std::string& strPath : strPaths)
-        strStatements.push_back(ReadFile(strPath));
+        setPath.insert(stEntry.path());
+    std::vector<std::string> strStatements;
+    for (const auto& stPath : setPath)
+        strStatements.push_back(ReadFile(stPath));
     return strStatements;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Fields.h"
 #include "PlanLine.h"
+#include "PlanMaker.h"
 #include "QueryText.h"
 
 namespace {
@@ -52,6 +53,18 @@ TEST(ParseJoin, WalksALongCondition) {
     };
     const std::string strSql = Repeat(" and a.y = 1", 100'000, "select 1 from a, b where a.x = b.x(+)");
     EXPECT_EQ(CompiledAs(strSql, HasTree), "tree");
+}
+
+// A second comparison comes into the node of the first one, a third into a new one.
+TEST(ParseJoin, GathersComparisons) {
+    CPlanMaker stMaker(PLAN_SELECT);
+    UINT nCondition = 0;
+    for (const UINT nCompare : {101u, 102u, 103u})
+        EXPECT_EQ(CreateJoinCondition(stMaker.m_stBson, nCompare, nCondition), ERR_OK);
+    const auto* lp = reinterpret_cast<BASECONDITIONBSON*>(stMaker.m_stBson.ConvertOffset2Addr(nCondition));
+    EXPECT_TRUE(lp->m_bConditionType1 == CONDITION_NODE && lp->m_nConditionOffset2 == 103);
+    lp = reinterpret_cast<BASECONDITIONBSON*>(stMaker.m_stBson.ConvertOffset2Addr(lp->m_nConditionOffset1));
+    EXPECT_TRUE(lp->m_bLogicOperator == LOGIC_AND && lp->m_nConditionOffset1 == 101 && lp->m_nConditionOffset2 == 102);
 }
 
 } // namespace

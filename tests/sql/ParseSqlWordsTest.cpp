@@ -67,6 +67,18 @@ TEST(ParseSqlWordsTest, AddsAndInserts) {
     EXPECT_EQ(Print(stWords), "0:'a'b' 0:'' 0:''' 0:'''' 0:'a'' 0:''' 0:a''b 0:`a''b` 0:' 1:'a''b' 2:");
 }
 
+TEST(ParseSqlWordsTest, ManyWordsKeepTheirPlaces) {
+    CParseSql stParse;
+    stu_KestroWordArray stWords;
+    ASSERT_EQ(stParse.Parse(Repeat(",w", 9000).c_str(), 0, &stWords), 0);
+    ASSERT_EQ(stParse.GetKeyword(&stWords, 0), WORD_COMMA);
+    for (int i = 18000; i < 60000; ++i)
+        ASSERT_EQ(stParse.AddWord("w", i, 1, 0, &stWords), 0);
+    EXPECT_EQ(stWords.m_arKeyword[0], WORD_COMMA);
+    for (int i = 0; i < 60000; ++i)
+        ASSERT_TRUE(stWords.m_arPos[i] == i && stWords.m_arWordLen[i] == 1) << i;
+}
+
 TEST(ParseSqlWordsTest, MakesCapitalsBetweenStrings) {
     ExpectRows({" => ", "select 'it''s' || a => SELECT 'it''s' || A", "'a'b'c => 'a'B'c", "a'b => A'b", "a' => A'",
                 "\"a\" `b` \xE4z{ => \"A\" `B` \xE4Z{"},

@@ -278,11 +278,10 @@ TEST(KestroDateFormat, ReadPartsMakeAMomentOrNone) {
          "2017-03-05 07 | %Y-%m-%d %H => 1504", "0708 | HH24MI => 1504", "2017-03 | YYYY-MM => 1504",
          "5.3. | DD.MM. => 1504", " | YYYY => 1504", " |  => 1504"},
         [](const std::string& strRow) { return ReadMoment(Cut(strRow).first.c_str(), Cut(strRow).second.c_str()); });
-    EXPECT_EQ("2017-03-05 00:00:00.000000", ReadMoment("2017-03-05", nullptr));
-    EXPECT_EQ("2017-03-05 10:11:12.000000", ReadMoment("20170305101112", nullptr));
-    EXPECT_EQ("2017-03-20 10:11:12.000000", ReadMoment("10:11:12", nullptr));
-    EXPECT_EQ("1504", ReadMoment(nullptr, "%Y"));
-    EXPECT_EQ("1504", ReadMoment(nullptr, nullptr));
+    ExpectRows({"2017-03-05 => 2017-03-05 00:00:00.000000", "20170305101112 => 2017-03-05 10:11:12.000000",
+                "10:11:12 => 2017-03-20 10:11:12.000000"},
+               [](const std::string& strText) { return ReadMoment(strText.c_str(), nullptr); });
+    EXPECT_EQ("1504 1504", ReadMoment(nullptr, "%Y") + " " + ReadMoment(nullptr, nullptr));
 }
 
 TEST(KestroDateFormat, WrittenTextsAreReadBack) {
