@@ -79,25 +79,23 @@ TEST_F(LinuxCommonAPI, NamesPrograms) {
 TEST_F(LinuxCommonAPI, OpensByDisposition) {
     constexpr DWORD READ = GENERIC_READ, WRITE = GENERIC_WRITE, BOTH = READ | WRITE, NONE = 0;
     // The size of a file of 3 bytes after the call, and of one that was missing; -1 for no handle.
-    const struct {
-        DWORD m_nDisposition, m_nAccess;
-        int m_nExisting, m_nMissing;
-    } arRows[] = {{CREATE_NEW, BOTH, -1, 0},         {CREATE_NEW, NONE, -1, -1},       {CREATE_ALWAYS, BOTH, 0, 0},
-                  {CREATE_ALWAYS, READ, 0, 0},       {CREATE_ALWAYS, NONE, -1, -1},    {77, WRITE, 0, 0},
-                  {OPEN_EXISTING, BOTH, 3, -1},      {OPEN_EXISTING, READ, 3, -1},     {OPEN_EXISTING, NONE, -1, -1},
-                  {OPEN_ALWAYS, BOTH, 3, 0},         {OPEN_ALWAYS, READ, 3, 0},        {TRUNCATE_EXISTING, BOTH, 0, -1},
-                  {TRUNCATE_EXISTING, READ, -1, -1}, {TRUNCATE_EXISTING, WRITE, 0, -1}};
+    const std::tuple<DWORD, DWORD, int, int> arRows[] = {
+        {CREATE_NEW, BOTH, -1, 0},         {CREATE_NEW, NONE, -1, -1},       {CREATE_ALWAYS, BOTH, 0, 0},
+        {CREATE_ALWAYS, READ, 0, 0},       {CREATE_ALWAYS, NONE, -1, -1},    {77, WRITE, 0, 0},
+        {OPEN_EXISTING, BOTH, 3, -1},      {OPEN_EXISTING, READ, 3, -1},     {OPEN_EXISTING, NONE, -1, -1},
+        {OPEN_ALWAYS, BOTH, 3, 0},         {OPEN_ALWAYS, READ, 3, 0},        {TRUNCATE_EXISTING, BOTH, 0, -1},
+        {TRUNCATE_EXISTING, READ, -1, -1}, {TRUNCATE_EXISTING, WRITE, 0, -1}};
     const std::string strFile = m_stScratch.Path("file");
-    for (const auto& stRow : arRows)
+    for (const auto& [nDisposition, nAccess, nExisting, nMissing] : arRows)
         for (const bool bExists : {true, false}) {
             std::filesystem::remove(strFile);
             if (bExists) WriteFile(strFile, "abc");
-            const HANDLE hFile = Kestro_OpenFile(strFile.c_str(), stRow.m_nAccess, 1, stRow.m_nDisposition, 0x80);
-            ASSERT_EQ(hFile ? Kestro_GetFileSize(hFile) : -1, bExists ? stRow.m_nExisting : stRow.m_nMissing)
-                << stRow.m_nDisposition << ' ' << stRow.m_nAccess << bExists;
+            const HANDLE hFile = Kestro_OpenFile(strFile.c_str(), nAccess, 1, nDisposition, 0x80);
+            ASSERT_EQ(hFile ? Kestro_GetFileSize(hFile) : -1, bExists ? nExisting : nMissing)
+                << nDisposition << ' ' << nAccess << bExists;
             struct stat stFile;
             EXPECT_TRUE(stat(strFile.c_str(), &stFile) != 0 || (stFile.st_mode & 0777) == 0666);
-            EXPECT_TRUE(!hFile || (write(*static_cast<int*>(hFile), "x", 1) == 1) == !!(stRow.m_nAccess & WRITE));
+            EXPECT_TRUE(!hFile || (write(*static_cast<int*>(hFile), "x", 1) == 1) == !!(nAccess & WRITE));
             Kestro_CloseFile(hFile);
         }
     std::filesystem::create_directories(m_stScratch.Path("folder/inner"));

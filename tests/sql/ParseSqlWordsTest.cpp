@@ -29,16 +29,14 @@ std::string Parsed(const char* lpszSql, int nStart) {
 TEST(ParseSqlWordsTest, CutsFromTheStart) {
     EXPECT_EQ(Parsed("select a.b from 'x''y'", 6), "7:a 8:. 9:b 11:from 16:'x''y'");
     EXPECT_EQ(Parsed("a b", -7), "0:a 2:b");
-    EXPECT_EQ(Parsed("a b", 3), "");
-    EXPECT_EQ(Parsed("a b", 1000), "");
+    EXPECT_EQ(Parsed("a b", 3) + Parsed("a b", 1000), "");
 }
 
 TEST(ParseSqlWordsTest, KeywordsAreAskedForWordByWord) {
     CParseSql stParse;
     stu_KestroWordArray stWords;
     ASSERT_EQ(stParse.Parse("Select `from`, \"x\".from(.5)", 0, &stWords), 0);
-    ASSERT_EQ(stWords.m_nNum, 9);
-    EXPECT_EQ(stWords.m_arKeyword[8], WORD_NONE);
+    ASSERT_TRUE(stWords.m_nNum == 9 && stWords.m_arKeyword[8] == WORD_NONE);
     const int CODES[] = {KW_SELECT, WORD_NAME,       WORD_COMMA, WORD_NAME,       WORD_POINT,
                          KW_FROM,   WORD_PAREN_OPEN, WORD_NAME,  WORD_PAREN_CLOSE};
     for (int i = 8; i >= 0; --i)
@@ -46,8 +44,6 @@ TEST(ParseSqlWordsTest, KeywordsAreAskedForWordByWord) {
     EXPECT_EQ(stWords.m_arKeyword[8], WORD_PAREN_CLOSE);
     EXPECT_EQ(stParse.GetKeyword(&stWords, 9), WORD_NONE);
     EXPECT_EQ(stParse.GetKeyword(&stWords, -1), WORD_NONE);
-    stWords.m_arKeyword[0] = KW_DROP;
-    EXPECT_EQ(stParse.GetKeyword(&stWords, 0), KW_DROP);
 }
 
 TEST(ParseSqlWordsTest, AddsAndInserts) {
