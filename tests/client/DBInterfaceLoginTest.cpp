@@ -1,30 +1,24 @@
 #include <sys/resource.h>
-#include <sys/syscall.h>
 
 #include <set>
 
 #include "LinkTest.h"
+#include "RecordsetMaker.h"
 
 namespace {
 
 class DBInterfaceLogin : public CLinkTest {
 protected:
-    struct NODE {
-        const char* m_lpszIP;
-        unsigned short m_usPort;
-    };
+    using NODE = std::pair<const char*, unsigned short>;
     static unsigned HostIP(const char* lpszIP) { return ntohl(inet_addr(lpszIP)); }
     /** The state of a cluster; every node is known to the others by the address that clients use. */
     static std::string Cluster(const NODE& stMaster, const std::vector<NODE>& arNode, int nNum) {
         std::string strBody(10 + 30 * arNode.size(), '\x55');
-        Put(strBody, 0, HostIP(stMaster.m_lpszIP));
-        Put(strBody, 4, stMaster.m_usPort);
-        Put(strBody, 6, nNum);
+        strBody.replace(0, 10, RawBytes(HostIP(stMaster.first), stMaster.second, nNum));
         for (std::size_t i = 0; i < arNode.size(); ++i) {
-            Put(strBody, 10 + 30 * i, HostIP(arNode[i].m_lpszIP));
-            Put(strBody, 14 + 30 * i, HostIP(arNode[i].m_lpszIP));
-            Put(strBody, 18 + 30 * i, arNode[i].m_usPort);
-            Put(strBody, 36 + 30 * i, static_cast<unsigned>(1000 + i));
+            const unsigned nIP = HostIP(arNode[i].first), nInfo = static_cast<unsigned>(1000 + i);
+            strBody.replace(10 + 30 * i, 10, RawBytes(nIP, nIP, arNode[i].second));
+            Put(strBody, 36 + 30 * i, nInfo);
         }
         return strBody;
     }
@@ -41,15 +35,10 @@ TEST_F(DBInterfaceLogin, ProbesAndLogsIn) {
     m_stLink.GetSocketInfo(dwIP, usPort);
     EXPECT_NE(dwIP, 0u);
 
-    std::string strLogin(100, '\0');
-    const std::string strName = std::filesystem::read_symlink("/proc/self/exe").filename().string().substr(0, 24);
-    strLogin[0] = 1;
-    strLogin.replace(2, strName.size(), strName);
-    Put(strLogin, 26, getpid());
-    Put(strLogin, 30, static_cast<int>(syscall(SYS_gettid)));
-    Put(strLogin, 34, dwIP);
-    Put(strLogin, 38, usPort);
-    strLogin.replace(40, 3, "sys").replace(76, 24, 24, 'p');
+    std::string strName = std::filesystem::read_symlink("/proc/self/exe").filename().string();
+    strName.resize(24);
+    const std::string strLogin = std::string("\1\0", 2) + strName + RawBytes(getpid(), gettid(), dwIP, usPort) + "sys" +
+                                 std::string(33, '\0') + std::string(24, 'p');
     std::vector<PEERFRAME> arFrame = m_stPeer.Frames(0, true);
     ASSERT_EQ(arFrame.size(), 2u);
     EXPECT_EQ(arFrame[0].m_strHead, HeadBytes(65, 0xFA, 0, 0, 0));
@@ -65,8 +54,7 @@ TEST_F(DBInterfaceLogin, ProbesAndLogsIn) {
     EXPECT_TRUE(Logged("888042010 UserLogOut User login logout, user name sys, return value: 12"));
     arFrame = m_stPeer.Frames(0, true);
     ASSERT_EQ(arFrame.size(), 3u) << "no database comes back";
-    EXPECT_EQ(arFrame[0].Command(), MF_CMD_LOGOUT);
-    EXPECT_EQ(Get<int>(arFrame[2].m_strHead, 4), 0);
+    EXPECT_TRUE(arFrame[0].Command() == MF_CMD_LOGOUT && Get<int>(arFrame[2].m_strHead, 4) == 0);
 
     // So is the one after a link that was lost and never came back.
     m_Script = [](const PEERFRAME&) { return PEERANSWER("", PEER_CLOSES); };
@@ -74,35 +62,27 @@ TEST_F(DBInterfaceLogin, ProbesAndLogsIn) {
     EXPECT_EQ(m_stLink.m_nSessionID, SESSION_ID);
     m_stPeer.Frames(0, true);
     m_stLink.Close();
-    EXPECT_EQ(m_stLink.m_bLogin, 0);
-    EXPECT_EQ(m_stLink.m_nSessionID, 0);
+    EXPECT_TRUE(m_stLink.m_bLogin == 0 && m_stLink.m_nSessionID == 0 && m_stPeer.Count() == 0);
     EXPECT_STREQ(m_stLink.m_szUserName, "sys") << "no logout, so they stay";
-    EXPECT_TRUE(m_stPeer.Frames().empty());
 }
 
 TEST_F(DBInterfaceLogin, TellsAPortOfAnotherProtocol) {
-    const struct {
-        const char* m_lpszProbe;
-        const char* m_lpszLogin;
-        int m_nCode;
-    } ROWS[] = {
+    const std::tuple<const char*, const char*, int> ROWS[] = {
         {"HTTP/1.1 400 Bad Request\r\n\r\n", nullptr, ERR_CONNECT}, // not even the token
         {"\x03", nullptr, ERR_CONNECT},                             // too little to see it
         {nullptr, "\x04", ERR_PROTOCOL},
         {nullptr, "", ERR_RECEIVE},
     };
-    for (const auto& stRow : ROWS) {
-        m_Script = [&](const PEERFRAME& stFrame) {
-            const char* lpszStart = stFrame.Command() == MF_CMD_LOGIN ? stRow.m_lpszLogin : stRow.m_lpszProbe;
+    for (const auto& [lpszProbe, lpszLogin, nCode] : ROWS) {
+        m_Script = [&, lpszProbe = lpszProbe, lpszLogin = lpszLogin](const PEERFRAME& stFrame) {
+            const char* lpszStart = stFrame.Command() == MF_CMD_LOGIN ? lpszLogin : lpszProbe;
             if (!lpszStart) return Welcome(stFrame);
-            std::string strReply = Welcome(stFrame).m_strBytes;
-            return PEERANSWER(std::string(lpszStart) + (*lpszStart == 4 ? strReply.substr(1) : ""),
-                              *lpszStart == 4 ? PEER_STAYS : PEER_CLOSES);
+            if (*lpszStart != 4) return PEERANSWER(lpszStart, PEER_CLOSES);
+            return PEERANSWER(lpszStart + Welcome(stFrame).m_strBytes.substr(1));
         };
-        EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), stRow.m_nCode);
-        EXPECT_EQ(m_stLink.m_nSocket, -1);
-        EXPECT_EQ(m_stLink.m_bLogin, 0);
-        EXPECT_EQ(Logged("888043002 ConnectToService "), stRow.m_lpszProbe != nullptr);
+        EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), nCode);
+        EXPECT_TRUE(m_stLink.m_nSocket == -1 && m_stLink.m_bLogin == 0);
+        EXPECT_EQ(Logged("888043002 ConnectToService "), lpszProbe != nullptr);
     }
     // A server that refuses the probe, or tells too much, is one of ours all the same.
     for (const std::size_t nLen : {std::size_t{0}, std::size_t{5000}}) {
@@ -131,13 +111,12 @@ TEST_F(DBInterfaceLogin, SurvivesALoginCutAtEachByte) {
                 m_Script = Cut;
                 const int nCode = m_stLink.OpenAt(m_stPeer.Port());
                 // A probe that fails is none: the login finds out, if not the first bytes did.
-                const std::set<int> arExpected = !bProbe ? std::set<int>{bCloses ? ERR_RECEIVE : ERR_LINK_RESET}
-                                                 : nCut > 0 && nCut <= 2
-                                                     ? std::set<int>{ERR_CONNECT}
-                                                     : std::set<int>{ERR_SEND, ERR_RECEIVE, ERR_LINK_RESET};
+                std::set<int> arExpected{bCloses ? ERR_RECEIVE : ERR_LINK_RESET};
+                if (bProbe) arExpected = {ERR_SEND, ERR_RECEIVE, ERR_LINK_RESET};
+                if (bProbe && nCut > 0 && nCut <= 2) arExpected = {ERR_CONNECT};
                 EXPECT_TRUE(arExpected.contains(nCode)) << nCode;
                 EXPECT_EQ(m_stLink.m_nSocket, -1);
-                EXPECT_EQ(m_stPeer.Frames(MF_CMD_LOGIN).size(), bProbe ? 0u : 1u);
+                EXPECT_EQ(m_stPeer.Count(MF_CMD_LOGIN), !bProbe);
             }
             m_Script = nullptr;
             ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
@@ -157,9 +136,10 @@ TEST_F(DBInterfaceLogin, ReadsOnPastRepliesToOthers) {
     int nStale = 4;
     m_Script = [&](const PEERFRAME& stFrame) {
         std::string strReply;
-        for (int i = 1; i <= nStale && stFrame.Command() != MF_CMD_CLUSTER_STATUS; ++i)
-            strReply +=
-                HeadBytes(1, stFrame.Token() + i, 0, 1, i == 4 ? 9000 : 0) + std::string(i == 4 ? 9000 : 0, 'b');
+        for (int i = 1; i <= nStale && stFrame.Command() != MF_CMD_CLUSTER_STATUS; ++i) {
+            const std::string strBody(i == 4 ? 9000 : 0, 'b');
+            strReply += HeadBytes(1, stFrame.Token() + i, 0, 1, strBody.size()) + strBody;
+        }
         return strReply + Welcome(stFrame).m_strBytes;
     };
     EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
@@ -174,9 +154,8 @@ TEST_F(DBInterfaceLogin, ReadsOnPastRepliesToOthers) {
 TEST_F(DBInterfaceLogin, OpensByAnAddressOrByADescriptor) {
     char szUser[] = "sys", szIP[] = "127.0.0.1", szName[] = "shop";
     EXPECT_EQ(m_stLink.Open(szName, szUser, nullptr), ERR_DESCRIPTOR_FILE);
-    EXPECT_EQ(m_stLink.Open(szIP, 0, szUser, nullptr), ERR_DESCRIPTOR_FILE);
-    EXPECT_EQ(m_stLink.Open(szName, 1, szUser, nullptr), ERR_DESCRIPTOR_FILE);
-    EXPECT_EQ(m_stLink.Open(nullptr, 1, szUser, nullptr), ERR_DESCRIPTOR_FILE);
+    for (const auto& [lpszIP, nPort] : {std::pair{szIP, 0}, {szName, 1}, {static_cast<char*>(nullptr), 1}})
+        EXPECT_EQ(m_stLink.Open(lpszIP, nPort, szUser, nullptr), ERR_DESCRIPTOR_FILE);
     std::string strLong(50, 'u');
     EXPECT_EQ(m_stLink.OpenWithAddress(strLong.data(), nullptr, HostIP(szIP), m_stPeer.Port(), 1), ERR_OK);
     EXPECT_EQ(m_stLink.m_szUserName, std::string(32, 'u'));
@@ -198,11 +177,11 @@ TEST_F(DBInterfaceLogin, OpensByAnAddressOrByADescriptor) {
     EXPECT_EQ(CreateKestroDBInstance(pConnection), 0);
     pConnection->Release();
 
-    EXPECT_EQ(CDBInterface::StringToIpAddress(nullptr), 0u);
-    EXPECT_EQ(CDBInterface::StringToIpAddress(szIP), 0x7F000001u);
     char szLocal[] = "localhost", szNobody[] = "no host of this name";
-    EXPECT_EQ(CDBInterface::StringToIpAddress(szLocal) >> 24, 127u);
-    EXPECT_EQ(CDBInterface::StringToIpAddress(szNobody), 0xFFFFFFFFu);
+    const std::pair<char*, unsigned> ROWS[] = {
+        {nullptr, 0}, {szIP, INADDR_LOOPBACK}, {szLocal, INADDR_LOOPBACK}, {szNobody, INADDR_NONE}};
+    for (const auto& [lpszName, nIP] : ROWS)
+        EXPECT_EQ(CDBInterface::StringToIpAddress(lpszName), nIP);
     EXPECT_NE(CDBInterface::GetIpAddress(), 0u);
 }
 
@@ -214,19 +193,14 @@ TEST_F(DBInterfaceLogin, FollowsTheClusterToItsMaster) {
     EXPECT_EQ(m_stLink.m_nAddressIndex, 1);
     EXPECT_EQ(m_stLink.m_dwServerIP, inet_addr("127.0.0.2"));
     EXPECT_EQ(m_stLink.m_arrAddress[1].m_nNodeInfo, 1001u);
-    EXPECT_EQ(stMaster.Frames(MF_CMD_LOGIN).size(), 1u);
-    EXPECT_EQ(m_stPeer.Frames(MF_CMD_LOGIN).size(), 0u);
+    EXPECT_TRUE(stMaster.Count(MF_CMD_LOGIN) == 1 && m_stPeer.Count(MF_CMD_LOGIN) == 0);
 
     // Twelve nodes, of which ten count, or a number that isn't one; here is the master.
     arNode.resize(12, {"127.0.0.3", 1});
-    const struct {
-        int m_nNum;
-        int m_nCounted;
-    } ROWS[] = {{12, 10}, {-1, 0}, {0x7FFFFFFF, 10}, {1, 1}};
-    for (const auto& stRow : ROWS) {
-        m_strCluster = Cluster(arNode[0], arNode, stRow.m_nNum);
+    for (const auto& [nNum, nCounted] : {std::pair{12, 10}, {-1, 0}, {0x7FFFFFFF, 10}, {1, 1}}) {
+        m_strCluster = Cluster(arNode[0], arNode, nNum);
         ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
-        EXPECT_EQ(m_stLink.m_nAddressNum, stRow.m_nCounted);
+        EXPECT_EQ(m_stLink.m_nAddressNum, nCounted);
         EXPECT_EQ(m_stLink.m_dwServerIP, inet_addr("127.0.0.1"));
     }
     // A master that can't be reached: stay here.
@@ -245,27 +219,20 @@ TEST_F(DBInterfaceLogin, FollowsTheClusterToItsMaster) {
 TEST_F(DBInterfaceLogin, MovesToTheNextNode) {
     int nServerID = SERVER_ID;
     const auto Second = [&](const PEERFRAME& stFrame) {
-        PEERANSWER stAnswer = Welcome(stFrame);
-        if (stFrame.Command() == MF_CMD_LOGIN) Put(stAnswer.m_strBytes, 4, nServerID);
-        if (stFrame.Command() == MF_CMD_EXECUTE) return PEERANSWER(stFrame.Reply(MF_REPLY_OK, 22));
-        return stAnswer;
+        const bool bLogin = stFrame.Command() == MF_CMD_LOGIN, bExecute = stFrame.Command() == MF_CMD_EXECUTE;
+        return bLogin || bExecute ? stFrame.Reply(MF_REPLY_OK, bLogin ? nServerID : 22) : Welcome(stFrame);
     };
     CScriptedPeer stSecond(Second, "127.0.0.2");
     const std::vector<NODE> arNode{{"127.0.0.1", m_stPeer.Port()}, {"127.0.0.3", 1}, {"127.0.0.2", stSecond.Port()}};
     m_strCluster = Cluster(arNode[0], arNode, 3);
-    bool bLeave = false;
-    m_Script = [&](const PEERFRAME& stFrame) {
-        return stFrame.Command() == MF_CMD_EXECUTE && bLeave ? stFrame.Reply(MF_REPLY_FAIL, ERR_NODE_LEFT)
-                                                             : Welcome(stFrame);
-    };
     ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
-    bLeave = true;
+    m_Script = [](const PEERFRAME& stFrame) { return stFrame.Reply(MF_REPLY_FAIL, ERR_NODE_LEFT); };
     EXPECT_EQ(m_stLink.Run("begin"), 22) << "told to leave";
     EXPECT_EQ(m_nSlept, 4 * 100'000) << "the node between refuses";
     EXPECT_EQ(m_stLink.m_usServerPort, htons(stSecond.Port()));
     EXPECT_EQ(m_stLink.m_nAddressIndex, 0) << "the next switch begins there again";
 
-    bLeave = false;
+    m_Script = nullptr;
     ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
     m_stPeer.Stop();
     EXPECT_EQ(m_stLink.Run("begin"), 22) << "the node is gone";
@@ -287,22 +254,14 @@ TEST_F(DBInterfaceLogin, EndsASessionThatCannotGoOn) {
         m_Script = [&, nCommand](const PEERFRAME& stFrame) {
             if (!std::exchange(bLost, true)) return PEERANSWER("", PEER_CLOSES);
             // Another server, a database that is gone, or all well but nowhere to go.
-            if (stFrame.Command() == MF_CMD_LOGIN && nCommand == MF_CMD_LOGIN)
-                return PEERANSWER(stFrame.Reply(MF_REPLY_OK, SERVER_ID + 1));
-            if (stFrame.Command() == MF_CMD_USE && nCommand == MF_CMD_USE)
-                return PEERANSWER(stFrame.Reply(MF_REPLY_FAIL, 33));
+            if (stFrame.Command() == nCommand)
+                return PEERANSWER(stFrame.Reply(nCommand == MF_CMD_LOGIN ? MF_REPLY_OK : MF_REPLY_FAIL, SERVER_ID + 1));
             return stFrame.Command() == MF_CMD_EXECUTE ? stFrame.Reply(MF_REPLY_FAIL, ERR_NODE_LEFT) : Welcome(stFrame);
         };
         EXPECT_EQ(m_stLink.Run("begin"), nCommand ? -ERR_RECEIVE : 3);
-        EXPECT_EQ(m_stLink.m_bLogin, nCommand ? 0 : 1);
-        EXPECT_EQ(m_stLink.m_nSocket, -1);
+        EXPECT_TRUE(m_stLink.m_bLogin == !nCommand && m_stLink.m_nSocket == -1);
         EXPECT_EQ(m_stLink.Run("begin"), nCommand ? -ERR_LINK_NOT_OPEN : 3);
     }
-    // With the link lost, USE reconnects as every request does.
-    m_Script = nullptr;
-    m_stPeer.Frames(0, true);
-    EXPECT_EQ(m_stLink.UseDatabase("other"), ERR_OK);
-    EXPECT_EQ(m_stPeer.Frames(MF_CMD_USE).size(), 2u);
 }
 
 } // namespace

@@ -1,22 +1,14 @@
 #include "TraceManage.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sched.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <climits>
 #include <random>
-#include <thread>
-#include <vector>
 
 #include "Language.h"
+#include "LinkTest.h"
 #include "LinuxCommonAPI.h"
-#include "Platform.h"
 #include "ScratchDir.h"
 #include "TraceHook.h"
 
@@ -37,38 +29,26 @@ protected:
     void SetUp() override {
         CTraceManage::DestoryInstance();
         g_stPlatform.m_lpfnMicroseconds = [] { return m_nNow.load(); };
-        SetYear(2200);
+        SetNow(OwnTime(2200));
     }
     void TearDown() override {
         CTraceManage::DestoryInstance();
         g_stPlatform = m_stPlatform;
-        std::error_code stIgnored;
         for (const std::string& strFile : m_arFile)
-            fs::remove(strFile, stIgnored);
+            fs::remove(strFile);
     }
 
-    void SetYear(int nYear) { SetNow((std::int64_t{nYear} - 1970) * 31'556'952 * SECOND + getpid() * 100 * SECOND); }
     void SetNow(std::int64_t nNow) {
         m_nNow = nNow;
         m_arFile.push_back(LogFile());
     }
 
-    static std::string TimeText(const char* lpszFormat) {
-        const time_t nSeconds = m_nNow / SECOND;
-        tm stLocal{};
-        char szText[80];
-        strftime(szText, sizeof szText, lpszFormat, localtime_r(&nSeconds, &stLocal));
-        return szText;
-    }
-    static std::string LogFile() {
-        return (fs::read_symlink("/proc/self/exe").parent_path() / "Log" / "KestroInterface").string() +
-               TimeText("%Y%m%d%H%M%S.log");
-    }
+    static std::string TimeText(const char* lpszFormat) { return TimeTextAt(m_nNow, lpszFormat); }
+    static std::string LogFile() { return LogFileAt(m_nNow); }
     static std::string Head(const char* lpszFunction, int nLevel, int nCode) {
         char szHead[256];
         snprintf(szHead, sizeof szHead, "\r\n%s.%03d %d\t% 2d   % 10d %s ", TimeText("%Y-%m-%d %H:%M:%S").c_str(),
-                 static_cast<int>(m_nNow / 1000 % 1000), static_cast<int>(syscall(SYS_gettid)), nLevel, nCode,
-                 lpszFunction);
+                 static_cast<int>(m_nNow / 1000 % 1000), gettid(), nLevel, nCode, lpszFunction);
         return szHead;
     }
     static std::string Flush() {
@@ -139,7 +119,7 @@ TEST_F(TraceManageTest, ThreadsTearNoLine) {
         return std::to_string(nThread) + ' ' + std::to_string(nLine) + std::string(nLine % 30, '$');
     };
     for (const int nYear : {1980, 2200}) {
-        SetYear(nYear);
+        SetNow(OwnTime(nYear));
         std::vector<std::thread> arThread;
         for (int nThread = 0; nThread < 4; ++nThread)
             arThread.emplace_back([=] {
@@ -170,7 +150,7 @@ TEST_F(TraceManageTest, ThreadsTearNoLine) {
 }
 
 TEST_F(TraceManageTest, FileAboveFiftyMebibytesIsFollowedByANewOne) {
-    SetYear(1980);
+    SetNow(OwnTime(1980));
     const std::string strFirst = LogFile();
     Trace0("F", 0, 0, "first");
     ASSERT_TRUE(Await([&] { return ReadFile(strFirst).ends_with("first"); }));
@@ -269,24 +249,6 @@ TEST_F(TraceManageTest, CleaningRemovesElevenFilesAtMost) {
         EXPECT_EQ(stTrace.LogFileManage("KestroInterface*.log"), 0);
         fs::current_path(stBefore);
     }
-}
-
-// Run in a copy of this program: one line reaches the file, and another writer runs when the program ends.
-TEST(TraceManageProgramTest, DISABLED_Child) {
-    Trace0("F", 0, 0, "kept");
-    CTraceManage::DestoryInstance();
-    Trace0("F", 0, 0, "lost");
-}
-
-TEST(TraceManageProgramTest, LogLiesBesideTheProgramAndTheWriterOutlivesMain) {
-    const ScratchDir stDir;
-    fs::copy_file(fs::read_symlink("/proc/self/exe"), stDir.Path("program"));
-    const std::string strCommand = "cd / && " + stDir.Path("program") +
-                                   " --gtest_filter=*.DISABLED_Child --gtest_also_run_disabled_tests >/dev/null";
-    ASSERT_EQ(system(strCommand.c_str()), 0);
-    const fs::directory_iterator itFile(stDir.Path("Log"));
-    EXPECT_TRUE(ReadFile(itFile->path()).ends_with(" F kept"));
-    EXPECT_EQ(std::distance(itFile, {}), 1);
 }
 
 } // namespace

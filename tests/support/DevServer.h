@@ -2,10 +2,6 @@
 
 #include <sys/shm.h>
 
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "LinkTest.h"
 #include "Program.h"
 #include "ProgressRecords.h"
@@ -33,8 +29,6 @@ public:
         if (sscanf(ReadLine().c_str(), "progress in shared memory %d", &m_nSegment) != 1) return;
         sscanf(ReadLine().c_str(), "listening on %*[0-9.]:%hu", &m_usPort);
     }
-    CDevServerRun(const CDevServerRun&) = delete;
-    CDevServerRun& operator=(const CDevServerRun&) = delete;
     ~CDevServerRun() {
         EXPECT_EQ(End(SIGTERM), 0) << "the server ends cleanly, whatever it met";
         close(m_nOutput);
@@ -81,18 +75,12 @@ private:
 class CRawLink {
 public:
     explicit CRawLink(unsigned short usPort) {
-        sockaddr_in stServer{};
-        stServer.sin_family = AF_INET;
-        stServer.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        stServer.sin_port = htons(usPort);
+        const sockaddr_in stServer = AddressOf(usPort);
         const timeval stTimeout{10, 0};
-        const int bNoDelay = 1;
         setsockopt(m_nSocket, SOL_SOCKET, SO_RCVTIMEO, &stTimeout, sizeof stTimeout);
-        setsockopt(m_nSocket, IPPROTO_TCP, TCP_NODELAY, &bNoDelay, sizeof bNoDelay);
         m_bOpen = connect(m_nSocket, reinterpret_cast<const sockaddr*>(&stServer), sizeof stServer) == 0;
     }
     CRawLink(const CRawLink&) = delete;
-    CRawLink& operator=(const CRawLink&) = delete;
     ~CRawLink() { close(m_nSocket); }
 
     bool IsOpen() const { return m_bOpen; }

@@ -16,6 +16,22 @@
 #include "ScriptedPeer.h"
 #include "TraceManage.h"
 
+/** A time of this process alone in a year, so that no other has a log of the same name. */
+inline std::int64_t OwnTime(int nYear) {
+    return ((std::int64_t{nYear} - 1970) * 31'556'952 + getpid() * 100) * 1'000'000;
+}
+inline std::string TimeTextAt(std::int64_t nTime, const char* lpszFormat) {
+    const time_t nSeconds = nTime / 1'000'000;
+    tm stLocal{};
+    char szText[80];
+    strftime(szText, sizeof szText, lpszFormat, localtime_r(&nSeconds, &stLocal));
+    return szText;
+}
+inline std::string LogFileAt(std::int64_t nTime) {
+    const auto stProgram = std::filesystem::read_symlink("/proc/self/exe");
+    return stProgram.parent_path() / ("Log/KestroInterface" + TimeTextAt(nTime, "%Y%m%d%H%M%S.log"));
+}
+
 /** The connection, with a look at its state. */
 class CTestLink : public CDBInterface {
 public:
@@ -59,7 +75,7 @@ protected:
         CTraceManage::DestoryInstance();
         m_strPlanInfo.assign(172, '\0');
         m_strCluster.assign(10, '\0');
-        m_nNow = (std::int64_t{2300} - 1970) * 31'556'952 * SECOND + getpid() * 100 * SECOND;
+        m_nNow = OwnTime(2300);
         m_nSlept = 0;
         g_stPlatform.m_lpfnMicroseconds = [] { return m_nNow.load(); };
         g_stPlatform.m_lpfnSleep = [](std::int64_t nTime) { m_nSlept += nTime; };
@@ -76,12 +92,7 @@ protected:
         g_stPlatform.m_lpfnSleep = m_stPlatform.m_lpfnSleep;
         CTraceManage::DestoryInstance();
         g_stPlatform = m_stPlatform;
-        const time_t nSeconds = m_nNow / SECOND;
-        tm stLocal{};
-        char szName[80];
-        strftime(szName, sizeof szName, "Log/KestroInterface%Y%m%d%H%M%S.log", localtime_r(&nSeconds, &stLocal));
-        std::error_code stIgnored;
-        std::filesystem::remove(std::filesystem::read_symlink("/proc/self/exe").parent_path() / szName, stIgnored);
+        std::filesystem::remove(LogFileAt(m_nNow));
     }
 
     /** The lines logged since the last call, "code function text" each. */

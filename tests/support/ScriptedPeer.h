@@ -2,7 +2,6 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -41,11 +40,14 @@ inline std::string HeadBytes(int nCommand, int nToken, int nFlag, int nValue, st
     return strHead.replace(12, strParam.size(), strParam);
 }
 
+/** A port of this machine, by default one of the system's choice. */
+inline sockaddr_in AddressOf(unsigned short usPort = 0, const char* lpszIP = "127.0.0.1") {
+    return {AF_INET, htons(usPort), {inet_addr(lpszIP)}, {}};
+}
+
 /** A request as it came. */
 struct PEERFRAME {
     std::string m_strHead, m_strBody;
-    /** Which connection brought it, from 1. */
-    int m_nConnection = 0;
 
     int Command() const { return static_cast<unsigned char>(m_strHead[1]); }
     int Token() const { return static_cast<unsigned char>(m_strHead[2]); }
@@ -80,9 +82,7 @@ public:
     using SCRIPT = std::function<PEERANSWER(const PEERFRAME&)>;
 
     explicit CScriptedPeer(SCRIPT Script, const char* lpszIP = "127.0.0.1") : m_Script(std::move(Script)) {
-        sockaddr_in stAddress{};
-        stAddress.sin_family = AF_INET;
-        stAddress.sin_addr.s_addr = inet_addr(lpszIP);
+        sockaddr_in stAddress = AddressOf(0, lpszIP);
         socklen_t nLen = sizeof stAddress;
         if (bind(m_nListen, reinterpret_cast<sockaddr*>(&stAddress), sizeof stAddress) != 0 ||
             listen(m_nListen, 64) != 0 || getsockname(m_nListen, reinterpret_cast<sockaddr*>(&stAddress), &nLen) != 0)
@@ -102,6 +102,7 @@ public:
     }
 
     unsigned short Port() const { return m_usPort; }
+    int Count(int nCommand = 0) { return static_cast<int>(Frames(nCommand).size()); }
     /** The frames of a command, 0 for all, since the last call with `bForget`. */
     std::vector<PEERFRAME> Frames(int nCommand = 0, bool bForget = false) {
         const std::lock_guard stLock(m_csFrames);
@@ -113,45 +114,31 @@ public:
     }
 
 private:
-    struct LINK {
-        int m_nSocket;
-        int m_nNo;
-    };
-
     void Run() {
-        std::vector<LINK> arLink;
-        for (int nLinks = 0;;) {
+        std::vector<int> arLink;
+        for (;;) {
             std::vector<pollfd> arPoll{{m_nStop, POLLIN, 0}, {m_nListen, POLLIN, 0}};
-            for (const LINK& stLink : arLink)
-                arPoll.push_back({stLink.m_nSocket, POLLIN, 0});
+            for (const int nLink : arLink)
+                arPoll.push_back({nLink, POLLIN, 0});
             if (poll(arPoll.data(), arPoll.size(), -1) < 0) continue;
             if (arPoll[0].revents) break;
             for (std::size_t i = arLink.size(); i-- > 0;)
                 if (arPoll[i + 2].revents && !Serve(arLink[i])) arLink.erase(arLink.begin() + static_cast<long>(i));
-            if (arPoll[1].revents) {
-                const int bNoDelay = 1, nSocket = accept(m_nListen, nullptr, nullptr);
-                setsockopt(nSocket, IPPROTO_TCP, TCP_NODELAY, &bNoDelay, sizeof bNoDelay);
-                arLink.push_back({nSocket, ++nLinks});
-            }
+            if (arPoll[1].revents) arLink.push_back(accept(m_nListen, nullptr, nullptr));
         }
-        for (const LINK& stLink : arLink)
-            close(stLink.m_nSocket);
+        for (const int nLink : arLink)
+            close(nLink);
     }
 
     // One frame and its answer; false when the link is gone.
-    bool Serve(const LINK& stLink) {
-        PEERFRAME stFrame{std::string(112, '\0'), "", stLink.m_nNo};
-        const auto Read = [&](std::string& strBytes) {
-            return recv(stLink.m_nSocket, strBytes.data(), strBytes.size(), MSG_WAITALL) ==
-                   static_cast<ssize_t>(strBytes.size());
+    bool Serve(int nLink) {
+        PEERFRAME stFrame;
+        const auto Read = [&](std::string& strBytes, std::size_t nLen) {
+            strBytes.resize(nLen);
+            return nLen == 0 || recv(nLink, strBytes.data(), nLen, MSG_WAITALL) == static_cast<ssize_t>(nLen);
         };
-        bool bRead = Read(stFrame.m_strHead);
-        if (bRead) {
-            stFrame.m_strBody.resize(Get<unsigned>(stFrame.m_strHead, 8));
-            bRead = stFrame.m_strBody.empty() || Read(stFrame.m_strBody);
-        }
-        if (!bRead) {
-            close(stLink.m_nSocket);
+        if (!Read(stFrame.m_strHead, 112) || !Read(stFrame.m_strBody, Get<unsigned>(stFrame.m_strHead, 8))) {
+            close(nLink);
             return false;
         }
         {
@@ -159,12 +146,11 @@ private:
             m_arFrame.push_back(stFrame);
         }
         const PEERANSWER stAnswer = m_Script(stFrame);
-        send(stLink.m_nSocket, stAnswer.m_strBytes.data(), stAnswer.m_strBytes.size(), MSG_NOSIGNAL);
+        send(nLink, stAnswer.m_strBytes.data(), stAnswer.m_strBytes.size(), MSG_NOSIGNAL);
         if (stAnswer.m_nThen == PEER_STAYS) return true;
         const linger stReset{1, 0};
-        if (stAnswer.m_nThen == PEER_RESETS)
-            setsockopt(stLink.m_nSocket, SOL_SOCKET, SO_LINGER, &stReset, sizeof stReset);
-        close(stLink.m_nSocket);
+        if (stAnswer.m_nThen == PEER_RESETS) setsockopt(nLink, SOL_SOCKET, SO_LINGER, &stReset, sizeof stReset);
+        close(nLink);
         return false;
     }
 
