@@ -12,32 +12,22 @@
 
 namespace {
 
-// Nothing listens on it any more.
-unsigned short FreePort() {
-    return CScriptedPeer([](const PEERFRAME&) { return PEERANSWER(""); }).Port();
-}
-
 class SetupBringUp : public CSetupTest {};
 
-// --- services --------------------------------------------------------------------------------------------------------
-
 TEST_F(SetupBringUp, StartsTheServicesInTheTextsOfEachFlow) {
-    const struct {
-        const char* m_lpszFlow;
-        const SERVICETEXTS& m_stTexts;
-    } arRow[] = {{"master", g_stMasterService}, {"slave", g_stSlaveService}, {"standby", g_stStandbyService}};
+    const std::pair<std::string, const SERVICETEXTS&> arRow[] = {
+        {"master", g_stMasterService}, {"slave", g_stSlaveService}, {"standby", g_stStandbyService}};
     const std::pair<const char*, int> arFailing[] = {{"", 21}, {"kestrostorage", 0}, {"kestroservice", 10}};
     const auto lpfnBefore = signal(SIGCHLD, SIG_IGN);
     for (g_nLanguage_Chinese = 0; g_nLanguage_Chinese < 2; ++g_nLanguage_Chinese) {
         std::string strShown;
-        for (const auto& stRow : arRow)
+        for (const auto& [strFlow, stTexts] : arRow)
             for (const auto& [lpszFailing, nSeconds] : arFailing) {
                 m_nSlept = 0;
                 m_strCalls.clear();
                 m_strFailing = *lpszFailing ? lpszFailing : "none";
-                strShown +=
-                    std::string("= ") + stRow.m_lpszFlow + (*lpszFailing ? " without " : "") + lpszFailing + "\n";
-                strShown += Output([&] { EXPECT_EQ(StartServices(stRow.m_stTexts), !*lpszFailing); });
+                strShown += "= " + strFlow + (*lpszFailing ? " without " : "") + lpszFailing + "\n";
+                strShown += Output([&] { EXPECT_EQ(StartServices(stTexts), !*lpszFailing); });
                 EXPECT_EQ(m_strCalls, std::string("service kestrostorage start at 0\n") +
                                           (nSeconds ? "service kestroservice start at 10\n" : ""));
                 EXPECT_EQ(m_nSlept, nSeconds * SECOND);
@@ -49,11 +39,9 @@ TEST_F(SetupBringUp, StartsTheServicesInTheTextsOfEachFlow) {
     EXPECT_EQ(signal(SIGCHLD, lpfnBefore), SIG_IGN) << "as it was";
 }
 
-// --- connection and status -------------------------------------------------------------------------------------------
-
-/** Runs `CreateDataFile` in three sizes, "0" among them, with a quote in the path; shows its output and its code. */
+/** Runs `CreateDataFile` with two sizes and others that are none, and a quote in the path: its output and its code. */
 std::string Create(unsigned short usPort) {
-    char szData[] = " 4\t", szTree[] = "0", szNone[] = "", szIndex[] = "7", szIP[] = "127.0.0.1";
+    char szData[] = " 4\t", szTree[] = "0", szNone[] = " up \n", szIndex[] = "7", szIP[] = "127.0.0.1";
     snprintf(g_lpDatabasePath, MAX_PATH, "/it's/");
     int nCode = -2;
     const std::string strOutput =
@@ -80,23 +68,23 @@ TEST_F(SetupBringUp, WaitsForTheInstanceAndSendsTheFiles) {
     // A second in front and between queries, 16 ms in front of the segment, 1 on both sides of rounds of 100.
     EXPECT_GE(m_nSlept, 238 * SECOND);
     EXPECT_EQ((m_nSlept - 238 * SECOND) % 100'000, 18'000);
-    const std::vector<PEERFRAME> arFile = m_stPeer.Frames(MF_CMD_EXECUTE);
-    ASSERT_EQ(arFile.size(), 2u);
-    EXPECT_NE(arFile[0].m_strBody.find("/it's/KestroDataFile.dbf"), std::string::npos);
-    EXPECT_NE(arFile[1].m_strBody.find("/it's/IndexFile.dbf"), std::string::npos);
+    std::string strSent;
+    for (const PEERFRAME& stFrame : m_stPeer.Frames(MF_CMD_EXECUTE))
+        strSent += stFrame.m_strBody.c_str() + Get<UINT>(stFrame.m_strBody, offsetof(EXECUTEPLANBSON, m_nSqlOffset));
+    EXPECT_EQ(strSent,
+              "ALTER SYSTEM ADD DATAFILE '/it''s/KestroDataFile.dbf' TABLESPACE 'KestroDataFile' 4MB"
+              "ALTER SYSTEM ADD INDEXFILE '/it''s/IndexFile.dbf' TABLESPACE 'IndexFile' 7MB");
 }
 
 TEST_F(SetupBringUp, EndsWithoutAServerOrAStatus) {
     m_strBlock = CRecordsetMaker("STATUS:6").Row(1, "-").Block(); // NULL
     EXPECT_EQ(Create(m_stPeer.Port()), CONNECTED + "Failed to query database status（-1）\n-1");
-    const unsigned short usPort = FreePort();
+    m_stPeer.Stop();
     m_nSlept = 0;
-    EXPECT_EQ(Create(usPort),
-              CONNECTED + "Connection server failed, IP address： 127.0.0.1:" + std::to_string(usPort) + "(600)\n902");
+    EXPECT_EQ(Create(m_stPeer.Port()), CONNECTED + "Connection server failed, IP address： 127.0.0.1:" +
+                                           std::to_string(m_stPeer.Port()) + "(600)\n902");
     EXPECT_EQ(m_nSlept, 600 * SECOND);
 }
-
-// --- progress --------------------------------------------------------------------------------------------------------
 
 TEST_F(SetupBringUp, ShowsTheServersProgress) {
     static CREATEDATAFILEPARAM stParam;
@@ -111,15 +99,13 @@ TEST_F(SetupBringUp, ShowsTheServersProgress) {
     stParam = {};
     nRound = 0;
     m_lpfnOnSleep = [] {
-        const struct {
-            const char* m_lpszText;
-            int m_nCurrent;
-        } arStep[] = {{"one", 1}, {"one", 2}, {"t\x1B[2Jwo\n", 3}, {"t\x1B[2Jwo\n", -5}};
+        const std::pair<const char*, int> arStep[] = {
+            {"one", 1}, {"one", 2}, {"t\x1B[2Jwo\n", 3}, {"t\x1B[2Jwo\n", -5}};
         if (nRound == 4) std::memset(m_lpBlock->m_szStepText, 'y', sizeof m_lpBlock->m_szStepText);
         if (nRound == 5) stParam.m_nStatus = DATAFILE_DONE;
         if (nRound < 4) {
-            snprintf(m_lpBlock->m_szStepText, sizeof m_lpBlock->m_szStepText, "%s", arStep[nRound].m_lpszText);
-            m_lpBlock->m_nCurrent = arStep[nRound].m_nCurrent;
+            snprintf(m_lpBlock->m_szStepText, sizeof m_lpBlock->m_szStepText, "%s", arStep[nRound].first);
+            m_lpBlock->m_nCurrent = arStep[nRound].second;
         }
         ++nRound;
     };
