@@ -5,6 +5,7 @@
 #include "DevServer.h"
 #include "MemDBRecordset.h"
 #include "PlanMaker.h"
+#include "RecordsetMaker.h"
 
 namespace {
 
@@ -15,19 +16,11 @@ protected:
         const int nCode = stLink.CDBInterface::GetRecordset(lpszSql, stSet, nullptr);
         return nCode == ERR_OK && stSet.GetRowNum() != 1 ? -1000 : nCode;
     }
-    static std::string Plan(std::string_view szSql) {
-        CParseSql stParse;
-        EXECUTEPLANBSON* pPlan = nullptr;
-        EXPECT_EQ(stParse.ParseSql(szSql.data(), static_cast<int>(szSql.size()), pPlan, 0, 0, 0), ERR_OK);
-        return {reinterpret_cast<char*>(pPlan), pPlan->m_nTotalDataSize};
-    }
 };
 
 TEST_F(DevServerFaults, AreSeenByTheClientWithTheirCodes) {
-    const struct {
-        std::string m_strRule;
-        int m_nCode, m_nSent; // of a query, and how often the client sent it
-    } arRow[] = {
+    // The code of a query, and how often the client sent it.
+    const std::tuple<const char*, int, int> arRow[] = {
         {"query 1 drop=0", ERR_OK, 2},
         {"query 1-2 drop=111", ERR_OK, 3},
         {"query drop=0", ERR_RECEIVE, 3},
@@ -50,24 +43,20 @@ TEST_F(DevServerFaults, AreSeenByTheClientWithTheirCodes) {
         {"begin body=3", ERR_OK, 1},
         {"any 3 drop=20", ERR_OK, 2},
     };
-    for (const auto& stRow : arRow) {
-        CDevServerRun stServer({"--trace", "--fault", stRow.m_strRule});
-        CTestLink stLink;
-        ASSERT_EQ(stLink.OpenAt(stServer.Port()), ERR_OK);
-        EXPECT_EQ(Query(stLink), stRow.m_nCode) << stRow.m_strRule;
+    for (const auto& [lpszRule, nCode, nSends] : arRow) {
+        CDevServerRun stServer({"--trace", "--fault", lpszRule});
+        ASSERT_EQ(m_stLink.OpenAt(stServer.Port()), ERR_OK);
+        EXPECT_EQ(Query(m_stLink), nCode) << lpszRule;
         stServer.End(SIGTERM);
         int nSent = 0;
         for (std::string strLine; !(strLine = stServer.ReadLine()).empty();)
             nSent += strLine.find(": query,") != std::string::npos;
-        EXPECT_EQ(nSent, stRow.m_nSent) << stRow.m_strRule;
+        EXPECT_EQ(nSent, nSends) << lpszRule;
     }
 }
 
 TEST_F(DevServerFaults, OfTheLoginAreSeenWhenItOpens) {
-    const struct {
-        const char* m_lpszRule;
-        int m_nCode;
-    } arRow[] = {
+    const std::pair<const char*, int> arRow[] = {
         {"cluster-status protocol=4", ERR_CONNECT},
         {"cluster-status stale=1", ERR_CONNECT},
         {"cluster-status fail=99", ERR_OK},
@@ -77,33 +66,26 @@ TEST_F(DevServerFaults, OfTheLoginAreSeenWhenItOpens) {
         {"login drop=100", ERR_RECEIVE},
         {"login body=8", ERR_RECEIVED_DATA},
     };
-    for (const auto& stRow : arRow) {
-        CDevServerRun stServer({"--fault", stRow.m_lpszRule});
-        CTestLink stLink;
-        EXPECT_EQ(stLink.OpenAt(stServer.Port()), stRow.m_nCode) << stRow.m_lpszRule;
-    }
+    for (const auto& [lpszRule, nCode] : arRow)
+        EXPECT_EQ(m_stLink.OpenAt(CDevServerRun({"--fault", lpszRule}).Port()), nCode) << lpszRule;
 }
 
 TEST_F(DevServerFaults, SendTheClientToTheNextNode) {
     CDevServerRun stNext;
     const std::string strNext = "127.0.0.1:" + std::to_string(stNext.Port());
-    CDevServerRun stFirst({"--node", "127.0.0.1:9", "--node", strNext, "--master", "127.0.0.1:9", "--script", [&] {
-                               WriteFile(stNext.Path("script"), "query 1 fail=-5  # and never again\n");
-                               return stNext.Path("script");
-                           }()});
-    CTestLink stLink;
-    ASSERT_EQ(stLink.OpenAt(stFirst.Port()), ERR_OK) << "the master doesn't answer, so this one serves";
-    EXPECT_EQ(stLink.m_nAddressNum, 2);
-    EXPECT_EQ(Query(stLink), ERR_OK);
-    EXPECT_EQ(ntohs(stLink.m_usServerPort), stNext.Port());
+    WriteFile(stNext.Path("script"), "query 1 fail=-5  # and never again\n");
+    CDevServerRun stFirst(
+        {"--node", "127.0.0.1:9", "--node", strNext, "--master", "127.0.0.1:9", "--script", stNext.Path("script")});
+    ASSERT_EQ(m_stLink.OpenAt(stFirst.Port()), ERR_OK) << "the master doesn't answer, so this one serves";
+    EXPECT_EQ(m_stLink.m_nAddressNum, 2);
+    EXPECT_EQ(Query(m_stLink), ERR_OK);
+    EXPECT_EQ(ntohs(m_stLink.m_usServerPort), stNext.Port());
 }
-
-// --- what clients do -------------------------------------------------------------------------------------------------
 
 TEST_F(DevServerFaults, OfAClientAreRefusedInStep) {
     CDevServerRun stServer;
     CRawLink stLink(stServer.Port());
-    EXPECT_EQ(stLink.Ask(MF_CMD_QUERY, Plan("select id from v$instance")), ERR_LINK_NOT_OPEN);
+    EXPECT_EQ(stLink.Ask(MF_CMD_QUERY, PlanBytes("select id from v$instance")), ERR_LINK_NOT_OPEN);
     EXPECT_EQ(stLink.Ask(MF_CMD_LOGIN, std::string(3'000'000, 'x')), ERR_MEMORY_SIZE);
     EXPECT_EQ(stLink.Ask(55, std::string(70'000, 'x')), ERR_NOT_DEVELOPED);
     EXPECT_EQ(stLink.Ask(MF_CMD_LOGIN), ERR_OK);
@@ -111,11 +93,9 @@ TEST_F(DevServerFaults, OfAClientAreRefusedInStep) {
     EXPECT_EQ(stLink.Ask(MF_CMD_QUERY, SectionPlan(200)), ERR_NOT_DEVELOPED);
     EXPECT_EQ(stLink.Ask(MF_CMD_UPDATE_RS, SectionPlan(200)), ERR_NOT_DEVELOPED);
     EXPECT_EQ(stLink.Ask(MF_CMD_REDO, "\7\0\0\0\1\1"), ERR_PARAMETER);
-    EXPECT_EQ(stLink.Ask(MF_CMD_QUERY, Plan("select id from v$instance"), 255), ERR_OK);
+    EXPECT_EQ(stLink.Ask(MF_CMD_QUERY, PlanBytes("select id from v$instance"), 255), ERR_OK);
     stLink.Send("GET / HTTP/1.1\r\n" + std::string(96, '\n'));
-    const std::string strReply = stLink.Receive(112);
-    ASSERT_EQ(strReply.size(), 112u);
-    EXPECT_EQ(Get<int>(strReply, 4), ERR_PROTOCOL);
+    EXPECT_EQ(stLink.Receive(112).substr(4, 4), RawBytes(int{ERR_PROTOCOL}));
     EXPECT_EQ(stLink.Receive(1), "") << "and the link is closed";
 
     // Lengths that are announced and never come take no memory and disturb nobody.
@@ -126,9 +106,8 @@ TEST_F(DevServerFaults, OfAClientAreRefusedInStep) {
         arLink.back()->Send(HeadBytes(i % 2 ? MF_CMD_QUERY : MF_CMD_USE, 1, 0, 0, i % 3 ? 1u << 30 : 0xFFFFFFFFu) +
                             "x");
     }
-    CTestLink stClient;
-    ASSERT_EQ(stClient.OpenAt(stServer.Port()), ERR_OK);
-    EXPECT_EQ(Query(stClient), ERR_OK);
+    ASSERT_EQ(m_stLink.OpenAt(stServer.Port()), ERR_OK);
+    EXPECT_EQ(Query(m_stLink), ERR_OK);
 }
 
 TEST_F(DevServerFaults, UnsoundPlansAreRefused) {
@@ -136,8 +115,8 @@ TEST_F(DevServerFaults, UnsoundPlansAreRefused) {
     CRawLink stLink(stServer.Port());
     ASSERT_EQ(stLink.Ask(MF_CMD_LOGIN), ERR_OK);
     const std::string strQuery =
-        Plan("select id as a, path from v$instance i where id = 1 and not (status <> 'Open' or masterport = 0)");
-    const std::string strFile = Plan("ALTER SYSTEM ADD DATAFILE '/nowhere/f' TABLESPACE 'T' 1MB");
+        PlanBytes("select id as a, path from v$instance i where id = 1 and not (status <> 'Open' or masterport = 0)");
+    const std::string strFile = PlanBytes("ALTER SYSTEM ADD DATAFILE '/nowhere/f' TABLESPACE 'T' 1MB");
     ASSERT_EQ(stLink.Ask(MF_CMD_QUERY, strQuery), ERR_OK);
     for (std::size_t nLen = 0; nLen < strQuery.size(); ++nLen) {
         const std::string strCut = strQuery.substr(0, nLen);
@@ -169,7 +148,7 @@ TEST_F(DevServerFaults, WhereThatLeadsInCirclesEnds) {
     CDevServerRun stServer;
     CRawLink stLink(stServer.Port());
     ASSERT_EQ(stLink.Ask(MF_CMD_LOGIN), ERR_OK);
-    std::string strPlan = Plan("select id from v$instance where id = 1 and id = 2");
+    std::string strPlan = PlanBytes("select id from v$instance where id = 1 and id = 2");
     const auto Offset = [&](std::size_t nAt) { return Get<UINT>(strPlan, nAt); };
     UINT nQuery = Offset(offsetof(EXECUTEPLANBSON, m_nCommandOffset));
     const UINT nWhere = Offset(Offset(nQuery + offsetof(QUERYEXECUTEPLANBSON, m_nConditionOffset)) +
@@ -178,7 +157,7 @@ TEST_F(DevServerFaults, WhereThatLeadsInCirclesEnds) {
     Put(strPlan, nWhere + offsetof(BASECONDITIONBSON, m_nConditionOffset1), nWhere);
     Put(strPlan, nWhere + offsetof(BASECONDITIONBSON, m_nConditionOffset2), nWhere);
     EXPECT_EQ(stLink.Ask(MF_CMD_QUERY, strPlan), ERR_SELECT_CONDITION);
-    strPlan = Plan("select id from v$instance");
+    strPlan = PlanBytes("select id from v$instance");
     nQuery = Offset(offsetof(EXECUTEPLANBSON, m_nCommandOffset));
     const UINT nField = Offset(nQuery + offsetof(QUERYEXECUTEPLANBSON, m_nExecuteFieldOffset));
     Put(strPlan, nField + offsetof(EXECUTEFIELDBSON, m_nNextOffset), nField);
@@ -187,7 +166,7 @@ TEST_F(DevServerFaults, WhereThatLeadsInCirclesEnds) {
     std::string strSql = "select id from v$instance where id = 1";
     for (int i = 0; i < 5000; ++i)
         strSql += " and id = 1";
-    EXPECT_EQ(stLink.Ask(MF_CMD_QUERY, Plan(strSql)), ERR_OK);
+    EXPECT_EQ(stLink.Ask(MF_CMD_QUERY, PlanBytes(strSql)), ERR_OK);
 }
 
 TEST_F(DevServerFaults, ManyClientsAreServedAtOnceThreads) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <gtest/gtest.h>
 #include <pty.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -64,6 +65,25 @@ inline PROGRAMRUN RunProgram(const std::vector<std::string>& strArguments, std::
     if (pread(nOutput, stRun.m_strOutput.data(), stRun.m_strOutput.size(), 0) < 0) stRun.m_strOutput = "unreadable";
     close(nOutput);
     return stRun;
+}
+
+/** A run: the arguments behind the program, its status and output, of which no line feed's end shows the start alone.
+ */
+struct RUNROW {
+    std::vector<std::string> m_arArgument;
+    int m_nStatus;
+    std::string m_strOutput, m_strInput = {};
+};
+
+inline void ExpectRuns(const char* lpszProgram, std::vector<RUNROW> arRow) {
+    for (RUNROW& stRow : arRow) {
+        stRow.m_arArgument.insert(stRow.m_arArgument.begin(), lpszProgram);
+        PROGRAMRUN stRun = RunProgram(stRow.m_arArgument, stRow.m_strInput);
+        if (!stRow.m_strOutput.empty() && !stRow.m_strOutput.ends_with('\n'))
+            stRun.m_strOutput.resize(stRow.m_strOutput.size());
+        EXPECT_EQ(stRun.m_strOutput, stRow.m_strOutput) << testing::PrintToString(stRow.m_arArgument);
+        EXPECT_EQ(stRun.m_nStatus, W_EXITCODE(stRow.m_nStatus, 0)) << testing::PrintToString(stRow.m_arArgument);
+    }
 }
 
 /**
