@@ -282,25 +282,20 @@ TEST_F(CLinkTest, SendsEachRequestByteForByte) {
         std::string m_strParam, m_strBody = {}, m_strLogged = {};
     } ROWS[std::size(REQUESTS)] = {
         {0, 0, "", strStamp,
-         "888030001 ExecuteCommand Database command execution ended, time: 0 microseconds, return value: 0X0, affect "
-         "the number of lines: 5, SQL: begin"},
+         "888030001 ExecuteCommand Database command execution ended, time~, affect the number of lines: 5, SQL: begin"},
         {0, 0, "", PlanBytes("commit"),
-         "888050001 Execute Database command execution ends, time: 0 microseconds, return value: 0X0, number of "
-         "affected lines: 5, bstrCmd: commit"},
+         "888050001 Execute Database command execution ends, time~, number of affected lines: 5, bstrCmd: commit"},
         {0, 0, "", PlanBytes("rollback"),
-         "888031001 GetRecordset Database retrieval execution ended, time: 0 microseconds, return value: 0X0, return "
-         "data number: 1, SQL: rollback"},
-        {0, 0, "", strUpdate,
-         "888032001 UpdateRecordset End of result set modification operation, time: 0 microseconds, return value: 0X0"},
+         "888031001 GetRecordset Database retrieval execution ended, time~, return data number: 1, SQL: rollback"},
+        {0, 0, "", strUpdate, "888032001 UpdateRecordset End of result set modification operation, time~"},
         {0, 0, std::string(95, 't'), "",
-         "888034001 StartTransactionLogic The execution of the start short transaction lock command ends with: 0 "
-         "microseconds, return value: 0X0, transaction ID: 5, bstrTransactionData: ttt"},
+         "888034001 StartTransactionLogic The execution of the start short transaction lock command ends with~, "
+         "transaction ID: 5, bstrTransactionData: ttt"},
         {0, -77, "", "",
-         "888035001 StopTransactionLogic End of execution of short transaction lock command, elapsed time: 0 "
-         "microseconds, return value: 0X0, lTransactionID: -77"},
+         "888035001 StopTransactionLogic End of execution of short transaction lock command, elapsed time~, "
+         "lTransactionID: -77"},
         {0, 0, "", PlanBytes("begin work"),
-         "888033001 GetExecutePlanInfo Get execution plan complete, time: 0 microseconds, return value: 0X0, SQL: "
-         "begin work"},
+         "888033001 GetExecutePlanInfo Get execution plan complete, time~, SQL: begin work"},
         {0, 0xFFFE, "", REDO_RECORD},
         {0, 0, ""},
         {0, 0xFFFE, RawBytes(0xC0A80001, 8000, 0x85) + std::string(31, 'n') + '\0' + strHost},
@@ -313,6 +308,7 @@ TEST_F(CLinkTest, SendsEachRequestByteForByte) {
         {0, 0, strLogOut},
         {0, 0, "shop"},
     };
+    const std::string TIME(": 0 microseconds, return value: 0X0");
     const REQUESTROW* lpRequest = REQUESTS;
     for (const auto& [nFlag, nValue, strParam, strBody, strLogged] : ROWS) {
         SCOPED_TRACE(lpRequest->m_lpszName);
@@ -322,8 +318,9 @@ TEST_F(CLinkTest, SendsEachRequestByteForByte) {
         ASSERT_EQ(m_stPeer.Count(), 1);
         EXPECT_EQ(m_stPeer.Frames()[0].Bytes(),
                   HeadBytes(lpRequest++->m_nCommand, 0, nFlag, nValue, strBody.size(), strParam) + strBody);
-        const std::vector<std::string> arLogged = Log();
-        EXPECT_EQ(arLogged.empty() ? "" : arLogged[0].substr(0, strLogged.size()), strLogged);
+        std::string strLine = strLogged.empty() ? "" : Log().at(0);
+        if (const auto nTime = strLine.find(TIME); nTime != strLine.npos) strLine.replace(nTime, TIME.size(), "~");
+        EXPECT_TRUE(strLine.starts_with(strLogged)) << strLine;
     }
 }
 

@@ -2,10 +2,6 @@
 
 #include "LanguageSetting.h"
 
-#include <cstdlib>
-#include <ctime>
-#include <tuple>
-
 #include <gtest/gtest.h>
 
 #include "ConfigHelper.h"

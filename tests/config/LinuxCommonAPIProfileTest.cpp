@@ -2,29 +2,21 @@
 
 #include "LinuxCommonAPIProfile.h"
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <climits>
-#include <filesystem>
 #include <random>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "ScratchDir.h"
 
 namespace {
 
-const ScratchDir& Scratch() {
-    static const ScratchDir stScratch;
-    return stScratch;
-}
+const ScratchDir g_stScratch;
 
 /** A new file of the text given, under one name: writing over an old one is slow on some disks. */
 const char* File(const std::string& strText) {
-    static const std::string strPath = Scratch().Path("profile.ini");
+    static const std::string strPath = g_stScratch.Path("profile.ini");
     std::filesystem::remove(strPath);
     WriteFile(strPath, strText);
     return strPath.c_str();
@@ -51,7 +43,6 @@ TEST(Profile, Reads) {
         int m_nSize = 32;
     } arRows[] = {
         {" [s]x \n\t K \t= \t 5 6\t\v\n", "\tS ", " k ", "d", "5 6"},
-        {"k=5\n[T]\nk=6\n", "S", "k", "d", "d"},
         {"[T]\nk=4\n[S]\n[T]\nk=5\n[S]\nk=6", "S", "k", "d", "5"},
         {"[S ]\nk=5\n[S2]\nk=6\n[]\nk=7\n", "S", "k", "d", "d"},
         {"[S]\nkk=4\nk k=5\nk=6\n", "S", "k", "d", "6"},
@@ -65,14 +56,12 @@ TEST(Profile, Reads) {
         {"\xEF\xBB\xBF[S]\r\nk=5\r\nj=6\r\n", "S", "j", "d", "6"},
         {"\xEF\xBB\xBFx[S]\nk=5\n", "S", "k", "d", "d"},
         {"[S]\rk=5\rj=6", "S", "j", "d", "6"},
-        {"[S]\rk=5\nj=6\rl=7\rm=8", "S", "k", "d", "d"},
         {"[S]\rk=5\nj=6\rl=7\rm=8", "S", "l", "d", "7"},
         {"[S]\nk=5\rj=6\nl=7", "S", "k", "d", "5\rj=6"},
         {std::string("[S]\n\0k=5\n", 9), "S", "k", "d", "d"},
         {std::string("[S]\nk=5\0006\nj=1", 12), "S", "k", "d", "5"},
         {"", "S", "k", "d  ", "d"},
         {"", nullptr, "k", "d", "d"},
-        {"[S]\n", "S", "k", "   ", " "},
         {"[S]\n", "S", "k", "a\t ", "a\t"},
         {"[S]\n", "S", "k", nullptr, ""},
         {"[S]\nk=12345678\n", "S", "j", "12", "1", 2},
@@ -83,9 +72,7 @@ TEST(Profile, Reads) {
         {LISTS, nullptr, "k", "d", "One\tTwo\t", 9},
         {LISTS, nullptr, "k", "d", "One\t", 8},
         {LISTS, nullptr, "k", "d", "", 4},
-        {"a=0\n", nullptr, nullptr, "d", ""},
         {LISTS, "One", nullptr, "d", "k\tlong name\t;m\t[odd\t"},
-        {LISTS, "Two", nullptr, "d", ";m\t[odd\t"},
         {LISTS, "Three", nullptr, "d", "d"},
         {"[S]\n" + MEGABYTE + "=1\n" + MEGABYTE + "\nk=" + MEGABYTE, "S", "k", "d", MEGABYTE, 1 << 21},
         {MEGABYTE + "\r" + std::string(1 << 20, '\r') + "[S]\rk=5", "S", "k", "d", "5"},
@@ -98,7 +85,7 @@ TEST(Profile, Reads) {
 
 // Permission bits mean nothing to root, who therefore becomes someone else for the moment.
 TEST(Profile, CountsUnusableFilesAsMissing) {
-    const std::string strFolder = Scratch().Path(), strHuge = Scratch().Path("huge.ini");
+    const std::string strFolder = g_stScratch.Path(), strHuge = g_stScratch.Path("huge.ini");
     WriteFile(strHuge, "[S]\nk=5\n");
     std::filesystem::resize_file(strHuge, 1ULL << 40);
     const char* lpszReadOnly = File("[S]\nk=5\n");
@@ -137,11 +124,9 @@ TEST(Profile, Writes) {
     } arRows[] = {
         // A new file, a new section.
         {"", " S ", " k ", "  v ", "[S]\nk=v \n"},
-        {"", "S", nullptr, "v", SAME, false},
         {"", "S", "k", nullptr, SAME, false},
         {"", nullptr, "k", "v", SAME, false},
         {"[T]\n\n", "S", "k", "v", "[T]\n\n[S]\nk=v\n"},
-        {"[T]", "S", "k", "", "[T]\n[S]\nk=\n"},
         {"[S ]\n#[S]\n[S\n", "S", "k", "v", "[S ]\n#[S]\n[S\n[S]\nk=v\n"},
         {"\xEF\xBB\xBF[S]\nk=1\n", "S", "k", "v", "\xEF\xBB\xBF[S]\nk=1\n[S]\nk=v\n"},
         {std::string("[T]\0[S]\n", 8), "S", "k", "v", "[T]\n[S]\nk=v\n"},
@@ -151,13 +136,11 @@ TEST(Profile, Writes) {
         {"[S]\n  K  =  1 # note \t\nj=2\n", "s", "k", " v ", "[S]\n  K  =v  \t\nj=2\n"},
         {"[S]\r\nk=1\r\nj=2\r\n", "S", "k", "v", "[S]\r\nk=v\r\nj=2\r\n"},
         {"[S]\nk=1=2", "S", "k", "", "[S]\nk="},
-        {"[S]\nk = 5 # note\n", "S", "k", "5", "[S]\nk =5\n"},
         {"[S]\nk = 5 # note\t\n", "S", "k", "5 # note", SAME},
         {"[S]\n#k=0\nj=1\n  k=2 \t\nl=3\n", "S", "k", nullptr, "[S]\n#k=0\nj=1\n \t\nl=3\n"},
         {"[T]\nk=1\n[S]\nk=2\n[S]\nk=3\n", "S", "k", "v", "[T]\nk=1\n[S]\nk=v\n[S]\nk=3\n"},
         {"[S]\nk=" + MEGABYTE + "\n", "S", "k", "v", "[S]\nk=v\n"},
         // The section exists.
-        {"[S]\n[Config]\nk=5\n", "S", "k", "6", "[S]\nk=6\n[Config]\nk=5\n"},
         {"[S]\nj=1 # x \n\n \n  [T]\nk=5\n", "S", "k", "v", "[S]\nj=1 # x\nk=v \n\n \n  [T]\nk=5\n"},
         {"[S]\nj=1\n[half\nk=5\n", "S", "k", "v", "[S]\nj=1\nk=v\n[half\nk=5\n"},
         {"[S]", "S", "k", "v", "[S]\nk=v\n"},
@@ -174,7 +157,7 @@ TEST(Profile, Writes) {
         EXPECT_EQ(ReadFile(lpszFile), stRow.m_strNew == SAME ? stRow.m_strText : stRow.m_strNew);
         EXPECT_EQ(std::filesystem::last_write_time(lpszFile) == OLD, stRow.m_strNew == SAME);
     }
-    const std::string strMissing = Scratch().Path("missing.ini");
+    const std::string strMissing = g_stScratch.Path("missing.ini");
     EXPECT_TRUE(WritePrivateProfileString("S", "k", "v", strMissing.c_str()));
     EXPECT_EQ(ReadFile(strMissing), "[S]\nk=v\n");
 }
@@ -198,8 +181,7 @@ TEST(Profile, SettlesAnyBytes) {
         ASSERT_EQ(Get("S", "k", "d", 9, lpszFile) + Get("S", "j", "d", 9, lpszFile), "v") << strText;
         ASSERT_TRUE(WritePrivateProfileString("S", "j", nullptr, lpszFile));
         ASSERT_EQ(Get("S", "k", "d", 9, lpszFile) + Get("S", "j", "d", 9, lpszFile), "vd") << strText;
-        (void)Get("S", nullptr, "d", 5, lpszFile);
-        (void)Get(nullptr, nullptr, "d", 5, lpszFile);
+        (void)Get(i % 3 ? "S" : nullptr, nullptr, "d", 5, lpszFile);
     }
 }
 

@@ -7,7 +7,6 @@
 
 #include <cstring>
 #include <random>
-#include <string>
 
 #include "ConfigHelper.h"
 #include "Platform.h"
@@ -71,9 +70,8 @@ TEST_F(ShareMemory, CarriesEntriesBetweenStores) {
     EXPECT_TRUE(stNext.InitSharedMemory());
     EXPECT_TRUE(stNext.AddItemToSharedadd("S", "a", "4", 4) && stNext.AddItemToSharedadd("S", "b", "5", 5));
     EXPECT_TRUE(stStore.updateFromShared(4));
-    EXPECT_EQ(stStore.getValueInt("S", "k", 0) * 100 + stStore.getValueInt("S", "a", 0) * 10 +
-                  stStore.getValueInt("S", "b", 0),
-              205);
+    for (const auto& [lpszKey, nValue] : {std::pair{"k", 2}, {"a", 0}, {"b", 5}})
+        EXPECT_EQ(stStore.getValueInt("S", lpszKey, 0), nValue);
 }
 
 // Whatever another process leaves there: texts end with their fields, and none reaches into another line.
