@@ -11,22 +11,16 @@ namespace {
 
 /** Kilobytes of memory of this machine. */
 long long MachineMemory() {
-    std::istringstream stInfo(ReadFile("/proc/meminfo"));
-    std::string strWord;
-    long long nKilobytes = 0;
-    stInfo >> strWord >> nKilobytes;
-    return nKilobytes;
+    return std::stoll(ReadFile("/proc/meminfo").substr(sizeof "MemTotal:"));
 }
 
 /** Enough for a system file of some 4 GB to pass the memory check. */
-bool HasMuchMemory() {
-    return MachineMemory() > 8'000'000;
-}
+const bool HAS_MUCH_MEMORY = MachineMemory() > 8'000'000;
 
 // Plays a transcript on a terminal, which shows no carriage returns here, or through a pipe.
 void Play(const Installation& stInstallation, const std::string& strName, int nLanguage, bool bTerminal) {
-    std::string strText = stInstallation.Fill(Transcript(strName + "." + std::to_string(nLanguage)));
-    strText = Printed(strText, nLanguage);
+    std::string strText =
+        Printed(stInstallation.Fill(Transcript(strName + "." + std::to_string(nLanguage))), nLanguage);
     if (bTerminal) std::erase(strText, '\r');
     std::string strShown, strInput;
     std::vector<std::pair<std::string, std::string>> stAnswers;
@@ -96,7 +90,7 @@ TEST(SetupDriver, RefusesArguments) {
 TEST(SetupDriver, CreatesTheSystemFile) {
     for (const auto& [strFields, strConfig] : TranscriptRows("created")) {
         if (strFields[1].find("$IP") != std::string::npos && MachineAddress().empty()) continue;
-        if (strFields[1].find("4101") != std::string::npos && !HasMuchMemory()) continue;
+        if (strFields[1].find("4101") != std::string::npos && !HAS_MUCH_MEMORY) continue;
         const int nLanguage = std::stoi(strFields[0]);
         const Installation stInstallation(nLanguage);
         EXPECT_EQ(stInstallation.Run(strFields[1]), CREATED[nLanguage] + FAILED[nLanguage]) << strFields[1];
@@ -113,7 +107,7 @@ TEST(SetupDriver, CreatesTheSystemFile) {
 TEST(SetupDriver, StopsAtWhatIsThereAndSaysWhatItCannotWrite) {
     const Installation stInstallation(0);
     // A size that turns negative in 32 bits leaves the directory and an empty file behind.
-    if (HasMuchMemory()) {
+    if (HAS_MUCH_MEMORY) {
         EXPECT_TRUE(stInstallation.Run("-type 1 -ip 0 -systemfile 2048 -logs 4")
                         .ends_with("Failed to create database service system file, error code: 11\n" + FAILED[0]));
         // A run with its output closed doesn't write what it has to say into that file.
@@ -122,15 +116,12 @@ TEST(SetupDriver, StopsAtWhatIsThereAndSaysWhatItCannotWrite) {
             {"/bin/sh", "-c", "exec \"$0\" -type 1 -ip 0 -systemfile 2048 -logs 4 >&-", stInstallation.Program()});
         EXPECT_TRUE(std::filesystem::exists(stInstallation.SystemFile()));
         EXPECT_EQ(ReadFile(stInstallation.SystemFile()), "");
-    } else {
-        std::filesystem::create_directory(stInstallation.Fill("$BASE/Data/Kestro"));
     }
+    std::filesystem::create_directory(stInstallation.Fill("$BASE/Data/Kestro"));
     // The second run still writes the configuration first.
     WriteFile(stInstallation.Config(), "[System]\nLanguage=0\nlistenip=1.2.3.4\n");
-    EXPECT_EQ(stInstallation.Run(GOOD_MASTER),
-              stInstallation.Fill("Failed to create database, database already exists, database path: "
-                                  "$BASE/Data/Kestro/\n") +
-                  FAILED[0]);
+    const std::string strExists = "Failed to create database, database already exists, database path: ";
+    EXPECT_EQ(stInstallation.Run(GOOD_MASTER), stInstallation.Fill(strExists + "$BASE/Data/Kestro/\n") + FAILED[0]);
     EXPECT_NE(ReadFile(stInstallation.Config()).find("listenip=0.0.0.0"), std::string::npos);
 
     // Without a configuration that can be read or written the run says so once and goes on. The time zone of UTC+8
@@ -155,9 +146,9 @@ TEST(SetupDriver, LooksAtTheMachinesMemory) {
     const std::string strWarning =
         "The system has less available memory, which may cause unknown problems in operation!\n";
     const std::string strRefusal = "Installation failed due to insufficient available memory!\n" + FAILED[0];
+    const std::string strSizes = "-datafile 8 -tablefile 99999999 -kvfile ";
     const auto With = [&](long long nSize) {
-        return stInstallation.Run(GOOD_MASTER +
-                                  ("-datafile 8 -tablefile 99999999 -kvfile " + std::to_string(nSize - 8)));
+        return stInstallation.Run(GOOD_MASTER + strSizes + std::to_string(nSize - 8));
     };
     EXPECT_EQ(With(nMost + 1), strRefusal);
     EXPECT_EQ(With(nMost), strWarning + CREATED[0] + FAILED[0]);
@@ -166,9 +157,8 @@ TEST(SetupDriver, LooksAtTheMachinesMemory) {
 }
 
 TEST(SetupDriver, FailsCleanlyWhereItsPathIsTooLong) {
-    const std::string strDeep = std::string(200, 'd') + "/" + std::string(100, 'd');
-    const Installation stInstallation(0, strDeep);
-    const std::string strOutput = stInstallation.Run(GOOD_MASTER);
+    const std::string strDeep = std::string(200, 'd') + "/" + std::string(100, 'd'),
+                      strOutput = Installation(0, strDeep).Run(GOOD_MASTER);
     EXPECT_TRUE(strOutput.starts_with("The installation directory cannot be determined, ")) << strOutput;
     EXPECT_TRUE(strOutput.ends_with("\n" + FAILED[0])) << strOutput;
 }
@@ -176,12 +166,10 @@ TEST(SetupDriver, FailsCleanlyWhereItsPathIsTooLong) {
 TEST(SetupDriver, SurvivesHostileArgumentsAndInput) {
     const Installation stInstallation(0);
     const std::string strLong(120'000, 'x');
-    std::vector<std::string> strArguments = stInstallation.Arguments("-type 1");
-    for (int i = 0; i < 8; ++i) {
-        strArguments.push_back("-vip");
-        strArguments.push_back(strLong);
-    }
-    EXPECT_EQ(RunProgram(strArguments).m_strOutput,
+    std::string strLine = "-type 1";
+    for (int i = 0; i < 8; ++i)
+        strLine += " -vip " + strLong;
+    EXPECT_EQ(stInstallation.Run(strLine),
               "Parameter value is too long, at most 31 bytes, parameter: -vip\n" + FAILED[0]);
     EXPECT_EQ(stInstallation.Run("-type 1 " + strLong), "Unknown parameter：" + strLong + "\n" + FAILED[0]);
 

@@ -10,11 +10,8 @@
 
 namespace {
 
-/** What the server's progress shows in one round. */
-struct PROGRESSROUND {
-    const char* m_lpszText;
-    int m_nTotal, m_nCurrent, m_nRunning;
-};
+/** What the server's progress shows in one round: text, total, current, running. */
+using PROGRESSROUND = std::tuple<const char*, int, int, int>;
 
 /** One peer is master and local server. */
 class SetupJoinFlow : public CSetupTest {
@@ -49,6 +46,7 @@ protected:
         m_stParam.m_nLocalIP = m_stParam.m_nMasterIP = INADDR_LOOPBACK;
         KeepText(m_stParam.m_szMasterIP, "127.1");
         KeepText(m_stParam.m_szUser, "anna");
+        KeepText(m_stParam.m_szVirtualIP, "10.9.9.9");
         m_stParam.m_usListenPort = m_stPeer.Port();
         m_stPeer.Frames(0, true);
         JOINEND nEnd = JOINEND::Failed;
@@ -58,7 +56,6 @@ protected:
             strOutput.erase(nServices, nEndServices - nServices);
         return strOutput + (nEnd == JOINEND::Done ? "[done]" : nEnd == JOINEND::Failed ? "[failed]" : "[again]");
     }
-    void Clean() const { std::filesystem::remove_all(g_lpDatabasePath); }
 
     ScratchDir m_stDir;
     SETUPPARAM m_stParam;
@@ -68,66 +65,59 @@ protected:
 TEST_F(SetupJoinFlow, JoinsAndShowsTheProgress) {
     static const PROGRESSROUND* lpRound;
     const std::string strSlave = "Successful creation of database service system files! \n",
-                      strStandby = "Create database service system file successfully! \n";
-    const struct {
-        int m_nMode;
-        PROGRESSROUND m_arRound[4];
-        std::string m_strOutput;
-    } arRow[] = {
+                      strStandby = "Create database service system file successfully! \n",
+                      strFirst = "Connecting to Kestro Service...\n\njoin：[1 / 2]";
+    // The flow, the last round and the output.
+    const std::tuple<int, PROGRESSROUND, std::string> arRow[] = {
         {SETUP_SLAVE,
-         {{"", 0, 0, 1}, {"old", 2, 0, 1}, {"join", 2, 1, 1}, {"join", 2, 2, 0}},
-         strSlave + "Connecting to Kestro Service...\n\njoin：[1 / 2]\rjoin：[2 / 2]\rjoin：[2 / 2]\n"
-                    "Cluster entry completed!\n[done]"},
+         {"join", 2, 2, 0},
+         strSlave + strFirst + "\rjoin：[2 / 2]\rjoin：[2 / 2]\nCluster entry completed!\n[done]"},
         {SETUP_SLAVE,
-         {{"", 0, 0, 1}, {"old", 2, 0, 1}, {"join", 2, 1, 1}, {"more", -1, 77, 0}},
-         strSlave + "Connecting to Kestro Service...\n\njoin：[1 / 2]Send join request failed (77). Please check the "
-                    "error log!\n[done]"},
+         {"more", -1, 77, 0},
+         strSlave + strFirst + "Send join request failed (77). Please check the error log!\n[done]"},
+        {SETUP_STANDBY, {"join", 9, 2, 0}, strStandby + strFirst + "\rjoin：[2 / 9]\rjoin：[9 / 9]\n[done]"},
         {SETUP_STANDBY,
-         {{"", 0, 0, 1}, {"old", 2, 0, 1}, {"join", 2, 1, 1}, {"join", 9, 2, 0}},
-         strStandby + "Connecting to Kestro Service...\n\njoin：[1 / 2]\rjoin：[2 / 9]\rjoin：[9 / 9]\n[done]"},
-        {SETUP_STANDBY,
-         {{"", 0, 0, 1}, {"old", 2, 0, 1}, {"join", 2, 1, 1}, {"join", -1, 77, 0}},
-         strStandby + "Connecting to Kestro Service...\n\njoin：[1 / 2]Failed to send join cluster "
-                      "request(77)！\n[failed]"},
+         {"join", -1, 77, 0},
+         strStandby + strFirst + "Failed to send join cluster request(77)！\n[failed]"},
     };
     static CScriptedPeer* lpPeer;
     lpPeer = &m_stPeer;
     m_lpfnOnSleep = [] {
-        if (lpPeer->Frames(MF_CMD_ADD_NODE).empty()) return;
-        snprintf(m_lpBlock->m_szStepText, 128, "%s", lpRound->m_lpszText);
-        m_lpBlock->m_nTotal = lpRound->m_nTotal;
-        m_lpBlock->m_nCurrent = lpRound->m_nCurrent;
-        m_lpBlock->m_nRunning = lpRound->m_nRunning;
-        if (lpRound->m_nRunning) ++lpRound;
+        if (lpPeer->Count(MF_CMD_ADD_NODE) == 0) return;
+        const auto [lpszText, nTotal, nCurrent, nRunning] = *lpRound;
+        snprintf(m_lpBlock->m_szStepText, 128, "%s", lpszText);
+        m_lpBlock->m_nTotal = nTotal;
+        m_lpBlock->m_nCurrent = nCurrent;
+        m_lpBlock->m_nRunning = nRunning;
+        if (nRunning) ++lpRound;
     };
-    for (const auto& stRow : arRow) {
-        lpRound = stRow.m_arRound;
-        EXPECT_EQ(Join(stRow.m_nMode, true), stRow.m_strOutput);
+    for (const auto& [nMode, stLast, strOutput] : arRow) {
+        const PROGRESSROUND arRound[] = {{"", 0, 0, 1}, {"old", 2, 0, 1}, {"join", 2, 1, 1}, stLast};
+        lpRound = arRound;
+        EXPECT_EQ(Join(nMode, true), strOutput);
         EXPECT_EQ(m_strCalls.find("service kestrostorage start"), 0u);
-        const std::vector<PEERFRAME> arNode = m_stPeer.Frames(MF_CMD_ADD_NODE);
-        ASSERT_EQ(arNode.size(), 1u);
-        const std::string& strHead = arNode[0].m_strHead;
+        ASSERT_EQ(m_stPeer.Count(MF_CMD_ADD_NODE), 1);
+        const std::string strHead = m_stPeer.Frames(MF_CMD_ADD_NODE)[0].m_strHead;
         // The id's low 16 bits; a standby node has it from the query of the status.
-        EXPECT_EQ(Get<int>(strHead, 4), stRow.m_nMode == SETUP_SLAVE ? 70000 - 65536 : 7);
-        EXPECT_EQ(Get<unsigned>(strHead, 12), INADDR_LOOPBACK);
-        EXPECT_EQ(Get<unsigned short>(strHead, 16), m_stPeer.Port());
-        EXPECT_EQ(int{strHead[20]}, stRow.m_nMode == SETUP_SLAVE ? 1 : 3);
+        EXPECT_EQ(Get<int>(strHead, 4), nMode == SETUP_SLAVE ? 70000 - 65536 : 7);
+        EXPECT_EQ(strHead.substr(12, 6), RawBytes(INADDR_LOOPBACK, m_stPeer.Port()));
+        EXPECT_EQ(int{strHead[20]}, nMode == SETUP_SLAVE ? 1 : 3);
         EXPECT_STREQ(strHead.c_str() + 24, "127.0.0.1");
         EXPECT_EQ(std::filesystem::file_size(std::string(g_lpDatabasePath) + "System.dbf"), 4u << 20);
-        Clean();
+        std::filesystem::remove_all(g_lpDatabasePath);
     }
-    EXPECT_NE(ReadFile(g_lpConfigPath).find("clusterhostip=127.0.0.1\n"), std::string::npos);
+    EXPECT_EQ(ReadFile(g_lpConfigPath),
+              "[System]\nlistenport=" + std::to_string(m_stPeer.Port()) +
+                  "\nlistenip=127.0.0.1\ndatabasepath=" + g_lpDatabasePath +
+                  "\nbuffercachesize=0\n[Config]\ncluster=1\nclusternode=0\nclusterlocalip=127.0.0.1\n"
+                  "clusterhostip=127.0.0.1\nclustervip=0.0.0.0\nclusteriplist=\nclusterconnectpools=32\n\n");
 }
 
 TEST_F(SetupJoinFlow, EndsWhereTheMasterDoesNotFit) {
     const std::string strNoMaster =
         "The service you enter IP is not the primary node. Please check your IP [127.1], port [" +
         std::to_string(m_stPeer.Port()) + "], username [anna] and password\n";
-    const struct {
-        int m_nMode;
-        bool m_bDialogue;
-        std::string m_strRow, m_strOutput;
-    } arRow[] = {
+    const std::tuple<int, bool, std::string, std::string> arRow[] = {
         {SETUP_SLAVE, true, "-|x|Master|-|-", "Failed to query main database parameters (-1) \n[failed]"},
         {SETUP_STANDBY, true, "1|" + m_strPath + "|-|-|-", "Failed to query main database parameters（-1）\n[failed]"},
         {SETUP_SLAVE, true, "1|/other\n/|Master|-|-",
@@ -135,9 +125,9 @@ TEST_F(SetupJoinFlow, EndsWhereTheMasterDoesNotFit) {
         {SETUP_SLAVE, false, "1|" + m_strPath + "|Slave|10.1.2.3|0", strNoMaster + "[failed]"},
         {SETUP_SLAVE, true, "1|" + m_strPath + "|Slave|-|8000", strNoMaster + "[again]"},
     };
-    for (const auto& stRow : arRow) {
-        m_strInstance = CRecordsetMaker(FIELDS).Row(1, stRow.m_strRow).Block();
-        EXPECT_EQ(Join(stRow.m_nMode, stRow.m_bDialogue), stRow.m_strOutput) << stRow.m_strRow;
+    for (const auto& [nMode, bDialogue, strRow, strOutput] : arRow) {
+        m_strInstance = CRecordsetMaker(FIELDS).Row(1, strRow).Block();
+        EXPECT_EQ(Join(nMode, bDialogue), strOutput) << strRow;
         EXPECT_FALSE(std::filesystem::exists(g_lpDatabasePath));
     }
 }
@@ -158,7 +148,7 @@ TEST_F(SetupJoinFlow, FollowsToTheRealMasterAndLeavesWhatItMade) {
                         .Block();
     EXPECT_TRUE(Join(SETUP_SLAVE, false).ends_with("\nConnecting to Kestro Service...\n[failed]"));
     EXPECT_STREQ(m_stParam.m_szMasterIP, "127.0.0.2");
-    EXPECT_EQ(stOther.Frames(MF_CMD_QUERY).size(), 2u);
+    EXPECT_EQ(stOther.Count(MF_CMD_QUERY), 2);
     const std::string strExists = "Failed to create database, database already exists, database path: ";
     EXPECT_EQ(Join(SETUP_SLAVE, false), strExists + g_lpDatabasePath + "\n[failed]");
 }

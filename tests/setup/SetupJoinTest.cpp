@@ -1,27 +1,9 @@
-// What a join brings beside the dialogue's transcripts: its configuration, and whole runs against development servers.
-
-#include <memory>
+// Whole runs of a join against development servers.
 
 #include "DevServer.h"
 #include "Installation.h"
-#include "SetupConfig.h"
-#include "SetupPaths.h"
 
 namespace {
-
-TEST(SetupJoin, WritesItsConfigurationInOrder) {
-    const ScratchDir stDir;
-    ASSERT_TRUE(SetPaths(stDir.Path("program").c_str()));
-    WriteFile(g_lpConfigPath, "[System]\n[Config]\n");
-    SETUPPARAM stParam;
-    stParam.m_nLocalIP = 0x0A010203;
-    stParam.m_nMasterIP = 0xC0A80004;
-    KeepText(stParam.m_szVirtualIP, "10.9.9.9");
-    WriteJoinConfig(stParam);
-    EXPECT_EQ(ReadFile(g_lpConfigPath),
-              "[System]\nlistenip=10.1.2.3\n[Config]\ncluster=1\nclusternode=0\nclusterlocalip=10.1.2.3\n"
-              "clusterhostip=192.168.0.4\nclustervip=0.0.0.0\nclusteriplist=\nclusterconnectpools=32\n\n");
-}
 
 /** Servers on this machine's address: the master, and slaves in front of it. */
 std::vector<std::unique_ptr<CDevServerRun>> StartServers(const std::vector<std::string>& strFields,

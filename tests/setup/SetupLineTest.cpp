@@ -1,10 +1,8 @@
 #include "SetupLine.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <memory>
-#include <string>
 
 #include "Platform.h"
 
@@ -24,9 +22,8 @@ TEST(SetupLine, EndsALineWhereItEnds) {
     const FILEPTR pFile =
         Input("one\n\n" + strFull + "\n" + strFull + "b\n" + std::string("cut\0here\n\0\r\nlast", 16));
     CSetupLine stInput(pFile.get());
-    for (const std::string& strLine : {std::string("one"), std::string(), strFull, strFull, std::string("b"),
-                                       std::string("cut"), std::string(), std::string("last"), std::string()})
-        EXPECT_EQ(stInput.Read(), strLine);
+    for (const char* lpszLine : {"one", "", strFull.c_str(), strFull.c_str(), "b", "cut", "", "last", ""})
+        EXPECT_STREQ(stInput.Read(), lpszLine);
 }
 
 TEST(SetupLine, KeepsOnlyWhatFitsOfAPassword) {

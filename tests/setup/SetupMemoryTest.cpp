@@ -8,15 +8,13 @@ namespace {
 
 SETUPPARAM Sizes(const char* lpszSystem, const char* lpszData, const char* lpszTree, const char* lpszKV,
                  const char* lpszCache) {
-    SETUPPARAM stParam;
-    KeepText(stParam.m_szSystemFile, lpszSystem);
-    KeepText(stParam.m_szDataFile, lpszData);
-    KeepText(stParam.m_szTreeFile, lpszTree);
-    KeepText(stParam.m_szKVFile, lpszKV);
-    KeepText(stParam.m_szCacheSize, lpszCache);
-    KeepText(stParam.m_szTableFile, "1000000");
-    KeepText(stParam.m_szIndexFile, "1000000");
-    return stParam;
+    SETUPPARAM st;
+    const std::pair<SETUPTEXT*, const char*> arText[] = {
+        {&st.m_szSystemFile, lpszSystem}, {&st.m_szDataFile, lpszData},   {&st.m_szTreeFile, lpszTree},
+        {&st.m_szKVFile, lpszKV},         {&st.m_szCacheSize, lpszCache}, {&st.m_szTableFile, "1000000"}};
+    for (const auto& [lpText, lpszSize] : arText)
+        KeepText(*lpText, lpszSize);
+    return st;
 }
 
 TEST(SetupMemory, CountsWhatLiesInMemory) {
@@ -32,21 +30,16 @@ TEST(SetupMemory, CountsWhatLiesInMemory) {
 
 TEST(SetupMemory, JudgesByTheTotalLessOneGigabyte) {
     constexpr long long SYSTEM = 1048576;
-    struct {
-        double m_dNeed;
-        long long m_nTotal;
-        MEMORYVERDICT m_nVerdict;
-    } const stRows[] = {
-        {19000000, 20000000 + SYSTEM, MEMORYVERDICT::Tight},
-        {19000001, 20000000 + SYSTEM, MEMORYVERDICT::Short},
-        {16000000, 20000000 + SYSTEM, MEMORYVERDICT::Enough},
-        {16000001, 20000000 + SYSTEM, MEMORYVERDICT::Tight},
-        {0, SYSTEM, MEMORYVERDICT::Enough},
-        {1, SYSTEM, MEMORYVERDICT::Short},
-        {414977, 0, MEMORYVERDICT::Short},
-    };
-    for (const auto& stRow : stRows)
-        EXPECT_EQ(JudgeMemory(stRow.m_dNeed, stRow.m_nTotal), stRow.m_nVerdict) << stRow.m_dNeed;
+    using enum MEMORYVERDICT;
+    const std::tuple<double, long long, MEMORYVERDICT> stRows[] = {{19000000, 20000000, Tight},
+                                                                   {19000001, 20000000, Short},
+                                                                   {16000000, 20000000, Enough},
+                                                                   {16000001, 20000000, Tight},
+                                                                   {0, 0, Enough},
+                                                                   {1, 0, Short}};
+    for (const auto& [dNeed, nTotal, nVerdict] : stRows)
+        EXPECT_EQ(JudgeMemory(dNeed, nTotal + SYSTEM), nVerdict) << dNeed;
+    EXPECT_EQ(JudgeMemory(414977, 0), Short);
 }
 
 } // namespace

