@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <chrono>
 #include <climits>
 #include <random>
 
@@ -43,24 +42,17 @@ protected:
         m_arFile.push_back(LogFile());
     }
 
-    static std::string TimeText(const char* lpszFormat) { return TimeTextAt(m_nNow, lpszFormat); }
     static std::string LogFile() { return LogFileAt(m_nNow); }
     static std::string Head(const char* lpszFunction, int nLevel, int nCode) {
         char szHead[256];
-        snprintf(szHead, sizeof szHead, "\r\n%s.%03d %d\t% 2d   % 10d %s ", TimeText("%Y-%m-%d %H:%M:%S").c_str(),
-                 static_cast<int>(m_nNow / 1000 % 1000), gettid(), nLevel, nCode, lpszFunction);
+        snprintf(szHead, sizeof szHead, "\r\n%s.%03d %d\t% 2d   % 10d %s ",
+                 TimeTextAt(m_nNow, "%Y-%m-%d %H:%M:%S").c_str(), static_cast<int>(m_nNow / 1000 % 1000), gettid(),
+                 nLevel, nCode, lpszFunction);
         return szHead;
     }
     static std::string Flush() {
         CTraceManage::DestoryInstance();
         return ReadFile(LogFile());
-    }
-    template <typename CONDITION>
-    static bool Await(CONDITION Condition) {
-        const auto tmEnd = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!Condition() && std::chrono::steady_clock::now() < tmEnd)
-            sched_yield();
-        return Condition();
     }
 
     static inline std::atomic<std::int64_t> m_nNow;
@@ -131,7 +123,7 @@ TEST_F(TraceManageTest, ThreadsTearNoLine) {
         std::string strText = Flush();
         std::erase(strText, '\r');
         std::istringstream stFile(strText);
-        const std::string strTime = TimeText("%Y-%m-%d %H:%M:%S.000 ");
+        const std::string strTime = TimeTextAt(m_nNow, "%Y-%m-%d %H:%M:%S.000 ");
         std::string strLine;
         getline(stFile, strLine);
         ASSERT_EQ(strLine, FILE_HEAD);
@@ -153,10 +145,12 @@ TEST_F(TraceManageTest, FileAboveFiftyMebibytesIsFollowedByANewOne) {
     SetNow(OwnTime(1980));
     const std::string strFirst = LogFile();
     Trace0("F", 0, 0, "first");
-    ASSERT_TRUE(Await([&] { return ReadFile(strFirst).ends_with("first"); }));
+    while (!ReadFile(strFirst).ends_with("first"))
+        sched_yield();
     SetNow(m_nNow + SECOND);
     ASSERT_EQ(truncate(strFirst.c_str(), 52'428'801), 0);
-    ASSERT_TRUE(Await([&] { return fs::exists(LogFile()); }));
+    while (!fs::exists(LogFile()))
+        sched_yield();
     Trace0("F", 0, 0, "second");
     EXPECT_EQ(Flush(), FILE_HEAD + Head("F", 0, 0) + "second");
     EXPECT_EQ(fs::file_size(strFirst), 52'428'801u);

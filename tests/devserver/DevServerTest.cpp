@@ -219,7 +219,7 @@ TEST_F(DevServer, EndsCleanlyInTheMiddleOfItsWork) {
     EXPECT_FALSE(std::filesystem::exists(stServer.Path("file"))) << "half a file is none";
     shmid_ds stState{};
     EXPECT_EQ(shmctl(stServer.Segment(), IPC_STAT, &stState), -1) << "the segment is gone";
-    EXPECT_FALSE(CRawLink(stServer.Port()).IsOpen());
+    EXPECT_FALSE(CRawLink(stServer.Port()).m_bOpen);
     EXPECT_EQ(CDevServerRun().End(SIGINT), 0);
 }
 

@@ -16,7 +16,10 @@ TEST(SetupMasterRun, PrintsExactlyTheseLines) {
         const CServedInstallation stInstallation(nLanguage, {"--fault", strFields[2]});
         stInstallation.SetService(strFields[1]);
         if (strFields[2] == "# none") stInstallation.SetPort(1);
+        const auto tmStart = std::chrono::steady_clock::now();
         EXPECT_EQ(stInstallation.Run(MASTER + strFields[3]), Printed(strOutput, nLanguage)) << strFields[2];
+        const std::chrono::milliseconds tmLeast(strFields[2] == "# none" ? 600 : 22);
+        EXPECT_GE(std::chrono::steady_clock::now() - tmStart, tmLeast) << "a second is a thousandth of one here";
         EXPECT_EQ(stInstallation.Files(), strFields[4]) << strFields[3];
     }
 }
@@ -62,18 +65,5 @@ TEST(SetupMasterRun, ShowsTheServersSteps) {
                              "创建数据库服务成功！安装程序退出...\n");
     EXPECT_TRUE(std::regex_match(strOutput.substr(strOutput.find(strBegin)), stSteps)) << strOutput;
 }
-
-// The shipped program on the true clock: two waits of ten seconds for the services and two of one.
-#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-TEST(SetupMasterRun, WaitsInRealTime) {
-    const CServedInstallation stInstallation(0, {}, KESTROSETUP_PATH);
-    const auto stStart = std::chrono::steady_clock::now();
-    const std::string strOutput = stInstallation.Run(MASTER + "-datafile 1");
-    const std::chrono::duration<double> stTime = std::chrono::steady_clock::now() - stStart;
-    EXPECT_EQ(strOutput, Printed(TranscriptRows("master-runs")[0].m_strLines, 0));
-    EXPECT_GE(stTime.count(), 22);
-    EXPECT_LT(stTime.count(), 30) << "and for nothing else";
-}
-#endif
 
 } // namespace

@@ -83,7 +83,6 @@ public:
     CRawLink(const CRawLink&) = delete;
     ~CRawLink() { close(m_nSocket); }
 
-    bool IsOpen() const { return m_bOpen; }
     void Send(const std::string& strBytes) const { send(m_nSocket, strBytes.data(), strBytes.size(), MSG_NOSIGNAL); }
     std::string Receive(std::size_t nLen) const {
         std::string strBytes(nLen, '\0');
@@ -95,9 +94,6 @@ public:
     /** Sends a frame and reads the reply: the code of a refusal, 0, or -1 for no reply. */
     int Ask(int nCommand, const std::string& strBody = "", int nToken = 1) const {
         Send(HeadBytes(nCommand, nToken, 0, 0, strBody.size()) + strBody);
-        return Reply(nToken);
-    }
-    int Reply(int nToken = 1) const {
         std::string strHead;
         do
             strHead = Receive(112);
@@ -108,7 +104,8 @@ public:
         return strHead[1] == MF_REPLY_OK ? 0 : Get<int>(strHead, 4);
     }
 
+    bool m_bOpen = false;
+
 private:
     int m_nSocket = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    bool m_bOpen = false;
 };

@@ -1,12 +1,10 @@
 #pragma once
 
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
-#include <ifaddrs.h>
 
 #include <regex>
-#include <sstream>
 
+#include "DBInterface.h"
 #include "Program.h"
 #include "ScratchDir.h"
 
@@ -29,16 +27,8 @@ inline std::string Replace(std::string strText, const std::string& strFrom, cons
 
 /** An address of this machine other than the loopback; empty if it has none. */
 inline std::string MachineAddress() {
-    ifaddrs* lpList = nullptr;
-    std::string strFound;
-    if (getifaddrs(&lpList) != 0) return "";
-    for (const ifaddrs* lpEntry = lpList; lpEntry && strFound.empty(); lpEntry = lpEntry->ifa_next) {
-        if (!lpEntry->ifa_addr || lpEntry->ifa_addr->sa_family != AF_INET) continue;
-        const char* lpszText = inet_ntoa(reinterpret_cast<const sockaddr_in*>(lpEntry->ifa_addr)->sin_addr);
-        if (strcmp(lpszText, "127.0.0.1") != 0) strFound = lpszText;
-    }
-    freeifaddrs(lpList);
-    return strFound;
+    const unsigned nIP = CDBInterface::GetIpAddress();
+    return nIP == INADDR_LOOPBACK ? "" : inet_ntoa({htonl(nIP)});
 }
 
 /** A fresh tree as an operator has it before the first run. */
@@ -79,18 +69,13 @@ public:
         return Replace(Replace(strText, "$BASE", m_strBase), "$IP", MachineAddress());
     }
 
-    /** A command line's words, '' for an empty one, behind the program's path. */
-    std::vector<std::string> Arguments(const std::string& strLine) const {
+    /** Runs with a command line's words, '' for an empty one; whatever happens, the exit status is 0. */
+    std::string Run(const std::string& strLine, const std::string& strInput = "") const {
         std::vector<std::string> strArguments{Program()};
         std::istringstream stWords(Fill(strLine));
         for (std::string strWord; stWords >> strWord;)
             strArguments.push_back(strWord == "''" ? "" : strWord);
-        return strArguments;
-    }
-
-    /** Runs with a command line; whatever happens, the exit status is 0. */
-    std::string Run(const std::string& strLine, const std::string& strInput = "") const {
-        const PROGRAMRUN stRun = RunProgram(Arguments(strLine), strInput);
+        const PROGRAMRUN stRun = RunProgram(strArguments, strInput);
         EXPECT_EQ(stRun.m_nStatus, 0) << strLine;
         return stRun.m_strOutput;
     }

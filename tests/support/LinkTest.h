@@ -95,11 +95,11 @@ protected:
         std::filesystem::remove(LogFileAt(m_nNow));
     }
 
-    /** The lines logged since the last call, "code function text" each. */
+    /** The lines logged since the last call, "code function text" each, but for a program's own, which have no code. */
     static std::vector<std::string> Log() {
         std::vector<std::string> arLine;
         while (const auto pLine = CTraceManage::instance()->GetTrace(nullptr))
-            arLine.push_back(pLine->substr(pLine->find("888", pLine->find('\t'))));
+            arLine.push_back(pLine->substr(std::min(pLine->find("888", pLine->find('\t')), pLine->size())));
         return arLine;
     }
     static bool Logged(const std::string& strStart) {
