@@ -1,5 +1,4 @@
 #include "LinkTest.h"
-#include "RecordsetMaker.h"
 
 // What all requests share is tested with the exchange.
 

@@ -2,7 +2,6 @@
 
 #include "ChunkFault.h"
 #include "LinkTest.h"
-#include "RecordsetMaker.h"
 
 namespace {
 

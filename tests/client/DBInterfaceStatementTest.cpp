@@ -1,5 +1,4 @@
 #include "LinkTest.h"
-#include "RecordsetMaker.h"
 #include "TraceHook.h"
 
 namespace {
@@ -347,8 +346,6 @@ TEST_F(DBInterfaceStatement, RunsAStatementAsItsFirstWordTells) {
     EXPECT_STREQ(CDBInterface::RemoveSpaceFromString(strDeep.data(), szWord), "a");
 }
 
-// --- many threads ----------------------------------------------------------------------------------------------------
-
 TEST_F(DBInterfaceStatement, ServesManyThreads) {
     std::atomic<int> nNo = 0;
     m_Script = [&](const PEERFRAME& stFrame) {
@@ -361,7 +358,7 @@ TEST_F(DBInterfaceStatement, ServesManyThreads) {
     };
     // Eight on one connection, and eight with one each.
     CTestLink arLink[8];
-    std::vector<std::thread> arThread;
+    std::vector<std::jthread> arThread;
     for (int i = 0; i < 16; ++i)
         arThread.emplace_back([&, i] {
             CTestLink& stLink = i < 8 ? m_stLink : arLink[i - 8];
@@ -373,8 +370,6 @@ TEST_F(DBInterfaceStatement, ServesManyThreads) {
                 EXPECT_EQ(stLink.Run("commit"), 5);
             }
         });
-    for (std::thread& stThread : arThread)
-        stThread.join();
 }
 
 } // namespace

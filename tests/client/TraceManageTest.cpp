@@ -112,14 +112,13 @@ TEST_F(TraceManageTest, ThreadsTearNoLine) {
     };
     for (const int nYear : {1980, 2200}) {
         SetNow(OwnTime(nYear));
-        std::vector<std::thread> arThread;
+        std::vector<std::jthread> arThread;
         for (int nThread = 0; nThread < 4; ++nThread)
             arThread.emplace_back([=] {
                 for (int i = 0; i < 50'000; ++i)
                     Trace("F", 0, 0, "%s", Line(nThread, i).c_str());
             });
-        for (std::thread& stThread : arThread)
-            stThread.join();
+        arThread.clear();
         std::string strText = Flush();
         std::erase(strText, '\r');
         std::istringstream stFile(strText);

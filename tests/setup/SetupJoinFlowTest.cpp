@@ -2,7 +2,6 @@
 
 #include <map>
 
-#include "RecordsetMaker.h"
 #include "ScratchDir.h"
 #include "SetupFlows.h"
 #include "SetupPaths.h"

@@ -20,8 +20,6 @@ constexpr long long MB4 = 0x400000;
 constexpr std::int64_t CLOCK = 1'700'000'000'123'456;
 constexpr std::size_t USER = 0x18403C;
 
-std::int64_t g_nClock, g_nSlept;
-
 // A field of the expected file.
 struct FIELD {
     std::size_t m_nOffset;
@@ -97,19 +95,13 @@ struct INSTALL {
     int m_nGuid = 0, m_nUserRestrict = 1;
 };
 
-class SystemFile : public testing::Test {
+class SystemFile : public CLinkTest {
 protected:
-    SystemFile() {
-        g_nClock = CLOCK;
-        g_nSlept = 0;
-        g_stPlatform.m_lpfnMicroseconds = [] { return g_nClock; };
-        g_stPlatform.m_lpfnSleep = [](std::int64_t nMicroseconds) { g_nSlept += nMicroseconds; };
+    void SetUp() override {
+        CLinkTest::SetUp();
+        m_nNow = CLOCK;
         SetPath(g_lpDatabasePath, m_stDir.Path() + "/");
         SetPath(g_lpConfigPath, m_stDir.Path("Config.ini"));
-    }
-    ~SystemFile() override {
-        g_stPlatform = m_stPlatform;
-        g_nLanguage_Chinese = 0;
     }
     static void SetPath(char (&lpPath)[MAX_PATH], const std::string& strPath) {
         snprintf(lpPath, sizeof(lpPath), "%s", strPath.c_str());
@@ -133,15 +125,10 @@ protected:
     std::string Add(const char* lpszName, const char* lpszDescription) {
         return Run([&] { return AddAuthority(m_lpBuffer, 77, lpszName, lpszDescription, 0); });
     }
-    int Int(std::size_t nOffset) const {
-        int nValue;
-        std::memcpy(&nValue, m_lpBuffer + nOffset, sizeof(nValue));
-        return nValue;
-    }
+    int Int(std::size_t nOffset) const { return Get<int>(m_strBuffer, nOffset); }
 
     ScratchDir m_stDir;
     const std::string m_strFile = m_stDir.Path("System.dbf");
-    const PLATFORM m_stPlatform = g_stPlatform;
     std::string m_strBuffer = Image(CLOCK, 16 << 20).replace(0x12, 4, 4, '\0').replace(0x4C6, 56 * 256, 56 * 256, '\0');
     BYTE* m_lpBuffer = reinterpret_cast<BYTE*>(m_strBuffer.data());
     unsigned short m_usPort = 0;
@@ -176,7 +163,7 @@ TEST_F(SystemFile, HoldsExactlyTheseBytes) {
     };
     for (const auto& [lpszConfig, stInstall, nClock, nPort, arFields] : arRows) {
         WriteFile(g_lpConfigPath, lpszConfig);
-        g_nClock = nClock;
+        m_nNow = nClock;
         ASSERT_EQ(Create(MB4, stInstall), "0 ");
         std::string strExpected = Image(nClock, MB4);
         Put(strExpected, 0, arFields);
@@ -184,7 +171,7 @@ TEST_F(SystemFile, HoldsExactlyTheseBytes) {
         EXPECT_EQ(m_usPort, nPort);
         std::filesystem::remove(m_strFile);
     }
-    EXPECT_EQ(g_nSlept, 7 * 1000 * std::ssize(arRows));
+    EXPECT_EQ(m_nSlept, 7 * 1000 * std::ssize(arRows));
 }
 
 TEST_F(SystemFile, HasTheSizeAskedForAndZerosBehindTheBuffer) {
@@ -232,6 +219,7 @@ TEST_F(SystemFile, TellsWhyItFailed) {
         EXPECT_EQ(static_cast<long long>(std::filesystem::file_size(m_strFile, stIgnored)), nLeft);
         std::filesystem::remove(m_strFile);
     }
+    g_nLanguage_Chinese = 0;
     EXPECT_EQ(ReadFile(strFull + "System.dbf"), "kept");
 }
 

@@ -71,13 +71,11 @@ private:
     unsigned short m_usPort = 0;
 };
 
-/** A socket on a port, for bytes that no client sends. What doesn't come within its time reads as nothing. */
+/** A socket on a port, for bytes that no client sends. What the server doesn't send before its end reads as nothing. */
 class CRawLink {
 public:
     explicit CRawLink(unsigned short usPort) {
         const sockaddr_in stServer = AddressOf(usPort);
-        const timeval stTimeout{10, 0};
-        setsockopt(m_nSocket, SOL_SOCKET, SO_RCVTIMEO, &stTimeout, sizeof stTimeout);
         m_bOpen = connect(m_nSocket, reinterpret_cast<const sockaddr*>(&stServer), sizeof stServer) == 0;
     }
     CRawLink(const CRawLink&) = delete;

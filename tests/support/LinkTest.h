@@ -125,12 +125,9 @@ protected:
 
     /** What a server answers that has nothing against anything. */
     static PEERANSWER Welcome(const PEERFRAME& stFrame) {
-        std::string strSession(8, '\0');
         switch (stFrame.Command()) {
             case MF_CMD_LOGIN:
-                Put(strSession, 0, SESSION_ID);
-                Put(strSession, 4, THREAD_ID);
-                return stFrame.Reply(MF_REPLY_OK, SERVER_ID, "", 0, strSession);
+                return stFrame.Reply(MF_REPLY_OK, SERVER_ID, "", 0, RawBytes(SESSION_ID, THREAD_ID));
             case MF_CMD_CLUSTER_STATUS:
                 return stFrame.Reply(MF_REPLY_OK, 0, m_strCluster);
             case MF_CMD_USE:

@@ -8,12 +8,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 #include <functional>
 #include <mutex>
-#include <string>
 #include <thread>
-#include <vector>
+
+#include "RecordsetMaker.h"
 
 /** Puts the bytes of a value into a text at an offset. */
 template <typename T>
@@ -30,14 +29,9 @@ T Get(const std::string& strBytes, std::size_t nOffset) {
 /** The 112 bytes of a head, written by their offsets. */
 inline std::string HeadBytes(int nCommand, int nToken, int nFlag, int nValue, std::size_t nBodyLen,
                              const std::string& strParam = "") {
-    std::string strHead(112, '\0');
-    strHead[0] = 3;
-    strHead[1] = static_cast<char>(nCommand);
-    strHead[2] = static_cast<char>(nToken);
-    strHead[3] = static_cast<char>(nFlag);
-    Put(strHead, 4, nValue);
-    Put(strHead, 8, static_cast<unsigned>(nBodyLen));
-    return strHead.replace(12, strParam.size(), strParam);
+    const char arStart[] = {3, static_cast<char>(nCommand), static_cast<char>(nToken), static_cast<char>(nFlag)};
+    const std::string strHead = std::string(arStart, 4) + RawBytes(nValue, static_cast<unsigned>(nBodyLen)) + strParam;
+    return strHead + std::string(112 - strHead.size(), '\0');
 }
 
 /** A port of this machine, by default one of the system's choice. */
