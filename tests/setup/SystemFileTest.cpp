@@ -172,13 +172,13 @@ TEST_F(SystemFile, HoldsExactlyTheseBytes) {
         std::filesystem::remove(m_strFile);
     }
     EXPECT_EQ(m_nSlept, 7 * 1000 * std::ssize(arRows));
-}
 
-TEST_F(SystemFile, HasTheSizeAskedForAndZerosBehindTheBuffer) {
-    for (const long long nSize : {MB4 - 1, MB4, MB4 + 1, 16LL << 20}) {
-        ASSERT_EQ(Create(nSize, {"16", ""}), "0 ") << nSize;
-        std::string strExpected = Image(CLOCK, nSize);
-        Put(strExpected, 0, {{0x476, 4, 16}});
+    // The size asked for, and zeros behind the buffer.
+    WriteFile(g_lpConfigPath, "");
+    for (const long long nSize : {MB4 - 1, MB4 + 1, 16LL << 20}) {
+        ASSERT_EQ(Create(nSize, {"16", ""}), "0 ");
+        std::string strExpected = Image(m_nNow, nSize);
+        Put(strExpected, 0, {{0x476, 4, 16}, {0x010, 2, 0}});
         strExpected.resize(std::max(nSize, MB4));
         EXPECT_EQ(Difference(ReadFile(m_strFile), strExpected), -1) << nSize;
         std::filesystem::remove(m_strFile);

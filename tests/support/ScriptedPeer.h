@@ -109,43 +109,38 @@ public:
 
 private:
     void Run() {
-        std::vector<int> arLink;
-        for (;;) {
-            std::vector<pollfd> arPoll{{m_nStop, POLLIN, 0}, {m_nListen, POLLIN, 0}};
-            for (const int nLink : arLink)
-                arPoll.push_back({nLink, POLLIN, 0});
+        // The first two files are no links.
+        std::vector<pollfd> arPoll{{m_nStop, POLLIN, 0}, {m_nListen, POLLIN, 0}};
+        const auto Ends = [&](const pollfd& stPoll) {
+            return stPoll.revents && !Serve(stPoll.fd) && !close(stPoll.fd);
+        };
+        while (!arPoll[0].revents) {
             if (poll(arPoll.data(), arPoll.size(), -1) < 0) continue;
-            if (arPoll[0].revents) break;
-            for (std::size_t i = arLink.size(); i-- > 0;)
-                if (arPoll[i + 2].revents && !Serve(arLink[i])) arLink.erase(arLink.begin() + static_cast<long>(i));
-            if (arPoll[1].revents) arLink.push_back(accept(m_nListen, nullptr, nullptr));
+            if (arPoll[1].revents) arPoll.push_back({accept(m_nListen, nullptr, nullptr), POLLIN, 0});
+            arPoll.erase(std::remove_if(arPoll.begin() + 2, arPoll.end(), Ends), arPoll.end());
         }
-        for (const int nLink : arLink)
-            close(nLink);
+        for (std::size_t i = 2; i < arPoll.size(); ++i)
+            close(arPoll[i].fd);
     }
 
-    // One frame and its answer; false when the link is gone.
+    // One frame and its answer; false when the link is to close.
     bool Serve(int nLink) {
         PEERFRAME stFrame;
         const auto Read = [&](std::string& strBytes, std::size_t nLen) {
             strBytes.resize(nLen);
             return nLen == 0 || recv(nLink, strBytes.data(), nLen, MSG_WAITALL) == static_cast<ssize_t>(nLen);
         };
-        if (!Read(stFrame.m_strHead, 112) || !Read(stFrame.m_strBody, Get<unsigned>(stFrame.m_strHead, 8))) {
-            close(nLink);
+        if (!Read(stFrame.m_strHead, 112) || !Read(stFrame.m_strBody, Get<unsigned>(stFrame.m_strHead, 8)))
             return false;
-        }
         {
             const std::lock_guard stLock(m_csFrames);
             m_arFrame.push_back(stFrame);
         }
         const PEERANSWER stAnswer = m_Script(stFrame);
         send(nLink, stAnswer.m_strBytes.data(), stAnswer.m_strBytes.size(), MSG_NOSIGNAL);
-        if (stAnswer.m_nThen == PEER_STAYS) return true;
         const linger stReset{1, 0};
         if (stAnswer.m_nThen == PEER_RESETS) setsockopt(nLink, SOL_SOCKET, SO_LINGER, &stReset, sizeof stReset);
-        close(nLink);
-        return false;
+        return stAnswer.m_nThen == PEER_STAYS;
     }
 
     SCRIPT m_Script;

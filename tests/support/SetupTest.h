@@ -47,13 +47,10 @@ protected:
     }
 
     /** Makes the server's segment, of which m_lpBlock is the progress. */
-    static bool MakeSegment() {
+    static void MakeSegment() {
         m_nSegment = shmget(IPC_PRIVATE, 300, 0600);
-        void* const lpSegment = shmat(m_nSegment, nullptr, 0);
+        m_lpBlock = reinterpret_cast<SETUPPROGRESSINFO*>(static_cast<char*>(shmat(m_nSegment, nullptr, 0)) + 79);
         shmctl(m_nSegment, IPC_RMID, nullptr);
-        if (lpSegment == reinterpret_cast<void*>(-1)) return false;
-        m_lpBlock = reinterpret_cast<SETUPPROGRESSINFO*>(static_cast<char*>(lpSegment) + 79);
-        return true;
     }
 
     static inline SETUPPROGRESSINFO* m_lpBlock = nullptr;
