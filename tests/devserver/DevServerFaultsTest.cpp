@@ -77,7 +77,7 @@ TEST_F(DevServerFaults, OfAClientAreRefusedInStep) {
     EXPECT_EQ(stLink.Ask(MF_CMD_QUERY), ERR_PARAMETER) << "no plan at all";
     EXPECT_EQ(stLink.Ask(MF_CMD_QUERY, SectionPlan(200)), ERR_NOT_DEVELOPED);
     EXPECT_EQ(stLink.Ask(MF_CMD_UPDATE_RS, SectionPlan(200)), ERR_NOT_DEVELOPED);
-    EXPECT_EQ(stLink.Ask(MF_CMD_REDO, "\7\0\0\0\1\1"), ERR_PARAMETER);
+    EXPECT_EQ(stLink.Ask(MF_CMD_REDO, std::string("\7\0\0\0\1\1", 6)), ERR_PARAMETER);
     EXPECT_EQ(stLink.Ask(MF_CMD_QUERY, PlanBytes("select id from v$instance"), 255), ERR_OK);
     stLink.Send("GET / HTTP/1.1\r\n" + std::string(96, '\n'));
     EXPECT_EQ(stLink.Receive(112).substr(4, 4), RawBytes(int{ERR_PROTOCOL}));
