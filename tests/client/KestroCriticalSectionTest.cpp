@@ -43,10 +43,9 @@ TEST(KestroCriticalSectionTest, LocksItsScopeAndEntersARecordWithRoom) {
 TEST(KestroCriticalSectionTest, ReleaseUnlocksWhatWasLeft) {
     MUTEX stFirst, stSecond;
     KESTROCRITICALSECTION stRecord{};
-    alignas(CKestroCriticalSectionPtr) unsigned char arFirst[sizeof(CKestroCriticalSectionPtr)],
-        arSecond[sizeof arFirst];
-    auto* pFirst = new (arFirst) CKestroCriticalSectionPtr(&stFirst.m_stMutex, &stRecord);
-    new (arSecond) CKestroCriticalSectionPtr(&stSecond.m_stMutex, &stRecord);
+    alignas(CKestroCriticalSectionPtr) unsigned char arLock[2][sizeof(CKestroCriticalSectionPtr)];
+    auto* pFirst = new (arLock[0]) CKestroCriticalSectionPtr(&stFirst.m_stMutex, &stRecord);
+    new (arLock[1]) CKestroCriticalSectionPtr(&stSecond.m_stMutex, &stRecord);
     pFirst->UnLock();
     KestroCriticalRelease(&stRecord);
     EXPECT_FALSE(stFirst.Held() || stSecond.Held());

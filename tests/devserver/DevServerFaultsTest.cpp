@@ -21,7 +21,6 @@ TEST_F(DevServerFaults, AreSeenByTheClientWithTheirCodes) {
     const std::tuple<const char*, int, int> arRow[] = {
         {"query 1 drop=0", ERR_OK, 2},
         {"query 1 drop=112", ERR_RECEIVE, 1},
-        {"query 1-2 reset=0", ERR_OK, 3},
         {"query reset=0", ERR_LINK_RESET, 3},
         {"query 1-3 stale=1", ERR_OK, 4},
         {"query stale=255", ERR_TOKEN, 4},

@@ -88,15 +88,13 @@ TEST_F(DevServer, AnswersTheInstanceFromThePlan) {
     EXPECT_EQ(int{stStat.m_nServerStat11}, m_stLink.m_nSessionID);
     EXECUTEPLANDESCRIBE stDescribe{};
     EXPECT_EQ(m_stLink.GetExecutePlanInfo("select a, b from V$INSTANCE, t2", &stDescribe, nullptr), ERR_OK);
-    const auto Wide = [&](std::size_t nOffset) {
-        wchar_t szText[20] = L"";
-        std::memcpy(szText, reinterpret_cast<const char*>(&stDescribe) + nOffset, sizeof szText - sizeof szText[0]);
-        return std::wstring(szText);
+    const auto Shows = [&](std::size_t nOffset, const std::wstring& strText) {
+        const auto* lpShown = reinterpret_cast<const char*>(&stDescribe) + nOffset;
+        return std::memcmp(lpShown, strText.c_str(), (strText.size() + 1) * sizeof(wchar_t)) == 0;
     };
-    EXPECT_EQ(Wide(offsetof(EXECUTEPLANDESCRIBE, m_szFirstName)) + L" " +
-                  Wide(offsetof(EXECUTEPLANDESCRIBE, m_szSecondName)) + L" " +
-                  Wide(offsetof(EXECUTEPLANDESCRIBE, m_szDetail)),
-              L"V$INSTANCE T2 columns: 2");
+    EXPECT_TRUE(Shows(offsetof(EXECUTEPLANDESCRIBE, m_szFirstName), L"V$INSTANCE"));
+    EXPECT_TRUE(Shows(offsetof(EXECUTEPLANDESCRIBE, m_szSecondName), L"T2"));
+    EXPECT_TRUE(Shows(offsetof(EXECUTEPLANDESCRIBE, m_szDetail), L"columns: 2"));
     EXPECT_EQ(m_stLink.GetExecutePlanInfo("begin", &stDescribe, nullptr), ERR_NOT_DEVELOPED);
 }
 

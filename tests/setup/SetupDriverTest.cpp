@@ -1,8 +1,6 @@
 // Runs the built setup program in a scratch installation: by arguments, by a pipe and on a terminal, in both languages,
 // and compares everything that it prints. The transcripts show what stands on a terminal; answers typed stand in {{ }}.
 
-#include <gtest/gtest.h>
-
 #include <random>
 
 #include "ServedInstallation.h"

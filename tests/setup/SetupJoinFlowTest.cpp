@@ -1,7 +1,5 @@
 // The join of slave and standby nodes, against scripted servers.
 
-#include <map>
-
 #include "ScratchDir.h"
 #include "SetupFlows.h"
 #include "SetupPaths.h"
