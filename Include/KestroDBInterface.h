@@ -157,7 +157,8 @@ public:
  * its database then, and loses its transaction.
  *
  * Any number of threads may use a connection; one request is on its way at a time, and the others wait. `UseDatabase`,
- * and a statement that does the same, are for a moment when no other thread uses it.
+ * and a statement that does the same, are for a moment when no other thread uses it. It belongs to the process that
+ * opened it: a child that uses or releases it talks, and logs out, in the parent's session.
  */
 class IKestroDBConnection {
 public:
@@ -185,7 +186,7 @@ public:
     [[nodiscard]] virtual int Bind(void* pCursor, int nNo, unsigned char bType, void* pValue, int nLen) = 0;
     /** Runs a cursor and ends it, after an error too. `pStatistics`: null, or room for MF_EXECUTE_STATISTICS. */
     [[nodiscard]] virtual int Execute(void* pCursor, int& nAffect, void* pStatistics) = 0;
-    /** Ends a cursor: 0, or 4 for none. */
+    /** Ends a cursor that wasn't run; the connection ends none by itself: 0, or 4 for none. */
     virtual int CloseCursor(void* pCursor) = 0;
 
     // --- statements --------------------------------------------------------------------------------------------------
