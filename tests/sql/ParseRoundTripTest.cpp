@@ -10,39 +10,33 @@
 
 namespace {
 
-/** Whether a statement compiles, and comes back from its plan. */
-bool ComesBack(const std::string& strSql) {
+/** A statement compiles, and comes back from its plan. */
+void ExpectBack(const std::string& strSql) {
     const auto Nameless = [](const CPlanReader& st) { return PlanLine(st, false); };
     const auto Print = [](const CPlanReader& st) { return CPlanSql(st).Statement(); };
     const std::string strPlan = CompiledAs(strSql, Nameless), strBack = CompiledAs(strSql, Print);
     EXPECT_EQ(strPlan.substr(0, 6), "nType=") << strPlan << "\n" << strSql;
     EXPECT_EQ(strPlan, CompiledAs(strBack, Nameless)) << strSql << "\nas " << strBack;
     EXPECT_EQ(strBack, CompiledAs(strBack, Print)) << strSql; // which has the names of INSERT and UPDATE
-    return !::testing::Test::HasFailure();
 }
 
 TEST(ParseRoundTripTest, RichStatements) {
     static constexpr const char* ROWS[] = {
-        "select -1 + 2 * (3 - 4) / 5 div 6 % 7 || 'a', - - a, -(a + b) * c, a - (b - c) - d, a || (b || c) from dual",
-        "select distinct t.a as \"My A\", b+1 cc, 'it''s', `q`, count(*), t.*, null, ?, sysdate, sysdate(), \"d e\" "
-        "from shop.t where a=1 and b>?",
-        "select sum(-1.50), max(2), count('x'), round(a), round(a, 1), to_char(d), to_char(d, 'YYYY'), log(a), rand(), "
-        "ln(a), log2(a), log10(a), cast(a + 1 as decimal), convert(b, char), s.nextval, s.currval, trim(a, b, c), "
-        "interval 1.5 day + d, d + interval '1:30' hour_minute, j->'$.a[0]', j ->> '$.c' from t",
+        "select t.a as \"My A\", b+1 cc, sysdate(), now(), \"d e\", null, 'it''s' from shop.t where new.a = old.name "
+        "for update nowait",
+        "select sum(-1.50), max(2), count('x'), round(a, 1), to_char(d), log(a), log(a, 2), rand(), ln(a), log2(a), "
+        "cast(a + 1 as date), convert(b, char), s.currval, trim(a, b, c), interval 1.5 second + d, d + interval '1:30' "
+        "hour_minute, j->'$.a[0]', j ->> '$.c' from t",
         "select a from t where a like 'x!_%' escape '!' or not b not like '\\%y_' and c like ('50%') or 'x' like d",
-        "select a from t where (a = 1 or not b in (1, 2.50, -3, null, 'x')) and c not in (a, ?) and not not e",
-        "select a from t where not (a between 1 and b + 1 and c is not null or d is true) and not exists (select 1 "
-        "from "
-        "u where u.id = t.id) or not (exists (select 2 from v))",
-        "select a from t where a > all (select b from u) or any (select c from v where v.x = t.a) = a + 1",
-        "select a x, sum(b) + 1, c from t group by x, c, d + 1 having max(e) > 2 and count(*) < 9 order by x desc, 3, "
-        "d + 1, (2), c",
+        "select a from t where (a = 1 or not b in (2.50, -3, null, 'x')) and c not in (a, ?) and not not e and f is "
+        "not true",
+        "select a from t where not exists (select 1 from u where u.id = t.id) or not (exists (select 2 from v))",
+        "select a x, sum(b) + 1, c from t group by x, c, d + 1 having max(e) > 2 order by x desc, 3, d + 1, (2), c",
         "select a, 'x' from t group by a, b+1 order by b+1, a desc",
         "select b a, a from t group by A order by \"A\" asc, t.a, 'x' paging pageno=2, pagesize=3 for update wait 5",
         "select 1 from t join u on t.a=u.a left join v on v.b=u.b and v.c=1, w where t.z=1",
         "select 1 from a right outer join b on a.x=b.x join c on c.x = 1 straight_join d on d.x = 2 or d.y = 3",
         "select 1 from e, a full join b straight_join c cross join d inner join f",
-        "select 1 from a left join (b join c on b.x=c.x) on a.x=b.x",
         "select 1 from a left join (b, c right join d on c.x=d.x) on 1=1 where 1 = 2",
         "select 1 from a join b on (a.x = 1 or b.x = 2) and b.y = 3 join c on a.x = c.x where (a.y or b.y) and c.z",
         "select * from t1 a, t2 b, (select c from t3 where c > 0) d where (a.id = b.id(+) or b.id > 1) and d.c(+) = "
@@ -50,20 +44,12 @@ TEST(ParseRoundTripTest, RichStatements) {
         "select a from t start with t.a=1 levels=3 connect by prior t.a=t.b and c=2 where d=1",
         "select a from t start with 1=1 connect by a=prior b and c=1 and d = prior e",
         "(select a from t) intersect (select b from u) minus select c from v union all select d from w order by 1",
-        "select a from d.t, (select b from d.u x where d.t.a = x.b union select c from node n, relation r) y where y.b "
-        "= t.a for update skip locked",
-        "insert into t values (1, 'a', null, default, sysdate, -1.5)",
-        "insert into shop.t (a, \"b c\") values (1, 2), (?, ?), (1 + 1, upper('x'))",
+        "select a from d.t, (select b from d.u x where d.t.a = x.b union select c from node n) y where y.b = t.a for "
+        "update skip locked",
         "insert into t (a, b) select a, b from u where a > 0 union select 1, t.b from t",
-        "insert into t any (select a from u)",
-        "update t set a = 1, t.\"b c\" = b + 1, c = (select max(c) from u where u.x = t.x) where id = 7",
-        "update d.t join u x on t.id = x.id set d.t.a = x.a, x.b = null",
-        "delete from t where a = 1 and b in (select b from u)",
-        "delete from t x left join u on x.id = u.id",
-        "select t from t where new.a = old.name",
-    };
+        "update d.t join u x on t.id = x.id set d.t.a = x.a, x.b = null"};
     for (const char* const lpszSql : ROWS)
-        ComesBack(lpszSql);
+        ExpectBack(lpszSql);
 }
 
 // "{" and "}" are brackets that may be left out. The text of a field or column is its name, which brackets change.
@@ -89,9 +75,8 @@ constexpr const char* GRAMMAR[] = {
     "and $not;{$and} and {$not}",
     "not $compare;$compare;not {$link = $link};not ({$or})",
     "compare $name;{$link} = {$link};{$sum} < $sum;$link >= {$link};$name <> {$sum};{$sum} between {$sum} and {$sum};"
-    "$name like 'a%_';$name not like {$sum};$name is not null;{$link} in (1, $name * {$unary}, 'x');$name not in (2, "
-    "'b');"
-    "exists ($query);not exists ($query);{$link} in ($query);$name > all ($query);any ($query) = {$link}",
+    "$name like 'a%_';$name not like {$sum};$name is not null;{$link} in (1, $name * {$unary}, 'x');$name not in "
+    "(2, 'b');exists ($query);not exists ($query);{$link} in ($query);$name > all ($query);any ($query) = {$link}",
     "link $sum;$sum;$sum;{$link} || {$sum}",
     "sum $product;$product;$product;{$sum} + {$product};{$sum} - {$product}",
     "product $unary;$unary;$unary;{$product} * {$unary};{$product} / {$unary};{$product} % {$unary};"
@@ -105,7 +90,7 @@ constexpr const char* GRAMMAR[] = {
 
 TEST(ParseRoundTripTest, RandomStatements) {
 #ifdef NDEBUG
-    constexpr int NUM = 2000;
+    constexpr int NUM = 1000;
 #else
     constexpr int NUM = 60; // which take a sanitizer as long
 #endif
@@ -117,7 +102,7 @@ TEST(ParseRoundTripTest, RandomStatements) {
         std::replace(strBracketed.begin(), strBracketed.end(), '{', '(');
         std::replace(strBracketed.begin(), strBracketed.end(), '}', ')');
         const std::string strPlan = Compiled(strPlain);
-        ComesBack(strPlain);
+        ExpectBack(strPlain);
         EXPECT_EQ(strPlan, Compiled(strBracketed)) << strPlain << "\nas " << strBracketed;
         for (int nName = 1; nName <= stGrammar.LastNumber(); ++nName) {
             const std::string strName = std::to_string(nName) + "\"";
