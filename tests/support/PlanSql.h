@@ -12,7 +12,7 @@
  * Prints the plan of a SELECT, INSERT, UPDATE or DELETE as SQL that compiles to the same plan: from its records alone,
  * with as few brackets as priorities allow, so that compiling it again tests them. Names stand in quotes. "BAD" stands
  * for what it doesn't print: a stamp of AS OF, JSON functions, and constants that were worked out to what no text has.
- * Behind an inner join whose ON has a query no object may follow: the plan doesn't tell at which join an ON stood.
+ * An ON of an inner join with a query in it must be the last text of FROM: the plan doesn't tell where it stood.
  */
 class CPlanSql : CPlanText {
 public:
@@ -42,7 +42,6 @@ private:
         STRING In(int nPriority) const { return m_nPriority < nPriority ? "(" + m_strText + ")" : m_strText; }
     };
     static constexpr int OR = 2, AND = 3, NOT = 4, COMPARE = 5, UNARY = 10;
-    static constexpr const char* ESCAPE = " escape '!'";
     static constexpr char ON_MARK = 1; // where an inner join may take its ON
 
     /** Of a list ";code:word;code:word;" the word of a code. */
@@ -159,7 +158,7 @@ private:
         STRING strPattern;
         for (const char c : szText)
             (strPattern += c == '%' || c == '_' || c == '!' ? "!" : "") += c == 1 ? '%' : c == 2 ? '_' : c;
-        return Quoted(strPattern, '\'') + ESCAPE;
+        return Quoted(strPattern, '\'') + " escape '!'";
     }
 
     STRING Condition(UINT nRoot) { return Condition(CONDITION_NODE, nRoot).m_strText; }
@@ -200,7 +199,7 @@ private:
         STRING strSecond = Side(st.m_nMathExpOffset2);
         // A text right behind LIKE is a pattern.
         const bool bLike = st.m_bOperator == OP_LIKE || st.m_bOperator == OP_NOT_LIKE;
-        if (bLike && strSecond[0] == '\'' && !strSecond.ends_with(ESCAPE)) strSecond = "(" + strSecond + ")";
+        if (bLike && strSecond[0] == '\'' && !strSecond.ends_with(" escape '!'")) strSecond = "(" + strSecond + ")";
         return strText + strSecond + (st.m_nMathExpOffset3 ? " and " + Side(st.m_nMathExpOffset3) : "");
     }
     STRING Side(UINT n) { return n ? Expression(n) + (At<st_MATHEXPBSON>(n).m_bAllowNull ? "(+)" : "") : ""; }
@@ -325,7 +324,8 @@ private:
             const auto [nLeft, nRight] = Split(nWhere);
             EachComparison(CONDITION_NODE, nLeft, Count);
             const bool bPair = nLeft && nSides == nNum;
-            nInner = bPair ? nRight : nNum ? 0 : nWhere;
+            EachComparison(CONDITION_NODE, nRight, Count);
+            nInner = bPair ? nRight : nSides == nNum ? 0 : nWhere;
             nWhere = bPair ? nLeft : nWhere - nInner;
         }
         for (std::size_t n; (n = strFrom.rfind(ON_MARK)) != strFrom.npos;) {
