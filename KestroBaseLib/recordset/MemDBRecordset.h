@@ -5,6 +5,9 @@
 #include "KestroDBInterface.h"
 #include "RecordVector.h"
 
+struct COLUMNFORMS;
+struct ROWCURSOR;
+
 /** Characters of a field's name, the terminator included. */
 constexpr int RECORDSET_NAME_SIZE = 64;
 /** Fields that a row can have: the entries of its values name them in one byte. */
@@ -214,7 +217,8 @@ private:
     int DecodeName(UINT nOffset, char* lpszName, wchar_t* lpszWide) const;
     int EnterNames();
     int DecodeRows();
-    int DecodeRow(const BYTE* lpRow, UINT nRowLen, stu_RECORD& stRecord, LPBYTE lpSpace);
+    std::uint64_t RowSpace(UINT nRowLen) const;
+    int DecodeRow(const COLUMNFORMS& stForms, ROWCURSOR stRow, stu_RECORD& stRecord, LPBYTE& lpSpace);
     /** Bytes of a row's arrays. */
     UINT ArraysSize() const {
         return static_cast<UINT>(m_nFieldNum) * UINT{sizeof(st_VARDATA) + sizeof(BYTE)};
