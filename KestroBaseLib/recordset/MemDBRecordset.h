@@ -6,7 +6,6 @@
 #include "RecordVector.h"
 
 struct COLUMNFORMS;
-struct ROWCURSOR;
 
 /** Characters of a field's name, the terminator included. */
 constexpr int RECORDSET_NAME_SIZE = 64;
@@ -218,7 +217,8 @@ private:
     int EnterNames();
     int DecodeRows();
     std::uint64_t RowSpace(UINT nRowLen) const;
-    int DecodeRow(const COLUMNFORMS& stForms, ROWCURSOR stRow, stu_RECORD& stRecord, LPBYTE& lpSpace);
+    int DecodeRow(const COLUMNFORMS& stForms, const BYTE* lpRow, UINT nRowLen, const BYTE* lpReadable,
+                  stu_RECORD& stRecord, LPBYTE& lpSpace);
     /** Bytes of a row's arrays. */
     UINT ArraysSize() const {
         return static_cast<UINT>(m_nFieldNum) * UINT{sizeof(st_VARDATA) + sizeof(BYTE)};

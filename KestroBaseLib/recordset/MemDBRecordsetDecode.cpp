@@ -179,8 +179,8 @@ int CMemDBRecordset::DecodeRows() {
             if (!lpSlice) return ERR_MEMORY;
         }
         LPBYTE lpEnd = lpSlice;
-        const BYTE* const lpRow = m_lpBuffer + nPos;
-        if (const int nCode = DecodeRow(stForms, {lpRow, lpRow + nRowLen, m_lpBuffer + nSize}, m_lpRecordset[i], lpEnd))
+        const LPBYTE lpRow = m_lpBuffer + nPos;
+        if (const int nCode = DecodeRow(stForms, lpRow, nRowLen, m_lpBuffer + nSize, m_lpRecordset[i], lpEnd))
             return nCode;
         const std::uint64_t nUsed = RoundUp(static_cast<std::uint64_t>(lpEnd - lpSlice));
         lpSlice += nUsed;
@@ -202,15 +202,15 @@ int CMemDBRecordset::AnalysisRow(unsigned char* pRow, int nRowLen, stu_RECORD& s
     LPBYTE lpSpace = AllocAligned(RowSpace(static_cast<UINT>(nRowLen)));
     if (!lpSpace) return ERR_MEMORY;
     const COLUMNFORMS stForms(m_lpFieldInfo, m_nFieldNum);
-    return DecodeRow(stForms, {pRow, pRow + nRowLen, pRow + nRowLen}, stRecord, lpSpace);
+    return DecodeRow(stForms, pRow, static_cast<UINT>(nRowLen), pRow + nRowLen, stRecord, lpSpace);
 }
 
-/** The space has `RowSpace` bytes, and becomes its end. */
-int CMemDBRecordset::DecodeRow(const COLUMNFORMS& stForms, ROWCURSOR stRow, stu_RECORD& stRecord, LPBYTE& lpSpace) {
-    const BYTE* const lpRow = stRow.m_lpNext;
+/** Bytes in front of `lpReadable` may be read. The space has `RowSpace` bytes, and becomes its end. */
+int CMemDBRecordset::DecodeRow(const COLUMNFORMS& stForms, const BYTE* lpRow, UINT nRowLen, const BYTE* lpReadable,
+                               stu_RECORD& stRecord, LPBYTE& lpSpace) {
     InitRow(stRecord, lpSpace);
     stRecord.m_nDataID = reinterpret_cast<const RECORDSETROW*>(lpRow)->m_nDataID;
-    stRow.m_lpNext += sizeof(RECORDSETROW);
+    ROWCURSOR stRow{lpRow + sizeof(RECORDSETROW), lpRow + nRowLen, lpReadable};
     LPBYTE lpCopy = lpSpace + ArraysSize();
     st_VARDATA* lpValue = stRecord.m_lpFieldData;
     for (int i = 0, nFields = m_nFieldNum; i < nFields && stRow.Left() >= 2; ++i, ++lpValue) {
