@@ -39,18 +39,54 @@ void ReadField(CMemDBRecordset& stSet, int nField) {
     Check(!bText || !bBytes || std::strlen(lpszText) <= static_cast<std::size_t>(nLen), "a text beyond its length");
 }
 
-/** Reads all and changes some: each third row goes, each other third takes a text in all its fields. */
-void WalkAndChange(CMemDBRecordset& stSet, int nRows) {
+/** Sets a field in one of the ways that there are. */
+int SetField(CMemDBRecordset& stSet, int nField, int nWay) {
+    const tm stTime{5, 4, 3, 29, 1, 100, 0, 0, 0, 0, nullptr};
+    switch (nWay % 8) {
+        case 0:
+            return stSet.SetField(nField, "12");
+        case 1:
+            return stSet.SetField(nField, -7);
+        case 2:
+            return stSet.SetField(nField, 1LL << 40);
+        case 3:
+            return stSet.SetField(nField, 0.25);
+        case 4:
+            return stSet.SetField(nField, stTime);
+        case 5:
+            return stSet.SetField(nField, L"2024-02-29");
+        case 6:
+            return stSet.SetField(nField, reinterpret_cast<const BYTE*>("\0\xFFz"), 3);
+        default:
+            return stSet.SetFieldNull(nField);
+    }
+}
+
+/** Reads all rows; of those to change each third goes and each other third is set, in all its fields. */
+void Walk(CMemDBRecordset& stSet, bool bChange) {
+    const int nRows = stSet.GetRowNum();
     stSet.MoveFirst();
     for (int nRow = 0; nRow < nRows; ++nRow, stSet.MoveNext()) {
         Check(!stSet.eof(), "fewer rows than it counts");
-        for (int i = 0; i < stSet.GetFieldNum(); ++i)
+        for (int i = 0; i < stSet.GetFieldNum(); ++i) {
             ReadField(stSet, i);
-        for (int i = 0; nRow % 3 == 1 && i < stSet.GetFieldNum(); ++i)
-            static_cast<void>(stSet.SetField(i, "12"));
-        if (nRow % 3 == 2) static_cast<void>(stSet.Delete());
+            if (bChange && nRow % 3 == 1 && SetField(stSet, i, nRow + i) == ERR_OK) ReadField(stSet, i);
+        }
+        if (bChange && nRow % 3 == 2) static_cast<void>(stSet.Delete());
     }
     Check(stSet.eof(), "more rows than it counts");
+}
+
+/** Adds a row for each way of setting, and answers how many there are: none in a set that may not change. */
+int AddRows(CMemDBRecordset& stSet) {
+    constexpr int ROWS = 8;
+    long long nDataID = 0;
+    for (int nRow = 0; nRow < ROWS; ++nRow) {
+        if (stSet.AddNew(nDataID) != ERR_OK) return 0;
+        for (int i = 0; i < stSet.GetFieldNum(); ++i)
+            if (SetField(stSet, i, nRow + i) == ERR_OK) ReadField(stSet, i);
+    }
+    return ROWS;
 }
 
 void Save(CMemDBRecordset& stSet) {
@@ -78,16 +114,20 @@ extern "C" int FuzzRecordset(const BYTE* lpBytes, std::size_t nLen) {
         return 0;
     }
     const int nRows = stSet.GetRowNum();
-    WalkAndChange(stSet, nRows);
+    Walk(stSet, true);
+    const int nNew = AddRows(stSet);
     Save(stSet);
     char* lpszCsv = nullptr;
     Check(stSet.RecordsetToCSV(lpszCsv) == ERR_OK, "no text of the set");
     delete[] lpszCsv;
     IKestroDBRecordset* lpClone = nullptr;
     Check(stSet.Clone(lpClone) == ERR_OK && lpClone->GetRowNum() == stSet.GetRowNum(), "a clone of other rows");
+    Walk(static_cast<CMemDBRecordset&>(*lpClone), false);
+    Save(static_cast<CMemDBRecordset&>(*lpClone));
     lpClone->Release();
     stSet.ClearState();
-    Check(stSet.GetRowNum() == nRows, "a saved set of other rows");
+    Check(stSet.GetRowNum() == nRows + nNew, "a saved set of other rows");
+    Walk(stSet, true);
     return 1;
 }
 

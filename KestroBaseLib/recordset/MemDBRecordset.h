@@ -121,9 +121,7 @@ public:
     int FieldIndex(const wchar_t* lpszName) override {
         return lpszName && m_nFieldNum != 0 ? m_mapNameW2Index.Get(lpszName) : -1;
     }
-    int FieldIndex(const char* lpszName) override {
-        return lpszName && m_nFieldNum != 0 ? m_mapName2Index.Get(lpszName) : -1;
-    }
+    int FieldIndex(const char* lpszName) override;
     int FieldType(int nField) override;
     int FieldPrimaryKey(int nField) override;
     int FieldAllowNull(int nField) override;

@@ -101,6 +101,8 @@ TEST(MemDBRecordset, FindsFieldsByTheirCrossedNames) {
     EXPECT_EQ(std::string(stSet.FieldName(1)) + stSet.FieldTitle(1) + stSet.FieldBaseTableName(0), "名T_名TAB");
     EXPECT_EQ(std::wstring(stSet.FieldNameW(1)) + stSet.FieldTitleW(1) + stSet.FieldBaseTableNameW(0), L"名T_名TAB");
     EXPECT_EQ(stSet.FieldName(4), strLong.substr(0, 63));
+    EXPECT_EQ(stSet.FieldIndex(stSet.FieldName(4)) * 10 + stSet.FieldIndex(stSet.FieldTitle(4)), 44);
+    EXPECT_EQ(stSet.FieldIndex(strLong.c_str()), -1);
     EXPECT_EQ(stSet.FieldName(5), nullptr);
     // The last of equal names; a title only where no name is.
     EXPECT_EQ(stSet.FieldIndex("ID"), 2);
