@@ -212,38 +212,52 @@ TEST(MemDBRecordsetEdit, ForgetsItsChangesWhenTheyWereSaved) {
     EXPECT_EQ(StoredForm(stSet), "5:0016000000");
 }
 
-TEST(MemDBRecordsetEdit, SavesManyRowsInSectionsInOrder) {
-    constexpr int ROWS = 100000;
-    CRecordsetMaker stMaker("A:1");
-    for (int i = 0; i < ROWS; ++i)
-        stMaker.Row(i, "5");
+/** Memory for a million rows of eight fields takes a second where the machine has to find it first. */
+TEST(MemDBRecordsetEdit, TakesAMillionRowsAndSavesAHundredThousand) {
+    constexpr UINT ROWS = 1000000;
+    const std::string strOne =
+        CRecordsetMaker("A:1|B:6|C:2|D:3|E:4|F:240|G:80|H:8").Row(0, "0|name|-1|0.5|45322.25|1.50|7|xy").Block();
+    const UINT nRowPos = reinterpret_cast<const RECORDSETHEAD*>(strOne.data())->m_nRecordBufferOffset;
+    std::string strBlock = strOne.substr(0, nRowPos).replace(4, 4, RawBytes(ROWS));
+    std::string strRow = strOne.substr(nRowPos);
+    for (UINT i = 0; i < ROWS; ++i)
+        strBlock += strRow.replace(4, 8, RawBytes(std::int64_t{i})).replace(13, 4, RawBytes(i));
     CMemDBRecordset stSet;
-    ASSERT_EQ(Analyse(stSet, stMaker.Block()), ERR_OK);
-    // Of each three rows one goes, one changes, one stays.
-    for (int i = 0; i < ROWS; ++i, stSet.MoveNext())
-        ASSERT_EQ(i % 3 == 0 ? stSet.Delete() : i % 3 == 1 ? stSet.SetField(0, i) : 0, ERR_OK);
+    ASSERT_EQ(Analyse(stSet, strBlock), ERR_OK);
+    // Of each thirty rows one goes and one changes, and for each thirty there is a new one.
+    for (UINT i = 0; i < ROWS; ++i, stSet.MoveNext())
+        ASSERT_EQ(i % 30 == 0 ? stSet.Delete() : i % 30 == 1 ? stSet.SetField(0, static_cast<int>(i + 1)) : 0, ERR_OK);
     EXPECT_TRUE(stSet.eof());
+    long long nNewID = 0;
+    for (UINT i = 0; i < ROWS / 30; ++i)
+        ASSERT_EQ(stSet.AddNew(nNewID) + stSet.SetField("A", static_cast<int>(i)), ERR_OK);
     int nCode = 0;
     const std::string strPlan = ChangePlan(stSet, nCode, 4 << 20);
     CPlanReader stPlan;
     ASSERT_EQ(stPlan.Open(strPlan.data(), strPlan.size()), ERR_OK) << stPlan.Fault();
-    EXPECT_GT(stPlan.SectionNum(), 40);
     const auto& stUpdate = *stPlan.Record<UPDATERECORDSETPLANBSON>(stPlan.Head().m_nCommandOffset);
-    EXPECT_EQ(stUpdate.m_nDeleteStepNum, 33334u);
-    EXPECT_EQ(stUpdate.m_nUpdateStepNo, 33336u);
+    EXPECT_EQ(stUpdate.m_nUpdateStepNo * 10 + stUpdate.m_nDeleteStepNo, 333361u);
+    EXPECT_EQ(stUpdate.m_nInsertStepNo, 66670u);
     UINT nID = stUpdate.m_stExecuteObject.m_stExecuteRecord.m_nRecordAddrID;
-    for (UINT i = 0; i < stUpdate.m_stExecuteObject.m_stExecuteRecord.m_nRecordNum; ++i) {
+    EXPECT_EQ(stUpdate.m_stExecuteObject.m_stExecuteRecord.m_nRecordNum, 100001u);
+    for (UINT i = 0; i < 100001; ++i) {
         const auto* const lpRow = stPlan.ById<RECORDHEAD>(nID);
         ASSERT_TRUE(lpRow);
-        const bool bDelete = i < stUpdate.m_nDeleteStepNum;
-        const UINT nDataID = bDelete ? 3 * i : 3 * (i - stUpdate.m_nDeleteStepNum) + 1;
-        ASSERT_EQ(lpRow->m_nDataID, nDataID);
-        ASSERT_EQ(lpRow->m_bOperationType, bDelete ? RECORD_DELETE : RECORD_UPDATE);
+        // The rows in order: deletes, updates, inserts, which have no identity.
+        const UINT nGroup = i / 33334, nNo = i % 33334;
+        ASSERT_EQ(lpRow->m_nDataID, nGroup == 2 ? 0 : nNo * 30 + nGroup);
+        ASSERT_EQ(lpRow->m_bOperationType, nGroup == 0 ? RECORD_DELETE : nGroup == 1 ? RECORD_UPDATE : RECORD_INSERT);
         const auto* const lpField = stPlan.Record<RSFIELDBSON>(lpRow->m_nRsFieldOffset);
-        ASSERT_TRUE(bDelete || std::memcmp(stPlan.Bytes(lpField->m_nFieldDataOffset, 5) + 1, &nDataID, 4) == 0);
+        const UINT nValue = nGroup == 1 ? nNo * 30 + 2 : nNo;
+        ASSERT_TRUE(nGroup == 0 || std::memcmp(stPlan.Bytes(lpField->m_nFieldDataOffset, 5) + 1, &nValue, 4) == 0);
         nID = stPlan.NextId<RECORDHEAD>(nID);
     }
     EXPECT_EQ(nID, 0u);
+    // The last row of the block, and the first new one.
+    ASSERT_EQ(stSet.SetCurrentRow(966665), ERR_OK);
+    EXPECT_EQ(FieldText(stSet, 0) + FieldText(stSet, 1) + FieldText(stSet, 5), "999999name1.50");
+    stSet.MoveNext();
+    EXPECT_EQ(FieldText(stSet, 0) + FieldText(stSet, 1), "0null");
 }
 
 } // namespace
