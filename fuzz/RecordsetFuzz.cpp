@@ -8,8 +8,8 @@
 #include <string>
 
 #include "ExactBytes.h"
-#include "MemDBRecordset.h"
 #include "PlanPrinter.h"
+#include "RecordsetMaker.h"
 
 namespace {
 
@@ -93,11 +93,7 @@ void Save(CMemDBRecordset& stSet) {
     CBaseBson stBson;
     EXECUTEPLANBSON* lpHead = nullptr;
     if (stSet.ParseRecordset(stBson, lpHead) != ERR_OK) return;
-    std::string strPlan(reinterpret_cast<char*>(stBson.GetBuffer()), stBson.GetBsonDataSize());
-    for (USHORT nNo = 1; nNo <= stBson.GetBufferSectionNum(); ++nNo) {
-        const auto* const lpSection = reinterpret_cast<const BUFFERSECTIONHEAD*>(stBson.GetBufferSection(nNo));
-        strPlan.append(reinterpret_cast<const char*>(lpSection), lpSection->m_nSectionDataSize);
-    }
+    const std::string strPlan = SentBytes(stBson);
     CPlanReader stPlan;
     Check(stPlan.Open(strPlan.data(), strPlan.size()) == ERR_OK, "a plan that the reader refuses");
     Check(PrintPlan(stPlan).find(" leads outside\n") == std::string::npos, "a plan that leads outside");
