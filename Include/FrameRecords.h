@@ -202,7 +202,7 @@ struct KESTRO_PACKED MF_EXECUTE_STATISTICS {
     std::int64_t m_nSendTime;
     std::int64_t m_nReceiveTime;
     std::int64_t m_nCallEnd;
-    int m_nErrorCode;
+    int m_nErrorCode;     // of what failed; errno, or the bytes sent, of a query whose link broke
     int m_nErrorPos;      // of a statement that doesn't compile: the number of the word at fault, plus 2
     int m_nStatementKind; // set by `SqlQuery`
     int m_nRowNum;        // rows that the server has for a query

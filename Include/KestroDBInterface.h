@@ -192,7 +192,7 @@ public:
     // --- statements --------------------------------------------------------------------------------------------------
 
     [[nodiscard]] virtual int Execute(char* lpszSql, int& nAffect, void* pStatistics) = 0;
-    /** The caller releases the recordset, which is there after an error too, then empty. */
+    /** The caller releases the recordset, which is there, empty, after an error too; null only with 3 and 900. */
     [[nodiscard]] virtual int GetRecordset(char* lpszSql, IKestroDBRecordset** ppRecordset, void* pStatistics) = 0;
     /** Saves the changes made to a recordset. */
     [[nodiscard]] virtual int UpdateRecordset(IKestroDBRecordset* pRecordset, void* pStatistics) = 0;

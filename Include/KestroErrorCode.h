@@ -22,6 +22,7 @@ enum KESTROERRORCODE : int {
     ERR_INTERNAL_DATA = 37,      // data of the server that contradict themselves
     ERR_DATE_DATA = 49,          // a part of a date or time out of range
     ERR_PROTOCOL = 66,           // the peer speaks another protocol
+    ERR_SYNCHRONIZING = 72,      // the cluster's data are being synchronised
     ERR_FILE_NOT_EXIST = 75,     // the file does not exist
     ERR_FILE_OPEN = 76,          // the file could not be opened
     ERR_IMPORT_FILE = 83,        // not a file that can be imported
@@ -127,8 +128,10 @@ enum KESTROERRORCODE : int {
     ERR_NESTED_QUERY = 1541,    // queries nested too deep, or too many of them
 
     // Cluster, recordset, import and export, JSON.
+    ERR_NOT_MASTER = 5003,          // only the cluster's master can do it
     ERR_GROUP_RECOVERED = 5016,     // the cluster is back, and wants the call once more
     ERR_IMPORT_IN_CLUSTER = 5017,   // no import into a cluster
+    ERR_NODE_NOT_EXIST = 5021,      // no such node in the cluster
     ERR_VIP_SWITCH = 5031,          // the connections of the virtual address could not be moved
     ERR_TRANSACTION_LOST = 5107,    // no such transaction any more
     ERR_FIELD_READ_ONLY = 8051,     // the field may not be changed

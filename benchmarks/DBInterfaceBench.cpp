@@ -1,5 +1,6 @@
 // A small command and a small query over loopback, compilation included, beside bare exchanges of as many bytes with
-// the same server, which does nothing but read and answer.
+// the same server, which does nothing but read and answer. On one CPU (`taskset -c 0`) all of the client's work shows,
+// the uuid of each token too; on two, the next token is drawn while the server works.
 
 #include <arpa/inet.h>
 #include <benchmark/benchmark.h>

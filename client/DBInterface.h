@@ -276,15 +276,15 @@ private:
     bool MustRepeat(KESTROCRITICALSECTION* pRecord, MF_EXECUTE_STATISTICS& stStat, int& nCode);
     void EndOperation(const OPERATIONROW& stRow, MF_EXECUTE_STATISTICS& stStat, const char* lpszText, const int* pCount,
                       int nCode);
-    int Abandon(const OPERATIONROW& stRow, KESTROCRITICALSECTION* pRecord, const char* lpszText);
+    void Abandon(const OPERATIONROW& stRow, KESTROCRITICALSECTION* pRecord, const char* lpszText);
 
     // Statements (DBInterfaceExecute.cpp).
     int Compile(const COMMANDROW& stRow, CParseSql& stParseSql, const char* lpszSql, int nPageNo, int nPageSize,
                 MF_EXECUTE_STATISTICS* pStat, EXECUTEPLANBSON*& pPlan);
-    int UseDatabaseOf(CParseSql& stParseSql, MF_EXECUTE_STATISTICS* pStat);
-    int RunPlan(COMMANDNO nCommand, KESTROCRITICALSECTION* pRecord, EXECUTEPLANBSON* pPlan, int& nAffect,
-                MF_EXECUTE_STATISTICS* pStat, KESTROPROGRESS lpfnProgress, void* pUser);
-    void StampPlan(EXECUTEPLANBSON* pPlan);
+    int UseDatabaseOf(CParseSql& stParseSql);
+    void SetPlan(EXCHANGE& stExchange, EXECUTEPLANBSON* pPlan, const char* lpszSql);
+    int RunPlan(EXCHANGE& stExchange, KESTROCRITICALSECTION* pRecord, EXECUTEPLANBSON* pPlan, const char* lpszSql,
+                int& nAffect);
 
     // Nodes (DBInterfaceCluster.cpp).
     int ChangeNode(EXCHANGE& stExchange);

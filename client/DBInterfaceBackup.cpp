@@ -30,11 +30,9 @@ constexpr OPERATIONROW OPERATION_DELETE_ARCHIVE{
 int CDBInterface::BackupCore(KESTROCRITICALSECTION* pRecord, unsigned char bType, long long nParam,
                              KESTROPROGRESS lpfnProgress, void* pUser) {
     CKestroCriticalSectionPtr csLock(&m_csLock, pRecord);
-    EXCHANGE stExchange(COMMAND_BACKUP);
+    EXCHANGE stExchange(COMMAND_BACKUP, nullptr, lpfnProgress, pUser);
     stExchange.m_stHead.m_bFlag = bType;
     stExchange.m_stHead.m_stBackup.m_nFirst = nParam;
-    stExchange.m_lpfnProgress = lpfnProgress;
-    stExchange.m_pUser = pUser;
     return Exchange(stExchange);
 }
 
@@ -46,13 +44,11 @@ int CDBInterface::Backup(unsigned char bType, long long nParam, KESTROPROGRESS l
 int CDBInterface::RecoverCore(KESTROCRITICALSECTION* pRecord, long long nParam1, long long nParam2, int nParam3,
                               KESTROPROGRESS lpfnProgress, void* pUser) {
     CKestroCriticalSectionPtr csLock(&m_csLock, pRecord);
-    EXCHANGE stExchange(COMMAND_RECOVER);
+    EXCHANGE stExchange(COMMAND_RECOVER, nullptr, lpfnProgress, pUser);
     BACKUPPARAM& stParam = stExchange.m_stHead.m_stBackup;
     stParam.m_nFirst = nParam1;
     stParam.m_nSecond = nParam2;
     stParam.m_nThird = nParam3;
-    stExchange.m_lpfnProgress = lpfnProgress;
-    stExchange.m_pUser = pUser;
     return Exchange(stExchange);
 }
 

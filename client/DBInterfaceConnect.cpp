@@ -60,10 +60,13 @@ int CDBInterface::Connect(int bRetry) {
     stServer.sin_family = AF_INET;
     stServer.sin_addr.s_addr = m_dwServerIP;
     stServer.sin_port = m_usServerPort;
-    // An interrupted attempt goes on by itself, and the next one finds it done.
+    // An attempt that a signal interrupts goes on by itself; the next call waits for its end, or finds it done.
     const auto Try = [&] {
-        return connect(m_nSocket, reinterpret_cast<const sockaddr*>(&stServer), sizeof stServer) == 0 ||
-               errno == EISCONN;
+        int nResult;
+        do
+            nResult = connect(m_nSocket, reinterpret_cast<const sockaddr*>(&stServer), sizeof stServer);
+        while (nResult != 0 && errno == EINTR);
+        return nResult == 0 || errno == EISCONN;
     };
     bool bConnected = Try();
     for (int i = 0; i < CONNECT_RETRY_MOST && bRetry && !bConnected; ++i) {
@@ -130,7 +133,12 @@ int CDBInterface::FollowMaster(const CLUSTERSTATUS& stStatus, int bRetry) {
     m_usFirstNodePort = m_arrAddress[0].m_usPort;
     if (m_nAddressNum < 2 || stStatus.m_dwMasterIP == stStatus.m_arNode[0].m_dwClusterIP) return ERR_OK;
 
-    const int nKeptSocket = std::exchange(m_nSocket, -1);
+    struct CKEPTSOCKET {
+        int m_nSocket;
+        ~CKEPTSOCKET() {
+            if (m_nSocket != -1) close(m_nSocket);
+        }
+    } stKept{std::exchange(m_nSocket, -1)};
     const DWORD dwKeptIP = m_dwServerIP;
     const USHORT usKeptPort = m_usServerPort;
     SetServer(htonl(stStatus.m_dwMasterIP), htons(stStatus.m_usMasterPort));
@@ -141,12 +149,9 @@ int CDBInterface::FollowMaster(const CLUSTERSTATUS& stStatus, int bRetry) {
         m_nAddressIndex = i;
         break;
     }
-    if (Connect(bRetry) == ERR_OK) {
-        close(nKeptSocket);
-        return ERR_OK;
-    }
+    if (Connect(bRetry) == ERR_OK) return ERR_OK;
     CloseSocket();
-    m_nSocket = nKeptSocket;
+    m_nSocket = std::exchange(stKept.m_nSocket, -1);
     SetServer(dwKeptIP, usKeptPort);
     return ERR_OK;
 }

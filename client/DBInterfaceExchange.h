@@ -118,7 +118,7 @@ inline constexpr MESSAGE MSG_SERVER_FAILURE{"服务器返回执行失败，错�
 inline constexpr MESSAGE MSG_SERVER_FAILURE_SQL{"服务器返回执行失败，错误码：%d，SQL：%s",
                                                 "Server return execution failure, error code: %d, SQL: %s"};
 inline constexpr MESSAGE MSG_LOGIN_FAILURE{"用户登录失败，用户名：%s", "User login failed, user name %s"};
-inline constexpr MESSAGE MSG_LOGOUT_FAILURE{"用户登录注销，用户名：%s，返回值：%d",
+inline constexpr MESSAGE MSG_LOGOUT_FAILURE{"用户注销登录，用户名：%s，返回值：%d",
                                             "User login logout, user name %s, return value: %d"};
 inline constexpr MESSAGE MSG_USE_FAILURE{"切换数据库失败，库名：%s", "Failed to switch database, library name: %s"};
 
@@ -222,8 +222,9 @@ enum EXCHANGEEND : BYTE {
 
 /** One request and its reply. */
 struct EXCHANGE {
-    explicit EXCHANGE(COMMANDNO nCommand, MF_EXECUTE_STATISTICS* pStat = nullptr)
-        : m_stRow(COMMANDS[nCommand]), m_pStat(pStat) {
+    explicit EXCHANGE(COMMANDNO nCommand, MF_EXECUTE_STATISTICS* pStat = nullptr, KESTROPROGRESS lpfnProgress = nullptr,
+                      void* pUser = nullptr)
+        : m_stRow(COMMANDS[nCommand]), m_pStat(pStat), m_lpfnProgress(lpfnProgress), m_pUser(pUser) {
         m_stHead.m_bProtocol = FRAME_PROTOCOL;
         m_stHead.m_bCommand = m_stRow.m_bCommand;
     }
@@ -239,8 +240,8 @@ struct EXCHANGE {
     const char* m_lpszSubject = "";
     /** Filled in; null for none. */
     MF_EXECUTE_STATISTICS* m_pStat;
-    KESTROPROGRESS m_lpfnProgress = nullptr;
-    void* m_pUser = nullptr;
+    KESTROPROGRESS m_lpfnProgress;
+    void* m_pUser;
 
     TCPFRAMEHEAD m_stReply{};
     EXCHANGEEND m_nEnd = EXCHANGE_NOT_SENT;

@@ -70,13 +70,15 @@ int CDBInterface::Compile(const COMMANDROW& stRow, CParseSql& stParseSql, const 
 }
 
 // What a plan says about its sender. Once and before the first send: a request that is repeated has the same bytes.
-void CDBInterface::StampPlan(EXECUTEPLANBSON* pPlan) {
+void CDBInterface::SetPlan(EXCHANGE& stExchange, EXECUTEPLANBSON* pPlan, const char* lpszSql) {
     unsigned int dwIP = 0;
     unsigned short usPort = 0;
     GetSocketInfo(dwIP, usPort);
     pPlan->m_bDatabaseNo = pPlan->m_bSessionDatabaseNo = Shared(m_bDatabaseNo).load(std::memory_order_relaxed);
     pPlan->m_dwClientIP = dwIP;
     pPlan->m_nUserID = 0;
+    stExchange.SetPlan(pPlan);
+    stExchange.m_lpszSubject = lpszSql;
 }
 
 // --- one attempt -----------------------------------------------------------------------------------------------------
@@ -86,10 +88,10 @@ int CDBInterface::TCPExecuteCommand(KESTROCRITICALSECTION* pRecord, const char* 
     nAffect = 0;
     CParseSql stParseSql;
     EXECUTEPLANBSON* pPlan = nullptr;
-    const COMMANDROW& stRow = COMMANDS[COMMAND_EXECUTE];
-    if (const int nCode = Compile(stRow, stParseSql, lpszSql, 0, 0, pStat, pPlan)) return nCode;
-    if (pPlan->m_nType == PLAN_USE) return UseDatabaseOf(stParseSql, pStat);
-    return RunPlan(COMMAND_EXECUTE, pRecord, pPlan, nAffect, pStat, lpfnProgress, pUser);
+    EXCHANGE stExchange(COMMAND_EXECUTE, pStat, lpfnProgress, pUser);
+    if (const int nCode = Compile(stExchange.m_stRow, stParseSql, lpszSql, 0, 0, pStat, pPlan)) return nCode;
+    if (pPlan->m_nType == PLAN_USE) return UseDatabaseOf(stParseSql);
+    return RunPlan(stExchange, pRecord, pPlan, lpszSql, nAffect);
 }
 
 int CDBInterface::TCPExecuteCommand(KESTROCRITICALSECTION* pRecord, void* pCursor, int& nAffect,
@@ -98,33 +100,27 @@ int CDBInterface::TCPExecuteCommand(KESTROCRITICALSECTION* pRecord, void* pCurso
     if (!pCursor) return ERR_NULL_POINTER;
     CParseSql& stCursor = *static_cast<CParseSql*>(pCursor);
     if (const int nCode = stCursor.ExecuteBind()) return nCode;
-    return RunPlan(COMMAND_EXECUTE_CURSOR, pRecord, stCursor.GetExecutePlan(), nAffect, pStat, lpfnProgress, pUser);
+    EXCHANGE stExchange(COMMAND_EXECUTE_CURSOR, pStat, lpfnProgress, pUser);
+    return RunPlan(stExchange, pRecord, stCursor.GetExecutePlan(), TextOf(stCursor), nAffect);
 }
 
-int CDBInterface::RunPlan(COMMANDNO nCommand, KESTROCRITICALSECTION* pRecord, EXECUTEPLANBSON* pPlan, int& nAffect,
-                          MF_EXECUTE_STATISTICS* pStat, KESTROPROGRESS lpfnProgress, void* pUser) {
+int CDBInterface::RunPlan(EXCHANGE& stExchange, KESTROCRITICALSECTION* pRecord, EXECUTEPLANBSON* pPlan,
+                          const char* lpszSql, int& nAffect) {
     CKestroCriticalSectionPtr csLock(&m_csLock, pRecord);
-    StampPlan(pPlan);
-    EXCHANGE stExchange(nCommand, pStat);
-    stExchange.SetPlan(pPlan);
-    stExchange.m_lpszSubject = reinterpret_cast<const char*>(pPlan) + pPlan->m_nSqlOffset;
-    stExchange.m_lpfnProgress = lpfnProgress;
-    stExchange.m_pUser = pUser;
+    SetPlan(stExchange, pPlan, lpszSql);
     if (const int nCode = Exchange(stExchange)) return nCode;
     nAffect = stExchange.m_stReply.m_nValue;
     return ERR_OK;
 }
 
 // Without the lock: who switches the database doesn't share the connection at that moment.
-int CDBInterface::UseDatabaseOf(CParseSql& stParseSql, MF_EXECUTE_STATISTICS* pStat) {
+int CDBInterface::UseDatabaseOf(CParseSql& stParseSql) {
     CBaseBson& stBson = stParseSql.GetParseBson();
     const auto* const lpDatabase =
         reinterpret_cast<const DATABASEBSON*>(stBson.ConvertOffset2Addr(stBson.GetExecutePlan()->m_nCommandOffset));
     char szDatabase[sizeof lpDatabase->m_pDatabaseName + 1] = "";
     if (lpDatabase) std::memcpy(szDatabase, lpDatabase->m_pDatabaseName, sizeof lpDatabase->m_pDatabaseName);
-    const int nCode = UseDatabase(lpDatabase ? szDatabase : nullptr);
-    if (nCode != ERR_OK && pStat) pStat->m_nErrorCode = nCode;
-    return nCode;
+    return UseDatabase(lpDatabase ? szDatabase : nullptr);
 }
 
 // --- the operations --------------------------------------------------------------------------------------------------

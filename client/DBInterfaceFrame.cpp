@@ -24,8 +24,8 @@ constexpr int RECEIVE_TIMEOUT_MOST = 31;
 constexpr int RECEIVE_ERROR_MOST = 4;
 
 constexpr std::size_t CLEAR_PIECE = 1024;
-/** A stream that goes on this long isn't going to fall silent. */
-constexpr unsigned long long CLEAR_MOST = 64u << 20;
+/** A stream that goes on for so many pieces isn't going to fall silent, be it fast or byte by byte. */
+constexpr int CLEAR_PIECE_MOST = 1 << 16;
 
 constexpr LOGLINE LINE_CUT_SHORT{
     888'010'099,
@@ -102,7 +102,11 @@ long CDBInterface::ReceiveBytes(void* lpBytes, std::size_t nLen) {
 
 int CDBInterface::ReceiveBuffer(char* pBuffer, int nLength, int& nError, unsigned char bToken) {
     nError = 0;
-    if (nLength <= 0) return nLength < 0 ? -1 : 0;
+    if (nLength == 0) return 0;
+    if (nLength < 0) {
+        Log<LINE_CUT_SHORT>("ReceiveBuffer", nLength, nLength, "");
+        return -1;
+    }
     CReceiveFailures stFailures;
     const char* lpszDetail = nullptr;
     int nGot = 0;
@@ -142,12 +146,15 @@ unsigned long long CDBInterface::ClearSocket() {
     BYTE arPiece[CLEAR_PIECE];
     SetReceiveTimeout(0, 1);
     // A peer that has closed ends this as silence does.
-    for (long nResult; (nResult = ReceiveBytes(arPiece, sizeof arPiece)) > 0;)
-        if ((nCleared += static_cast<unsigned long long>(nResult)) > CLEAR_MOST) break;
-    if (nCleared > CLEAR_MOST)
-        CloseSocket();
-    else
-        SetReceiveTimeout(SOCKET_TIMEOUT, 0);
+    for (int i = 0; i < CLEAR_PIECE_MOST; ++i) {
+        const long nResult = ReceiveBytes(arPiece, sizeof arPiece);
+        if (nResult <= 0) {
+            SetReceiveTimeout(SOCKET_TIMEOUT, 0);
+            return nCleared;
+        }
+        nCleared += static_cast<unsigned long long>(nResult);
+    }
+    CloseSocket();
     return nCleared;
 }
 

@@ -52,9 +52,8 @@ void CDBInterface::EndOperation(const OPERATIONROW& stRow, MF_EXECUTE_STATISTICS
     stStat.m_nEndFileTime = FileTime(NowMicroseconds());
 }
 
-int CDBInterface::Abandon(const OPERATIONROW& stRow, KESTROCRITICALSECTION* pRecord, const char* lpszText) {
+void CDBInterface::Abandon(const OPERATIONROW& stRow, KESTROCRITICALSECTION* pRecord, const char* lpszText) {
     const int nError = errno;
     KestroCriticalRelease(pRecord);
     Trace(stRow.m_lpszFunction, 0, stRow.LogCode(99), Text(stRow.m_stException), nError, lpszText);
-    return ERR_EXCEPTION;
 }

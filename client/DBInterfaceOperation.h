@@ -2,6 +2,8 @@
 
 #include <cxxabi.h>
 
+#include <new>
+
 #include "DBInterface.h"
 #include "KestroErrorCode.h"
 #include "Language.h"
@@ -36,19 +38,24 @@ inline constexpr MESSAGE MSG_EXCEPTION{
 
 /**
  * All that an outer operation runs goes through here: nothing is thrown out of it, and no lock stays taken. Only the
- * cancellation of a thread passes.
+ * cancellation of a thread passes. Memory that isn't there is 3, any other exception 2.
  */
 template <const OPERATIONROW& stRow, typename INNER>
 int CDBInterface::Guard(const char* lpszText, INNER Inner) {
     static_assert(stRow.HasItsArguments(), "a line takes other arguments than there are");
     KESTROCRITICALSECTION stRecord{};
+    int nCode = ERR_EXCEPTION;
     try {
         return Inner(&stRecord);
     } catch (const abi::__forced_unwind&) {
+        SetBusy(0);
         throw;
+    } catch (const std::bad_alloc&) {
+        nCode = ERR_MEMORY;
     } catch (...) {
     }
-    return Abandon(stRow, &stRecord, lpszText);
+    Abandon(stRow, &stRecord, lpszText);
+    return nCode;
 }
 
 /** An operation with clock, recovery and its line in the log. The text and the count, which may be null, are for that.
@@ -56,15 +63,20 @@ int CDBInterface::Guard(const char* lpszText, INNER Inner) {
 template <const OPERATIONROW& stRow, typename INNER>
 int CDBInterface::RunOperation(MF_EXECUTE_STATISTICS& stStat, const char* lpszText, const int* pCount, INNER Inner) {
     if (!IsLoggedIn()) return ERR_LINK_NOT_OPEN;
+    const int nBefore = stStat.m_nErrorCode;
     const int nCode = Guard<stRow>(lpszText, [&](KESTROCRITICALSECTION* pRecord) {
         BeginOperation(stRow, stStat);
         int nInner = ERR_OK;
-        do
+        do {
+            // What was repeated has not failed.
+            stStat.m_nErrorCode = nBefore;
             nInner = Inner(pRecord);
-        while (stRow.m_bRecover && MustRepeat(pRecord, stStat, nInner));
+        } while (stRow.m_bRecover && MustRepeat(pRecord, stStat, nInner));
         EndOperation(stRow, stStat, lpszText, pCount, nInner);
         return nInner;
     });
+    // Some failures note more than their code.
+    if (nCode != ERR_OK && stStat.m_nErrorCode == nBefore) stStat.m_nErrorCode = nCode;
     SetBusy(0);
     return nCode;
 }

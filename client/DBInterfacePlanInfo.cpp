@@ -51,11 +51,9 @@ int CDBInterface::TCPGetExecutePlanInfo(KESTROCRITICALSECTION* pRecord, const ch
     EXCHANGE stExchange(COMMAND_PLAN_INFO, pStat);
     if (const int nCode = Compile(stExchange.m_stRow, stParseSql, lpszSql, 0, 0, pStat, pPlan)) return nCode;
     CKestroCriticalSectionPtr csLock(&m_csLock, pRecord);
-    StampPlan(pPlan);
-    stExchange.SetPlan(pPlan);
+    SetPlan(stExchange, pPlan, lpszSql);
     // Without its sections: a plan that had some would not be whole, and is refused.
     stExchange.m_arPart.push_back({reinterpret_cast<const BYTE*>(pPlan), pPlan->m_nClientBsonDataSize});
-    stExchange.m_lpszSubject = lpszSql;
     stExchange.m_lpBuffer = reinterpret_cast<BYTE*>(pInfo);
     stExchange.m_nBufferSize = sizeof *pInfo;
     return Exchange(stExchange);

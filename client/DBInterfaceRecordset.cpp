@@ -77,17 +77,12 @@ int CDBInterface::TCPGetRecordset(KESTROCRITICALSECTION* pRecord, const char* lp
     if (const int nCode = Compile(stExchange.m_stRow, stParseSql, lpszSql, nPageNo, nPageSize, pStat, pPlan))
         return nCode;
     CKestroCriticalSectionPtr csLock(&m_csLock, pRecord);
-    StampPlan(pPlan);
-    stExchange.SetPlan(pPlan);
-    stExchange.m_lpszSubject = lpszSql;
+    SetPlan(stExchange, pPlan, lpszSql);
     if (const int nCode = Exchange(stExchange)) return nCode;
     // Decoding takes long, and others may use the connection meanwhile.
     csLock.UnLock();
     const int nLen = static_cast<int>(stExchange.m_stReply.m_nBodyLen);
-    if (const int nCode = stRecordset.AnalysisRecordset(stExchange.m_lpBody.release(), nLen, 1)) {
-        if (pStat) pStat->m_nErrorCode = nCode;
-        return nCode;
-    }
+    if (const int nCode = stRecordset.AnalysisRecordset(stExchange.m_lpBody.release(), nLen, 1)) return nCode;
     if (pStat) pStat->m_nRowNum = stExchange.m_stReply.m_nValue;
     return ERR_OK;
 }
@@ -107,8 +102,7 @@ int CDBInterface::TCPUpdateRecordset(KESTROCRITICALSECTION* pRecord, CMemDBRecor
     if (!lpUpdate || lpUpdate->m_stExecuteObject.m_stExecuteStep.m_nExecuteStepNum == 0) return ERR_OK;
 
     CKestroCriticalSectionPtr csLock(&m_csLock, pRecord);
-    StampPlan(pPlan);
-    stExchange.SetPlan(pPlan);
+    SetPlan(stExchange, pPlan, "");
     stExchange.m_arPart.push_back({reinterpret_cast<const BYTE*>(pPlan), pPlan->m_nClientBsonDataSize});
     for (USHORT i = 1; i <= pBson->GetBufferSectionNum(); ++i) {
         const LPBYTE lpSection = pBson->GetBufferSection(i);

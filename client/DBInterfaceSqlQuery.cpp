@@ -66,6 +66,14 @@ char* SkipToText(char* lpszText) {
     }
 }
 
+/** The first word: what stands behind white space, comments and opening brackets. */
+char* FirstWord(char* lpszText) {
+    lpszText = SkipToText(lpszText);
+    while (*lpszText == '(')
+        lpszText = SkipToText(lpszText + 1);
+    return lpszText;
+}
+
 char* TrimEnd(char* lpszStart, char* lpszEnd) {
     while (lpszEnd > lpszStart && IsSpace(lpszEnd[-1]))
         --lpszEnd;
@@ -97,9 +105,7 @@ int CountBrackets(char* lpszStart, char* lpszEnd) {
 char* CDBInterface::RemoveSpaceFromString(char* lpszSql, char* lpszWord) {
     if (!lpszSql) return nullptr;
     char* lpszStart = SkipToText(lpszSql);
-    char* lpszText = lpszStart;
-    while (*lpszText == '(')
-        lpszText = SkipToText(lpszText + 1);
+    const char* const lpszText = FirstWord(lpszStart);
     const std::size_t nWord = std::min<std::size_t>(std::strcspn(lpszText, " \t\r\n:*"), WORD_MOST);
     *std::copy_n(lpszText, nWord, lpszWord) = 0;
 
@@ -139,8 +145,7 @@ int CDBInterface::SqlQuery(char* lpszSql, int& nCount, CMemDBRecordset& stRecord
     stStat.m_nStatementKind = lpKind->m_nKind;
     switch (lpKind->m_nKind) {
         case STATEMENT_EXPLAIN:
-            return GetExecutePlanInfo(lpszText + strnlen(lpszText, std::strlen(lpKind->m_lpszWord)), pDescribe,
-                                      &stStat);
+            return GetExecutePlanInfo(FirstWord(lpszText) + std::strlen(lpKind->m_lpszWord), pDescribe, &stStat);
         case STATEMENT_SELECT: {
             stStat.m_nErrorCode = PAGE_ROWS;
             stStat.m_nErrorPos = FIRST_PAGE;

@@ -38,6 +38,7 @@ constexpr LOGLINE LINE_TEXT_TOO_LONG{
 
 int CDBInterface::TCPStartTransactionLogic(KESTROCRITICALSECTION* pRecord, const char* lpszParam, int& nTransaction,
                                            MF_EXECUTE_STATISTICS* pStat) {
+    nTransaction = 0;
     CKestroCriticalSectionPtr csLock(&m_csLock, pRecord);
     EXCHANGE stExchange(COMMAND_BEGIN_TX, pStat);
     if (strnlen(lpszParam, TRANSACTION_TEXT_MOST + 1) > TRANSACTION_TEXT_MOST) {

@@ -4,9 +4,9 @@
 include(CMakePackageConfigHelpers)
 
 if(BUILD_SHARED_LIBS)
-  set_target_properties(kestrosetup kestroplan PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  set_target_properties(kestrosetup kestroplan kestroquery PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 endif()
-install(TARGETS kestrosetup kestroplan RUNTIME DESTINATION bin)
+install(TARGETS kestrosetup kestroplan kestroquery RUNTIME DESTINATION bin)
 install(FILES ${PROJECT_SOURCE_DIR}/setup/KestroConfig.ini DESTINATION bin)
 install(DIRECTORY DESTINATION Data)
 

@@ -23,6 +23,9 @@ constexpr DEVCOMMAND COMMANDS[] = {
     {MF_CMD_LOGOUT, "logout", true, DEVBODY_NONE, &CDevServerSession::Logout},
     {MF_CMD_USE, "use", true, DEVBODY_NONE, &CDevServerSession::Use},
     {MF_CMD_CLUSTER_STATUS, "cluster-status", false, DEVBODY_NONE, &CDevServerSession::ClusterStatus},
+    {MF_CMD_ADD_NODE, "add-node", true, DEVBODY_NONE, &CDevServerSession::AddNode},
+    {MF_CMD_DROP_NODE, "drop-node", true, DEVBODY_NONE, &CDevServerSession::DropNode},
+    {MF_CMD_MODIFY_NODE, "modify-node", true, DEVBODY_NONE, &CDevServerSession::ModifyNode},
 };
 
 /** Transactions that a link may have open. */
@@ -74,9 +77,28 @@ int CDevServerSession::Use(const DEVREQUEST& stRequest, DEVREPLY& stReply) {
     return nCode;
 }
 
+// --- nodes -----------------------------------------------------------------------------------------------------------
+
 int CDevServerSession::ClusterStatus(const DEVREQUEST&, DEVREPLY& stReply) {
     stReply.m_strBody = m_stInstance.ClusterStatus(m_stSelf);
     return ERR_OK;
+}
+
+// The reply tells that the join has begun; how it goes on stands in shared memory.
+int CDevServerSession::AddNode(const DEVREQUEST& stRequest, DEVREPLY&) {
+    const NEWNODEPARAM& stNode = stRequest.m_stHead.m_stNewNode;
+    return m_stInstance.AddNode({{stNode.m_dwIP, stNode.m_usPort}, stNode.m_bFlag}, stRequest.m_stHead.m_nValue,
+                                stRequest.m_nAbort);
+}
+
+int CDevServerSession::DropNode(const DEVREQUEST& stRequest, DEVREPLY&) {
+    const NODEPARAM& stNode = stRequest.m_stHead.m_stNode;
+    return m_stInstance.DropNode({stNode.m_dwIP, stNode.m_usPort});
+}
+
+int CDevServerSession::ModifyNode(const DEVREQUEST& stRequest, DEVREPLY&) {
+    const NODEPARAM& stNode = stRequest.m_stHead.m_stNode;
+    return m_stInstance.ModifyNode({stNode.m_dwIP, stNode.m_usPort}, stRequest.m_stHead.m_bFlag);
 }
 
 // --- statements ------------------------------------------------------------------------------------------------------
@@ -90,7 +112,7 @@ int CDevServerSession::Execute(const DEVREQUEST& stRequest, DEVREPLY& stReply) {
     if (lpAlter->m_bObjectType != ALTER_SYSTEM || lpAlter->m_nType != ALTER_ADD_FILE) return ERR_NOT_DEVELOPED;
     const auto* const lpFile = stPlan.Record<FILEINFOBSON>(lpAlter->m_nPlanOffset);
     if (!lpFile) return ERR_PARAMETER;
-    return m_stInstance.AddFile(*lpFile, [&](const char* lpszText, int nTotal, int nCurrent) {
+    return m_stInstance.AddFile(*lpFile, stRequest.m_nAbort, [&](const char* lpszText, int nTotal, int nCurrent) {
         TCPFRAMEHEAD stHead{};
         stHead.m_bProtocol = FRAME_PROTOCOL;
         stHead.m_bCommand = MF_REPLY_PENDING;

@@ -45,49 +45,51 @@ void Cut(DEVREPLY& stReply, std::int64_t nSend, REPLYTHEN nThen) {
 
 // clang-format off
 constexpr FAULTKIND FAULTKINDS[] = {
-    {"drop", "N", 0, INT64_MAX, false,
+    {"drop", "N", 0, INT64_MAX, FAULT_REPLY,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t) { Cut(stReply, n, THEN_CLOSE); },
      {"发送应答的前N字节后关闭连接", "send N bytes of the reply and close the link"}},
-    {"reset", "N", 0, INT64_MAX, false,
+    {"reset", "N", 0, INT64_MAX, FAULT_REPLY,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t) { Cut(stReply, n, THEN_RESET); },
      {"发送应答的前N字节后重置连接", "send N bytes of the reply and reset the link"}},
-    {"delay", "N", 0, DELAY_MOST, false,
+    {"delay", "N", 0, DELAY_MOST, FAULT_REPLY,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t) { stReply.m_nDelay = static_cast<int>(n); },
      {"应答前等待N毫秒", "wait N milliseconds before the reply"}},
-    {"stale", "N", 1, 255, false,
+    {"stale", "N", 1, 255, FAULT_REPLY,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t) { stReply.m_stHead.m_bToken ^= static_cast<BYTE>(n); },
      {"应答令牌与N异或，不再与请求一致", "the reply's token is that of the request XOR N"}},
-    {"pending", "N", 0, FRAME_MOST, false,
+    {"pending", "N", 0, FRAME_MOST, FAULT_REPLY,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t) {
          for (; n > 0; --n) AddBefore(stReply, PendingFrame(stReply));
      },
      {"先发送N个“处理中”帧", "N pending frames first"}},
-    {"progress", "N", 0, FRAME_MOST, false, AddProgress,
+    {"progress", "N", 0, FRAME_MOST, FAULT_REPLY, AddProgress,
      {"先发送N个进度帧", "N progress frames first"}},
-    {"fail", "N", INT_MIN, INT_MAX, true,
+    {"fail", "N", INT_MIN, INT_MAX, FAULT_INSTEAD,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t) { stReply.Fail(static_cast<int>(n)); },
      {"不执行请求，以错误码N应答（如5016、-5）", "refuse the request with code N, for example 5016 or -5"}},
-    {"status", "N", 0, 255, false,
+    {"abort", "N", 1, INT_MAX, FAULT_WITHIN, nullptr,
+     {"创建文件或加入集群进行到一半时以错误码N失败", "the file or the join begun fails half way with code N"}},
+    {"status", "N", 0, 255, FAULT_REPLY,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t) { stReply.m_stHead.m_bCommand = static_cast<BYTE>(n); },
      {"应答状态改为N", "the reply's status is N"}},
-    {"protocol", "N", 0, 255, false,
+    {"protocol", "N", 0, 255, FAULT_REPLY,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t) { stReply.m_stHead.m_bProtocol = static_cast<BYTE>(n); },
      {"应答首字节改为N", "the reply's first byte is N"}},
-    {"length", "N", 0, UINT_MAX, false,
+    {"length", "N", 0, UINT_MAX, FAULT_REPLY,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t) { stReply.m_nBodyLen = n; },
      {"应答头声明正文长度为N，正文不变", "the reply's head announces N bytes of body, whatever follows"}},
-    {"short", "N", 1, BODY_MOST, false,
+    {"short", "N", 1, BODY_MOST, FAULT_REPLY,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t) {
          const std::int64_t nLen = static_cast<std::int64_t>(sizeof stReply.m_stHead + stReply.m_strBody.size());
          Cut(stReply, std::max<std::int64_t>(nLen - n, 0), THEN_CLOSE);
      },
      {"应答末尾少发N字节后关闭连接", "leave out the reply's last N bytes and close the link"}},
-    {"body", "N", 0, BODY_MOST, false,
+    {"body", "N", 0, BODY_MOST, FAULT_REPLY,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t) {
          stReply.m_strBody.assign(static_cast<std::size_t>(n), '\xFF');
      },
      {"正文改为N个0xFF字节", "the body is N bytes 0xFF"}},
-    {"byte", "N:N", 0, BODY_MOST, false,
+    {"byte", "N:N", 0, BODY_MOST, FAULT_REPLY,
      [](DEVREPLY& stReply, std::int64_t n, std::int64_t nSecond) {
          stReply.m_arByte.emplace_back(static_cast<std::size_t>(n), static_cast<BYTE>(nSecond));
      },
@@ -164,12 +166,18 @@ std::string DEVREPLY::Bytes() const {
 
 bool FAULT::IsInstead() const {
     return std::any_of(m_arStep.begin(), m_arStep.end(),
-                       [](const FAULTSTEP& stStep) { return stStep.m_lpKind->m_bInstead; });
+                       [](const FAULTSTEP& stStep) { return stStep.m_lpKind->m_nPlace == FAULT_INSTEAD; });
+}
+
+int FAULT::CodeWithin() const {
+    for (const FAULTSTEP& stStep : m_arStep)
+        if (stStep.m_lpKind->m_nPlace == FAULT_WITHIN) return static_cast<int>(stStep.m_nValue);
+    return ERR_OK;
 }
 
 void FAULT::Apply(DEVREPLY& stReply) const {
     for (const FAULTSTEP& stStep : m_arStep)
-        stStep.m_lpKind->m_lpfnApply(stReply, stStep.m_nValue, stStep.m_nSecond);
+        if (stStep.m_lpKind->m_lpfnApply) stStep.m_lpKind->m_lpfnApply(stReply, stStep.m_nValue, stStep.m_nSecond);
 }
 
 bool CFaultScript::Add(std::string_view szLine, std::string& strWhy) {

@@ -39,13 +39,20 @@ struct DEVREPLY {
     std::string Bytes() const;
 };
 
+/** Where a misbehaviour has its place. */
+enum FAULTPLACE : BYTE {
+    FAULT_REPLY,   // in the reply
+    FAULT_INSTEAD, // in the place of the request, which isn't carried out
+    FAULT_WITHIN,  // half way through what the request begins
+};
+
 /** A way to misbehave. */
 struct FAULTKIND {
     std::string_view m_szName;
     const char* m_lpszValue; // what stands behind "=": "N", or "N:N"
     std::int64_t m_nLeast, m_nMost;
-    bool m_bInstead; // the request isn't carried out
-    void (*m_lpfnApply)(DEVREPLY& stReply, std::int64_t nValue, std::int64_t nSecond);
+    FAULTPLACE m_nPlace;
+    void (*m_lpfnApply)(DEVREPLY& stReply, std::int64_t nValue, std::int64_t nSecond); // null: nothing in the reply
     MESSAGE m_stHelp;
 };
 
@@ -61,6 +68,8 @@ struct FAULT {
 
     /** Whether the request isn't carried out. */
     bool IsInstead() const;
+    /** The code with which its work fails half way; 0: it doesn't. */
+    int CodeWithin() const;
     void Apply(DEVREPLY& stReply) const;
 };
 

@@ -1,4 +1,4 @@
-// The instance: sessions, databases, the cluster, and the making of files.
+// The instance: sessions, databases, its row, and the making of files. The cluster stands in DevServerCluster.cpp.
 
 #include "DevServerInstance.h"
 
@@ -21,7 +21,12 @@ constexpr std::size_t DATABASE_MOST = 255;
 
 constexpr std::int64_t FILE_UNIT = 1 << 20;
 constexpr std::int64_t FILE_SIZE_MOST = std::int64_t{1} << 44;
-constexpr int FILE_STEP_NUM = 16;
+
+/** Parts of a step. */
+constexpr int PART_NUM = 16;
+
+/** What a server is that isn't open yet. */
+constexpr const char* STATUS_STARTING = "Starting";
 
 struct FILEKIND {
     BYTE m_bFileType;
@@ -76,29 +81,15 @@ int CDevServerInstance::UseDatabase(std::string_view szName, BYTE& bNumber) {
     return ERR_OK;
 }
 
-std::string CDevServerInstance::ClusterStatus(const DEVADDRESS& stSelf) const {
-    CLUSTERSTATUS stStatus{};
-    const DEVADDRESS& stMaster = m_stSettings.m_stMaster.m_usPort ? m_stSettings.m_stMaster : stSelf;
-    stStatus.m_dwMasterIP = stMaster.m_dwIP;
-    stStatus.m_usMasterPort = stMaster.m_usPort;
-    const std::vector<DEVADDRESS> arSelf{stSelf};
-    int nNode = 0;
-    for (const DEVADDRESS& stNode : m_stSettings.m_arNode.empty() ? arSelf : m_stSettings.m_arNode) {
-        if (nNode == CLUSTER_NODE_MOST) break;
-        CLUSTERNODE& stRecord = stStatus.m_arNode[nNode++];
-        stRecord.m_dwClusterIP = stRecord.m_dwIP = stNode.m_dwIP;
-        stRecord.m_usPort = stNode.m_usPort;
-    }
-    stStatus.m_nNodeNum = nNode;
-    return {reinterpret_cast<const char*>(&stStatus),
-            offsetof(CLUSTERSTATUS, m_arNode) + static_cast<std::size_t>(nNode) * sizeof(CLUSTERNODE)};
-}
-
-INSTANCEROW CDevServerInstance::Row(const DEVADDRESS& stSelf) const {
+INSTANCEROW CDevServerInstance::Row(const DEVADDRESS& stSelf) {
+    const std::lock_guard stLock(m_csState);
     const bool bMaster = m_stSettings.m_stMaster.m_usPort == 0;
     const DEVADDRESS& stMaster = bMaster ? stSelf : m_stSettings.m_stMaster;
-    return {m_stSettings.m_nId,           m_stSettings.m_strStatus,     m_stSettings.m_strPath,
-            bMaster ? "Master" : "Slave", AddressText(stMaster.m_dwIP), stMaster.m_usPort};
+    const bool bStarting = m_nAsked < m_stSettings.m_nStarting;
+    m_nAsked += bStarting;
+    return {m_stSettings.m_nId,           bStarting ? STATUS_STARTING : m_stSettings.m_strStatus,
+            m_stSettings.m_strPath,       bMaster ? "Master" : "Slave",
+            AddressText(stMaster.m_dwIP), stMaster.m_usPort};
 }
 
 // --- files -----------------------------------------------------------------------------------------------------------
@@ -116,34 +107,48 @@ bool CDevServerInstance::IsInside(const std::string& strFile) const {
            pathRoot.end();
 }
 
-int CDevServerInstance::AddFile(const FILEINFOBSON& stFile, const DEVPROGRESS& Told) {
+int CDevServerInstance::AddFile(const FILEINFOBSON& stFile, int nAbort, const DEVPROGRESS& Told) {
     const FILEKIND* const lpKind = FindKind(stFile.m_bFileType);
     if (!lpKind) return ERR_NOT_DEVELOPED;
     const std::string strFile(CPlanReader::Field(stFile.m_pAlterFilePath));
-    if (strFile.empty() || stFile.m_nFileSize <= 0 || stFile.m_nFileSize > FILE_SIZE_MOST) return ERR_PARAMETER;
+    const std::int64_t nSize = stFile.m_nFileSize;
+    if (strFile.empty() || nSize <= 0 || nSize > FILE_SIZE_MOST) return ERR_PARAMETER;
     if (!IsInside(strFile)) return ERR_FILE_OPEN;
 
     const std::lock_guard stLock(m_csFile);
     const int nFile = open(strFile.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, 0644);
     if (nFile < 0) return errno == EEXIST ? ERR_FILE_EXISTS : ERR_FILE_OPEN;
-    const int nCode = GrowFile(nFile, stFile.m_nFileSize, Text(lpKind->m_stStep), Told);
+    const int nTotal = static_cast<int>((nSize + FILE_UNIT - 1) / FILE_UNIT);
+    const auto Grow = [&](int nPart) {
+        const std::int64_t nNow = nSize / PART_NUM * nPart + nSize % PART_NUM * nPart / PART_NUM;
+        return ftruncate(nFile, nNow) == 0 ? ERR_OK : ERR_NO_SPACE;
+    };
+    const DEVSTEP stStep{Text(lpKind->m_stStep), nTotal, nAbort};
+    const int nCode = RunStep(stStep, Grow, Told);
+    ShowEnd(stStep, nCode);
     close(nFile);
-    if (nCode == ERR_OK) return ERR_OK;
-    unlink(strFile.c_str());
-    m_stProgress.ShowFailure(nCode);
+    if (nCode != ERR_OK) unlink(strFile.c_str());
     return nCode;
 }
 
-int CDevServerInstance::GrowFile(int nFile, std::int64_t nSize, const char* lpszText, const DEVPROGRESS& Told) {
-    const int nTotal = static_cast<int>((nSize + FILE_UNIT - 1) / FILE_UNIT);
+int CDevServerInstance::RunStep(const DEVSTEP& stStep, const std::function<int(int)>& Work, const DEVPROGRESS& Told) {
+    const auto [lpszText, nTotal, nAbort] = stStep;
     m_stProgress.Show(lpszText, nTotal, 0, 1);
-    for (int i = 1; i <= FILE_STEP_NUM; ++i) {
+    for (int nPart = 1; nPart <= PART_NUM; ++nPart) {
         if (m_stStop.Wait(m_stSettings.m_nPace)) return ERR_FAILED;
-        if (ftruncate(nFile, nSize / FILE_STEP_NUM * i + nSize % FILE_STEP_NUM * i / FILE_STEP_NUM) != 0)
-            return ERR_NO_SPACE;
-        const int nCurrent = static_cast<int>(std::int64_t{nTotal} * i / FILE_STEP_NUM);
-        m_stProgress.Show(lpszText, nTotal, nCurrent, i < FILE_STEP_NUM);
-        Told(lpszText, nTotal, nCurrent);
+        if (nAbort != ERR_OK && nPart > PART_NUM / 2) return nAbort;
+        const int nCode = Work ? Work(nPart) : ERR_OK;
+        if (nCode != ERR_OK) return nCode;
+        const int nCurrent = static_cast<int>(std::int64_t{nTotal} * nPart / PART_NUM);
+        m_stProgress.Show(lpszText, nTotal, nCurrent, 1);
+        if (Told) Told(lpszText, nTotal, nCurrent);
     }
     return ERR_OK;
+}
+
+void CDevServerInstance::ShowEnd(const DEVSTEP& stStep, int nCode) {
+    if (nCode == ERR_OK)
+        m_stProgress.Show(stStep.m_lpszText, stStep.m_nTotal, stStep.m_nTotal, 0);
+    else
+        m_stProgress.ShowFailure(nCode);
 }

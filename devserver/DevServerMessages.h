@@ -11,11 +11,12 @@ inline constexpr MESSAGE MSG_USAGE{
     "Stands in for the database server on one machine, for development and tests.\n\n"};
 inline constexpr MESSAGE MSG_USAGE_FAULTS{
     "\n规则：命令 [从][-[到]] 行为=值...，按该命令的请求次数（从1起）生效，例如：query 2-3 drop=50\n"
-    "命令：execute query update begin end plan-info redo login logout use cluster-status any\n"
+    "命令：execute query update begin end plan-info redo login logout use cluster-status\n"
+    "add-node drop-node modify-node any\n"
     "行为：\n",
     "\nA rule is COMMAND [FROM][-[TO]] KIND=VALUE..., counting the requests of that command from 1, for example\n"
     "\"query 2-3 drop=50\". Commands: execute query update begin end plan-info redo login logout use\n"
-    "cluster-status any. Kinds:\n"};
+    "cluster-status add-node drop-node modify-node any. Kinds:\n"};
 inline constexpr MESSAGE MSG_USAGE_END{
     "\n退出状态：0表示正常结束；1表示无法运行；2表示用法错误\n",
     "\nExit status: 0 after an end by SIGTERM or SIGINT, 1 where it can't run, 2 for "

@@ -132,6 +132,7 @@ bool CDevServerSession::ServeRequest() {
         return false;
 
     const FAULT stFault = m_stScript.Next(stHead.m_bCommand);
+    stRequest.m_nAbort = stFault.CodeWithin();
     if (nCode == ERR_OK && !stFault.IsInstead()) nCode = CarryOut(*lpCommand, stRequest, stReply);
     if (nCode != ERR_OK) stReply.Fail(nCode);
     stFault.Apply(stReply);

@@ -15,6 +15,7 @@ struct DEVREQUEST {
     TCPFRAMEHEAD m_stHead{};
     std::string m_strBody;
     CPlanReader m_stPlan; // opened for the commands with a plan
+    int m_nAbort = 0;     // the code with which what it begins fails half way; 0: it doesn't
 };
 
 /** The body that a command takes. */
@@ -64,6 +65,9 @@ public:
     int Logout(const DEVREQUEST& stRequest, DEVREPLY& stReply);
     int Use(const DEVREQUEST& stRequest, DEVREPLY& stReply);
     int ClusterStatus(const DEVREQUEST& stRequest, DEVREPLY& stReply);
+    int AddNode(const DEVREQUEST& stRequest, DEVREPLY& stReply);
+    int DropNode(const DEVREQUEST& stRequest, DEVREPLY& stReply);
+    int ModifyNode(const DEVREQUEST& stRequest, DEVREPLY& stReply);
     int Execute(const DEVREQUEST& stRequest, DEVREPLY& stReply);
     int Query(const DEVREQUEST& stRequest, DEVREPLY& stReply);
     int UpdateRecordset(const DEVREQUEST& stRequest, DEVREPLY& stReply);

@@ -1,6 +1,6 @@
 // kestrodevserver: stands in for the database server while a client is developed. It speaks the server's side of the
-// protocol, knows one row of one table, makes empty data files, and misbehaves on request. It keeps nothing, and
-// removes its shared memory when it ends. The options, and the way from start to end.
+// protocol, knows one row of one table, makes empty data files, has nodes join its cluster, and misbehaves on request.
+// It keeps nothing, and removes its shared memory when it ends. The options, and the way from start to end.
 
 #include <arpa/inet.h>
 #include <signal.h>
@@ -97,8 +97,8 @@ bool SetPath(CALL& stCall, const char* lpszValue) {
 }
 
 bool AddNode(CALL& stCall, const char* lpszValue) {
-    std::vector<DEVADDRESS>& arNode = stCall.m_stSettings.m_arNode;
-    return arNode.size() < CLUSTER_NODE_MOST && ReadAddress(lpszValue, arNode.emplace_back());
+    std::vector<DEVNODE>& arNode = stCall.m_stSettings.m_arNode;
+    return arNode.size() < CLUSTER_NODE_MOST && ReadAddress(lpszValue, arNode.emplace_back().m_stAddress);
 }
 
 // clang-format off
@@ -122,6 +122,11 @@ constexpr OPTION OPTIONS[] = {
          return true;
      },
      {"实例状态，默认Open", "status of the instance, \"Open\" by default"}},
+    {"--starting", "N",
+     [](CALL& stCall, const char* lpszValue) {
+         return ReadNumber<int>(lpszValue, 0, INT_MAX, stCall.m_stSettings.m_nStarting);
+     },
+     {"前N次查询时实例状态为Starting，默认0", "the first N queries find the status \"Starting\", none by default"}},
     {"--path", "DIR", SetPath,
      {"数据目录，默认当前目录；只在其中创建文件", "its data directory, by default this one; files are made in it only"}},
     {"--master", "IP:PORT",
@@ -137,7 +142,8 @@ constexpr OPTION OPTIONS[] = {
      [](CALL& stCall, const char* lpszValue) {
          return ReadNumber<int>(lpszValue, 0, 3'600'000, stCall.m_stSettings.m_nPace);
      },
-     {"创建文件每一步的等待毫秒数，共16步", "milliseconds that each of the 16 steps of making a file takes"}},
+     {"每部分进度的毫秒数：每个文件或加入集群的每一步分16部分",
+      "milliseconds that a part of the progress takes: a file has 16, and each step of a join"}},
     {"--fault", "RULE", [](CALL& stCall, const char* lpszValue) { return AddRule(stCall, lpszValue); },
      {"一条异常行为规则，可重复", "a rule of misbehaviour, again for each"}},
     {"--script", "FILE", ReadScript,

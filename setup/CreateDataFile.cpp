@@ -136,8 +136,8 @@ int RunDataFileThread(CREATEDATAFILEPARAM& stParam) {
     // Neither joined nor detached: its status is awaited, and the process ends soon after it.
     pthread_t nThread;
     if (const int nError = pthread_create(&nThread, nullptr, CreateDataFileThread, &stParam)) {
-        SayText(MSG_LINE_END);
-        return nError;
+        Trace(TRACE_FUNCTION, TRACE_LEVEL_SETUP, 0, Text(MSG_TRACE_NO_THREAD), nError);
+        stParam.m_nStatus = DATAFILE_FAILED;
     }
     SleepMilliseconds(THREAD_PAUSE_MS);
     AwaitDataFiles(stParam, stProgress);

@@ -27,7 +27,7 @@ struct CREATEDATAFILEPARAM {
  * create its data files, while the server's progress is shown. Sizes are texts in MB: without a number other than 0 a
  * file isn't made; white space at their ends is cut in place. `localIP` is the address to connect to. The last argument
  * is unused. Answers 0; the code of the connection or of the query that failed, which has been said; or 1 for a file
- * that failed, whose code is in the trace log.
+ * or a thread that failed, whose code is in the trace log.
  */
 [[nodiscard]] int CreateDataFile(char* data, char* tree, char* kv, char* table, char* index, char* localIP,
                                  unsigned short port, CDBInterface* lpUnused);

@@ -38,4 +38,6 @@ inline constexpr MESSAGE MSG_PROGRESS_ON{"\r%s：[%d / %d]", "\r%s：[%d / %d]"}
 inline constexpr MESSAGE MSG_PROGRESS_END{"\r%s：[%d / %d]\n", "\r%s：[%d / %d]\n"};
 inline constexpr MESSAGE MSG_DATA_FILES_FAILED{"创建数据库服务数据文件失败，错误代码：%d\n",
                                                "Failed to create database service data file, error code: %d\n"};
+inline constexpr MESSAGE MSG_TRACE_NO_THREAD{"启动数据文件线程失败（%d）",
+                                             "Failed to start the data file thread（%d）"};
 inline constexpr MESSAGE MSG_TRACE_FILES_DONE{"文件创建完成", "Create File Completion"};

@@ -1,5 +1,4 @@
-// The flows behind the driver. The join isn't built yet: no master is asked, and so a node's run can't end as a
-// success.
+// The flow behind the driver for a master. The one for a node that joins stands in SetupJoin.cpp.
 
 #include "SetupFlows.h"
 

@@ -34,17 +34,13 @@ struct JOINFLOW {
     bool (*m_lpfnShowProgress)(CSetupProgress& stProgress);
 };
 
-void EndOpenLine() {
-    if (g_bLineOpen) SayText(MSG_LINE_END);
-}
-
-// A join that the server reports as failed doesn't fail the run: the request was sent. Intended.
+// A join that the server reports as failed doesn't fail the run: the request was sent. As in the other flow the failure
+// is told on the line that the progress has left open. Both intended.
 bool ShowSlaveProgress(CSetupProgress& stProgress) {
     for (;; SleepMilliseconds(PROGRESS_PAUSE_MS)) {
         const SETUPPROGRESSINFO stNow = stProgress.Read();
         const int nCurrent = stNow.m_nCurrent;
         if (stNow.m_nTotal == -1) {
-            EndOpenLine();
             Say<MSG_JOIN_FAILED_SLAVE>(nCurrent);
             break;
         }
@@ -64,7 +60,6 @@ bool ShowStandbyProgress(CSetupProgress& stProgress) {
         const SETUPPROGRESSINFO stNow = stProgress.Read();
         const int nTotal = stNow.m_nTotal;
         if (nTotal == -1) {
-            EndOpenLine();
             Say<MSG_JOIN_REQUEST_FAILED>(int{stNow.m_nCurrent});
             return false;
         }

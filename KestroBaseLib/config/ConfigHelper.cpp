@@ -85,7 +85,10 @@ bool ConfigHelper::setValueString(const char* lpszSection, const char* lpszKey, 
 
 bool ConfigHelper::setPath(const char* lpszPath) {
     Drop();
-    return m_pFileName.Set(View(lpszPath)) && readAndParse();
+    if (m_pFileName.Set(View(lpszPath))) return readAndParse();
+    // Without memory for the name no change must go to the file before.
+    m_pFileName.Clear();
+    return false;
 }
 
 _KeyValue* ConfigHelper::FindSection(const char* lpszSection) {

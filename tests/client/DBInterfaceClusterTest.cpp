@@ -1,80 +1,21 @@
 #include "LinkTest.h"
+#include "RecordsetMaker.h"
 
 // What all requests share is tested with the exchange.
 
 namespace {
 
-template <typename... A>
-std::string Bytes(A... nValues) {
-    std::string strBytes;
-    (strBytes.append(reinterpret_cast<const char*>(&nValues), sizeof nValues), ...);
-    return strBytes;
-}
-
-TEST_F(CLinkTest, SendsEachAdministrativeRequestByteForByte) {
-    std::string strNode("a name of thirty-two characters!, and more"), strHost(256, '\0');
-    gethostname(strHost.data(), 255);
-    strHost.resize(31);
-    const struct {
-        int m_nCommand, m_nFlag, m_nValue;
-        std::string m_strParam;
-        std::function<int()> m_Run;
-    } ROWS[] = {
-        {55, 254, 0, Bytes(-2LL), [&] { return m_stLink.Backup(254, -2, nullptr, nullptr); }},
-        {56, 0, 0, Bytes(-3LL, 1LL << 62, -4), [&] { return m_stLink.Recover(-3, 1LL << 62, -4, nullptr, nullptr); }},
-        {57, 0, 0, Bytes(1LL << 40), [&] { return m_stLink.DeleteBackup(1LL << 40); }},
-        {58, 0, 0, Bytes(0LL, 0LL, -5), [&] { return m_stLink.DeleteArchiveLog(-5); }},
-        {68, 0, 0xFFFE, Bytes(0xC0A80001, 8000, 0x85) + strNode.substr(0, 31) + '\0' + strHost,
-         [&] { return m_stLink.AddNewNode(0xFFFE, 0xC0A80001, 0x185, 8000, strNode.data()); }},
-        {69, 0, 0, Bytes(0xC0A80001, USHORT{8000}, '\x85'),
-         [&] { return m_stLink.ClusterDropNode(0xC0A80001, 8000, 0x185); }},
-        {112, 253, 0, Bytes(0xC0A80001, 8000), [&] { return m_stLink.ClusterModifyNode(0xC0A80001, 8000, 253); }},
-    };
-    for (const auto& stRow : ROWS)
-        EXPECT_EQ(stRow.m_Run(), ERR_LINK_NOT_OPEN) << stRow.m_nCommand;
+TEST_F(CLinkTest, TakesANodeIn) {
+    std::string strNode(32, 'n');
     ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
     EXPECT_EQ(m_stLink.AddNewNode(1, 2, 3, 4, nullptr), ERR_NULL_POINTER);
-    for (const auto& stRow : ROWS) {
-        m_stPeer.Frames(0, true);
-        EXPECT_EQ(stRow.m_Run(), ERR_OK);
-        ASSERT_EQ(m_stPeer.Frames().size(), 1u);
-        EXPECT_EQ(m_stPeer.Frames()[0].Bytes(),
-                  HeadBytes(stRow.m_nCommand, 0, stRow.m_nFlag, stRow.m_nValue, 0, stRow.m_strParam));
-    }
-    EXPECT_STREQ(strNode.c_str(), "a name of thirty-two characters") << "cut where it stands";
-    m_Script = [](const PEERFRAME& stFrame) { return PEERANSWER(stFrame.Reply(MF_REPLY_OK, 0, "body")); };
-    EXPECT_EQ(ROWS[4].m_Run(), ERR_RECEIVED_DATA);
+    m_Script = [](const PEERFRAME& stFrame) { return stFrame.Reply(MF_REPLY_OK, 0, "body"); };
+    EXPECT_EQ(m_stLink.AddNewNode(1, 2, 3, 4, strNode.data()), ERR_RECEIVED_DATA);
+    EXPECT_STREQ(strNode.c_str(), std::string(31, 'n').c_str()) << "cut where it stands";
     EXPECT_TRUE(Logged("888041013 AddNewNode The client automatically cleans up the TCP cache data. The command "));
     m_stLink.m_nSocket = (close(m_stLink.m_nSocket), -1);
     m_Script = nullptr;
-    EXPECT_EQ(ROWS[4].m_Run(), ERR_OK) << "reconnects first";
-}
-
-TEST_F(CLinkTest, TellsHowFarABackupAndARecoveryAre) {
-    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
-    const KESTROPROGRESS lpfnProgress = [](void* pUser, const char*, int nTotal, int nCurrent) {
-        *static_cast<int*>(pUser) = nCurrent;
-        return nTotal == 99 ? throw KestroExeception() : nTotal;
-    };
-    const int ROWS[][2] = {{7, ERR_OK}, {0, ERR_FAILED}, {99, ERR_EXCEPTION}};
-    for (const bool bBackup : {true, false})
-        for (const auto& [nTotal, nCode] : ROWS) {
-            m_Script = [nSent = nTotal](const PEERFRAME& stFrame) {
-                if (stFrame.Command() != MF_CMD_BACKUP && stFrame.Command() != MF_CMD_RECOVER) return Welcome(stFrame);
-                const std::string strParam = std::string(80, 't') + Bytes(nSent, -1);
-                return PEERANSWER(stFrame.Reply(MF_REPLY_PENDING, 0, "", 1, strParam) + stFrame.Reply(MF_REPLY_OK));
-            };
-            int nSeen = 0;
-            EXPECT_EQ(
-                bBackup ? m_stLink.Backup(1, 2, lpfnProgress, &nSeen) : m_stLink.Recover(1, 2, 3, lpfnProgress, &nSeen),
-                nCode);
-            EXPECT_EQ(nSeen, -1);
-            EXPECT_EQ(m_stLink.m_nSocket != -1, nCode == ERR_OK);
-            EXPECT_EQ(Logged(bBackup ? "888049099 Backup Database backup abnormal, error code: "
-                                     : "888055099 Recover Database recovery abnormal, error code: "),
-                      nCode == ERR_EXCEPTION);
-            EXPECT_TRUE(m_stLink.IsFree() && m_stLink.m_bBusy == 0);
-        }
+    EXPECT_EQ(m_stLink.AddNewNode(1, 2, 3, 4, strNode.data()), ERR_OK) << "reconnects first";
 }
 
 TEST_F(CLinkTest, FollowsTheAddressWhenTheServerDropsTheLink) {
@@ -109,7 +50,7 @@ TEST_F(CLinkTest, FollowsTheAddressWhenTheServerDropsTheLink) {
         ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
         m_Script = [&](const PEERFRAME& stFrame) {
             return stFrame.Command() == MF_CMD_LOGIN
-                       ? stFrame.Reply(stRow.m_nLoginStatus, stRow.m_nLoginValue, "", 0, Bytes(101, 201))
+                       ? stFrame.Reply(stRow.m_nLoginStatus, stRow.m_nLoginValue, "", 0, RawBytes(101, 201))
                        : stFrame.Reply(MF_REPLY_OK, 0, "", stRow.m_nFlag);
         };
         m_stPeer.Frames(0, true);

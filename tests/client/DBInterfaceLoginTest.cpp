@@ -1,4 +1,7 @@
+#include <sys/resource.h>
 #include <sys/syscall.h>
+
+#include <set>
 
 #include "LinkTest.h"
 
@@ -112,24 +115,60 @@ TEST_F(DBInterfaceLogin, TellsAPortOfAnotherProtocol) {
     }
 }
 
+// The probe, the login and the database's return: first as the connection opens, then as it reconnects.
 TEST_F(DBInterfaceLogin, SurvivesALoginCutAtEachByte) {
-    std::size_t nCut = 0;
-    PEERTHEN nThen = PEER_STAYS;
+    for (const int nCommand : {MF_CMD_CLUSTER_STATUS, MF_CMD_LOGIN, MF_CMD_USE})
+        for (std::size_t nCut = 0; nCut < (nCommand == MF_CMD_CLUSTER_STATUS ? 122 : 112) && !HasFailure(); ++nCut) {
+            SCOPED_TRACE(testing::Message() << "command " << nCommand << ", cut at " << nCut);
+            const bool bCloses = nCut % 2 != 0, bProbe = nCommand == MF_CMD_CLUSTER_STATUS;
+            const auto Cut = [&, nLost = 0](const PEERFRAME& stFrame) mutable {
+                if (stFrame.Command() == MF_CMD_EXECUTE && nLost++ == 0) return PEERANSWER("", PEER_CLOSES);
+                const std::string strReply = Welcome(stFrame).m_strBytes;
+                if (stFrame.Command() != nCommand) return PEERANSWER(strReply);
+                return PEERANSWER(strReply.substr(0, nCut), bCloses ? PEER_CLOSES : PEER_RESETS);
+            };
+            if (nCommand != MF_CMD_USE) {
+                m_Script = Cut;
+                const int nCode = m_stLink.OpenAt(m_stPeer.Port());
+                // A probe that fails is none: the login finds out, if not the first bytes did.
+                const std::set<int> arExpected = !bProbe ? std::set<int>{bCloses ? ERR_RECEIVE : ERR_LINK_RESET}
+                                                 : nCut > 0 && nCut <= 2
+                                                     ? std::set<int>{ERR_CONNECT}
+                                                     : std::set<int>{ERR_SEND, ERR_RECEIVE, ERR_LINK_RESET};
+                EXPECT_TRUE(arExpected.contains(nCode)) << nCode;
+                EXPECT_EQ(m_stLink.m_nSocket, -1);
+                EXPECT_EQ(m_stPeer.Frames(MF_CMD_LOGIN).size(), bProbe ? 0u : 1u);
+            }
+            m_Script = nullptr;
+            ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+            ASSERT_EQ(m_stLink.UseDatabase("shop"), ERR_OK);
+            m_Script = Cut;
+            EXPECT_EQ(m_stLink.Run("begin"), -ERR_RECEIVE);
+            EXPECT_EQ(m_stLink.m_nSocket, -1);
+            EXPECT_TRUE(m_stLink.IsFree());
+            m_Script = nullptr;
+            // Without its database a session can't go on.
+            EXPECT_EQ(m_stLink.Run("begin"), nCommand == MF_CMD_USE ? -ERR_LINK_NOT_OPEN : 5);
+            m_stPeer.Frames(0, true);
+        }
+}
+
+TEST_F(DBInterfaceLogin, ReadsOnPastRepliesToOthers) {
+    int nStale = 4;
     m_Script = [&](const PEERFRAME& stFrame) {
-        const std::string strReply = Welcome(stFrame).m_strBytes;
-        if (stFrame.Command() != MF_CMD_LOGIN || nThen == PEER_STAYS) return PEERANSWER(strReply);
-        return PEERANSWER(strReply.substr(0, nCut), nThen);
+        std::string strReply;
+        for (int i = 1; i <= nStale && stFrame.Command() != MF_CMD_CLUSTER_STATUS; ++i)
+            strReply +=
+                HeadBytes(1, stFrame.Token() + i, 0, 1, i == 4 ? 9000 : 0) + std::string(i == 4 ? 9000 : 0, 'b');
+        return strReply + Welcome(stFrame).m_strBytes;
     };
-    for (nCut = 0; nCut < 112; ++nCut) {
-        nThen = nCut % 2 ? PEER_CLOSES : PEER_RESETS;
-        EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), nCut % 2 ? ERR_RECEIVE : ERR_LINK_RESET) << nCut;
-        EXPECT_EQ(m_stLink.m_nSocket, -1);
-        EXPECT_EQ(m_stPeer.Frames(MF_CMD_LOGIN, true).size(), 1u);
-        nThen = PEER_STAYS;
-        ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
-        EXPECT_TRUE(m_stLink.IsFree());
-        m_stPeer.Frames(0, true);
-    }
+    EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+    EXPECT_EQ(m_stLink.m_nSessionID, SESSION_ID);
+    EXPECT_EQ(m_stLink.UseDatabase("shop"), ERR_OK);
+    EXPECT_EQ(m_stLink.m_bDatabaseNo, 9);
+    nStale = 5;
+    EXPECT_EQ(m_stLink.UseDatabase("shop"), ERR_OK) << "the fifth counts";
+    EXPECT_EQ(m_stLink.m_bDatabaseNo, 0);
 }
 
 TEST_F(DBInterfaceLogin, OpensByAnAddressOrByADescriptor) {
@@ -147,6 +186,14 @@ TEST_F(DBInterfaceLogin, OpensByAnAddressOrByADescriptor) {
     EXPECT_EQ(m_nSlept, 0);
     EXPECT_TRUE(Logged("888003002 Connect Connection to server failed, error code: 111, server IP: 127.0.0.1, port: " +
                        std::to_string(m_stPeer.Port())));
+    EXPECT_EQ(m_stLink.OpenWithAddress(szUser, nullptr, HostIP(szIP), m_stPeer.Port(), 1), ERR_CONNECT);
+    rlimit stKept{};
+    getrlimit(RLIMIT_NOFILE, &stKept);
+    const rlimit stNone{0, stKept.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &stNone);
+    EXPECT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_SOCKET_CREATE);
+    setrlimit(RLIMIT_NOFILE, &stKept);
+    EXPECT_TRUE(Logged("888003001 Connect Failed to create socket connection. Error code: 24"));
     IKestroDBConnection* pConnection = nullptr;
     EXPECT_EQ(CreateKestroDBInstance(pConnection), 0);
     pConnection->Release();

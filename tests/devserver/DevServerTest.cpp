@@ -70,12 +70,14 @@ TEST_F(DevServer, KeepsASessionOverALostLink) {
 // --- V$INSTANCE ------------------------------------------------------------------------------------------------------
 
 TEST_F(DevServer, AnswersTheInstanceFromThePlan) {
-    CDevServerRun stServer({"--id", "7", "--status", "Mount", "--path", "/tmp", "--master", "10.0.0.9:8001"});
+    CDevServerRun stServer(
+        {"--id", "7", "--status", "Mount", "--starting", "1", "--path", "/tmp", "--master", "10.0.0.9:8001"});
     CTestLink stLink;
     ASSERT_EQ(stLink.OpenAt(stServer.Port()), ERR_OK);
     const struct {
         const char *m_lpszSql, *m_lpszAnswer;
     } arRow[] = {
+        {"SELECT STATUS FROM V$INSTANCE", "STATUS 1:Starting"},
         {"SELECT ID,PATH,CLUSTERSTATUS,MASTERIP,MASTERPORT FROM V$INSTANCE",
          "ID:PATH:CLUSTERSTATUS:MASTERIP:MASTERPORT 1:7|/tmp/|Slave|10.0.0.9|8001"},
         {"select masterport, /* status */ v.id from v$instance v -- where id = 8", "MASTERPORT:ID 1:8001|7"},
@@ -169,6 +171,62 @@ TEST_F(DevServer, MakesAFileAndTellsItsProgress) {
     EXPECT_EQ(std::filesystem::file_size(strNew + "3"), std::uintmax_t{100} << 30);
     EXPECT_FALSE(std::filesystem::exists(strNew));
     EXPECT_FALSE(std::filesystem::exists("/tmp/kestrodevserver.out"));
+}
+
+// --- nodes -----------------------------------------------------------------------------------------------------------
+
+/** The nodes of the cluster, "port:state" each. */
+std::string Nodes(CTestLink& stLink) {
+    CLUSTERSTATUS stStatus{};
+    EXPECT_EQ(stLink.GetClusterStatus(reinterpret_cast<unsigned char*>(&stStatus), sizeof stStatus, 0), ERR_OK);
+    std::string strNodes;
+    for (int i = 0; i < std::min(int{stStatus.m_nNodeNum}, CLUSTER_NODE_MOST); ++i)
+        strNodes += std::to_string(stStatus.m_arNode[i].m_usPort) + ":" +
+                    std::to_string(stStatus.m_arNode[i].m_nNodeInfo) + " ";
+    return strNodes;
+}
+
+TEST_F(DevServer, HasNodesJoinChangeAndLeave) {
+    CDevServerRun stServer({"--id", "7", "--node", "10.0.0.1:1", "--fault", "add-node 2 abort=77", "--fault",
+                            "add-node 3 fail=5020", "--fault", "execute abort=11"});
+    CTestLink stLink;
+    ASSERT_EQ(stLink.OpenAt(stServer.Port()), ERR_OK);
+    char szName[] = "node";
+    const auto Join = [&](USHORT usPort) {
+        if (const int nCode = stLink.AddNewNode(7, INADDR_LOOPBACK, 3, usPort, szName)) return CodeText(nCode);
+        while (int{stServer.Progress().m_nRunning} != 0)
+            sched_yield();
+        const SETUPPROGRESSINFO stShown = stServer.Progress();
+        return std::string(stShown.m_szStepText) + " " + std::to_string(int{stShown.m_nCurrent}) + "/" +
+               std::to_string(int{stShown.m_nTotal});
+    };
+    EXPECT_EQ(Join(2), "Synchronize redo log 16/16");
+    EXPECT_EQ(Join(3), "Copy memory data files 77/-1");
+    EXPECT_EQ(Join(3), "(5020)");
+    EXPECT_EQ(Nodes(stLink), "1:0 2:3 ");
+    EXPECT_EQ(stLink.ClusterModifyNode(INADDR_LOOPBACK, 2, 9), ERR_OK);
+    EXPECT_EQ(Nodes(stLink), "1:0 2:9 ");
+    EXPECT_EQ(stLink.ClusterModifyNode(INADDR_LOOPBACK, 3, 9), ERR_NODE_NOT_EXIST);
+    for (int i = 3; i <= CLUSTER_NODE_MOST; ++i)
+        EXPECT_EQ(Join(static_cast<USHORT>(i)), "Synchronize redo log 16/16");
+    EXPECT_EQ(Join(11), "(33)");
+    EXPECT_EQ(Join(2), "Synchronize redo log 16/16") << "it has its place already";
+    EXPECT_EQ(stLink.ClusterDropNode(0x0A000001, 1, 0), ERR_OK);
+    EXPECT_EQ(stLink.ClusterDropNode(0x0A000001, 1, 0), ERR_NODE_NOT_EXIST);
+    EXPECT_EQ(Nodes(stLink), "2:3 3:3 4:3 5:3 6:3 7:3 8:3 9:3 10:3 ");
+    EXPECT_EQ(stLink.AddNewNode(8, INADDR_LOOPBACK, 3, 12, szName), ERR_PARAMETER) << "of another cluster";
+    EXPECT_EQ(stLink.Run(AddFile("KVFILE", stServer.Path("half"), "1MB").c_str()), -ERR_NO_SPACE);
+    EXPECT_FALSE(std::filesystem::exists(stServer.Path("half")));
+
+    // A join that doesn't end: another one waits for nothing, and the server still ends at once.
+    CDevServerRun stSlow({"--pace", "3600000"}), stSlave({"--master", "127.0.0.1:9"});
+    ASSERT_EQ(stLink.OpenAt(stSlow.Port()), ERR_OK);
+    EXPECT_EQ(stLink.AddNewNode(1, INADDR_LOOPBACK, 1, 2, szName), ERR_OK);
+    EXPECT_STREQ(stSlow.Progress().m_szStepText, "Copy system file");
+    EXPECT_EQ(stLink.AddNewNode(1, INADDR_LOOPBACK, 1, 3, szName), ERR_SYNCHRONIZING);
+    CTestLink stOther;
+    ASSERT_EQ(stOther.OpenAt(stSlave.Port()), ERR_OK);
+    EXPECT_EQ(stOther.AddNewNode(1, INADDR_LOOPBACK, 1, 2, szName), ERR_NOT_MASTER);
 }
 
 // --- start and end ---------------------------------------------------------------------------------------------------

@@ -5,7 +5,7 @@
 
 #include <random>
 
-#include "Installation.h"
+#include "ServedInstallation.h"
 
 namespace {
 
@@ -23,35 +23,38 @@ bool HasMuchMemory() {
     return MachineMemory() > 8'000'000;
 }
 
-// Plays a transcript on a terminal, or through a pipe, in an installation of its own.
-void Play(const std::string& strName, int nLanguage, bool bTerminal) {
-    const Installation stInstallation(nLanguage);
+// Plays a transcript on a terminal, which shows no carriage returns here, or through a pipe.
+void Play(const Installation& stInstallation, const std::string& strName, int nLanguage, bool bTerminal) {
     std::string strText = stInstallation.Fill(Transcript(strName + "." + std::to_string(nLanguage)));
-    std::string strShown, strPiped, strInput;
+    strText = Printed(strText, nLanguage);
+    if (bTerminal) std::erase(strText, '\r');
+    std::string strShown, strInput;
     std::vector<std::pair<std::string, std::string>> stAnswers;
     for (std::size_t nOpen; (nOpen = strText.find("{{")) != strText.npos;) {
         const std::size_t nClose = strText.find("}}\n", nOpen);
         const std::string strAnswer = strText.substr(nOpen + 2, nClose - nOpen - 2) + "\n";
         strShown += strText.substr(0, nOpen);
-        strPiped += strText.substr(0, nOpen);
         strInput += strAnswer;
         stAnswers.emplace_back(strShown, strAnswer);
-        strShown += strAnswer;
+        if (bTerminal) strShown += strAnswer;
         strText.erase(0, nClose + 3);
     }
     // A pipe has no echo, but the last line stands alone there too.
-    if (strText == FAILED[nLanguage]) strPiped += "\n";
+    if (!bTerminal && strText == FAILED[nLanguage]) strShown += "\n";
     const std::vector<std::string> strProgram{stInstallation.Program()};
     const PROGRAMRUN stRun = bTerminal ? RunOnTerminal(strProgram, stAnswers) : RunProgram(strProgram, strInput);
-    EXPECT_EQ(stRun.m_strOutput, (bTerminal ? strShown : strPiped) + strText) << strName;
+    EXPECT_EQ(stRun.m_strOutput, strShown + strText) << strName;
     EXPECT_EQ(stRun.m_nStatus, 0);
 }
 
 TEST(SetupDriver, HoldsItsDialogues) {
-    for (const char* lpszName : {"master-refused", "master", "slave", "standby"})
-        for (const int nRun : {0, 1, 2, 3})
-            if (std::string(lpszName) == "master-refused" || !MachineAddress().empty())
-                Play(lpszName, nRun / 2, nRun % 2 == 1);
+    for (const int nRun : {0, 1, 2, 3}) {
+        Play(Installation(nRun / 2), "master-refused", nRun / 2, nRun % 2 == 1);
+        if (MachineAddress().empty()) continue;
+        for (const char* lpszName : {"slave", "standby"})
+            Play(Installation(nRun / 2), lpszName, nRun / 2, nRun % 2 == 1);
+        Play(CServedInstallation(nRun / 2, {"--listen", MachineAddress()}), "master", nRun / 2, nRun % 2 == 1);
+    }
 }
 
 TEST(SetupDriver, LeavesWhereTheTextOffersIt) {
@@ -74,72 +77,36 @@ TEST(SetupDriver, LeavesWhereTheTextOffersIt) {
 
 constexpr const char* GOOD_MASTER = "-type 1 -ip 0 -systemfile 4 -logs 4 ";
 
-// Each command line stands behind "$ ", what it is told in English and in Chinese in the lines below, if anything.
+// Behind a command line stands what it is told in English and in Chinese, if anything.
 TEST(SetupDriver, RefusesArguments) {
     const Installation stInstallations[] = {Installation(0), Installation(1)};
-    std::istringstream stRows(Transcript("refused-arguments"));
-    for (std::string strLine; std::getline(stRows, strLine);) {
-        if (strLine[0] == '#' || (strLine.find("$IP") != strLine.npos && MachineAddress().empty())) continue;
-        if (!strLine.starts_with("$ ")) continue;
+    for (const auto& [strFields, strLines] : TranscriptRows("refused-arguments")) {
+        if (strFields[0].find("$IP") != std::string::npos && MachineAddress().empty()) continue;
+        const std::size_t nChinese = strLines.find('\n') + 1;
+        const std::string strTold[] = {strLines.substr(0, nChinese), strLines.substr(nChinese)};
         for (const int nLanguage : {0, 1}) {
-            std::string strTold;
-            if (stRows.peek() != '$' && stRows.peek() != '#' && std::getline(stRows, strTold)) strTold += "\n";
             const Installation& stInstallation = stInstallations[nLanguage];
-            EXPECT_EQ(stInstallation.Run(strLine.substr(2)), stInstallation.Fill(strTold) + FAILED[nLanguage])
-                << strLine;
-            EXPECT_FALSE(std::filesystem::exists(stInstallation.SystemFile()));
+            EXPECT_EQ(stInstallation.Run(strFields[0]), stInstallation.Fill(strTold[nLanguage]) + FAILED[nLanguage]);
+            EXPECT_FALSE(std::filesystem::exists(stInstallation.SystemFile())) << strFields[0];
         }
     }
 }
 
-struct CREATIONROW {
-    const char* m_lpszArguments;
-    std::size_t m_nFileSize;
-    const char* m_lpszListenIP;
-    const char* m_lpszVirtualIP;
-    /** Host from which root may log in. */
-    const char* m_lpszHost;
-};
-
-const CREATIONROW g_stCreations[] = {
-    {"-type 1 -ip 0 -systemfile 5 -logs 3", 5, "0.0.0.0", "", "localhost"},
-    {"-ip 0.0.0.0 -TYPE 1 -systemfile 4x -logs 64 -vip junk -cachesize", 4, "0.0.0.0", "junk", "localhost"},
-    {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict 0 -cachesize 7 -vip 10.1.2.3", 4, "0.0.0.0", "10.1.2.3", "%"},
-    {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict no", 4, "0.0.0.0", "", "localhost"},
-    {"-type 1 -ip 0 -systemfile 4 -logs 4 -userrestrict 4294967296", 4, "0.0.0.0", "", "localhost"},
-    {"-type 1 -ip $IP -systemfile 4 -logs 4 -ip", 4, "$IP", "", "localhost"},
-    // The size is shifted in 32 bits.
-    {"-type 1 -ip 0 -systemfile 4101 -logs 4", 5, "0.0.0.0", "", "localhost"},
-};
-
+// A row: language, arguments, megabytes of the file, host from which root may log in; behind it the configuration left.
 TEST(SetupDriver, CreatesTheSystemFile) {
-    int nLanguage = 0;
-    for (const CREATIONROW& stRow : g_stCreations) {
-        if (stRow.m_lpszListenIP[0] == '$' && MachineAddress().empty()) continue;
-        if (std::string_view(stRow.m_lpszArguments).find("4101") != std::string_view::npos && !HasMuchMemory())
-            continue;
-        nLanguage = 1 - nLanguage;
+    for (const auto& [strFields, strConfig] : TranscriptRows("created")) {
+        if (strFields[1].find("$IP") != std::string::npos && MachineAddress().empty()) continue;
+        if (strFields[1].find("4101") != std::string::npos && !HasMuchMemory()) continue;
+        const int nLanguage = std::stoi(strFields[0]);
         const Installation stInstallation(nLanguage);
-        const std::string strOutput = stInstallation.Run(stRow.m_lpszArguments);
-        EXPECT_EQ(strOutput, CREATED[nLanguage] + FAILED[nLanguage]) << stRow.m_lpszArguments;
+        EXPECT_EQ(stInstallation.Run(strFields[1]), CREATED[nLanguage] + FAILED[nLanguage]) << strFields[1];
         const std::string strFile = ReadFile(stInstallation.SystemFile());
-        EXPECT_EQ(strFile.size(), stRow.m_nFileSize << 20);
+        EXPECT_EQ(strFile.size(), std::stoul(strFields[2]) << 20);
         // The record of the user root: the only 8-byte name in front of the host, which stands 68 bytes behind it.
         const std::size_t nRoot = strFile.find(std::string("root\0\0\0\0", 8));
         ASSERT_NE(nRoot, strFile.npos);
-        EXPECT_STREQ(strFile.c_str() + nRoot + 68, stRow.m_lpszHost) << stRow.m_lpszArguments;
-
-        std::string strConfig = ReadFile(stInstallation.Config());
-        strConfig.erase(strConfig.find_last_not_of('\n') + 1);
-        const std::string strListen = stInstallation.Fill(stRow.m_lpszListenIP);
-        const std::string strCluster = strListen == "0.0.0.0" ? "0" : "1";
-        EXPECT_NE(strConfig.find("\nlistenip=" + strListen + "\n"), strConfig.npos) << strConfig;
-        const bool bCache = std::string_view(stRow.m_lpszArguments).find("-cachesize 7") != std::string_view::npos;
-        EXPECT_NE(strConfig.find(bCache ? "\nbuffercachesize=7\n" : "\nbuffercachesize=0\n"), strConfig.npos);
-        EXPECT_TRUE(strConfig.ends_with(
-            "[Config]\ncluster=" + strCluster + "\nclusterlocalip=" + strListen + "\nclusterhostip=" + strListen +
-            "\nclusternode=0\nclustervip=" + stRow.m_lpszVirtualIP + "\nclusteriplist=\nclusterconnectpools=32"))
-            << strConfig;
+        EXPECT_EQ(strFile.c_str() + nRoot + 68, strFields[3]) << strFields[1];
+        EXPECT_EQ(ReadFile(stInstallation.Config()), stInstallation.Fill(strConfig)) << strFields[1];
     }
 }
 

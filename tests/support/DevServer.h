@@ -31,7 +31,7 @@ public:
         close(nOutput[1]);
         m_nOutput = nOutput[0];
         if (sscanf(ReadLine().c_str(), "progress in shared memory %d", &m_nSegment) != 1) return;
-        sscanf(ReadLine().c_str(), "listening on 127.0.0.1:%hu", &m_usPort);
+        sscanf(ReadLine().c_str(), "listening on %*[0-9.]:%hu", &m_usPort);
     }
     CDevServerRun(const CDevServerRun&) = delete;
     CDevServerRun& operator=(const CDevServerRun&) = delete;

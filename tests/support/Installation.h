@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <ifaddrs.h>
 
+#include <regex>
 #include <sstream>
 
 #include "Program.h"
@@ -45,11 +46,11 @@ class Installation {
 public:
     explicit Installation(int nLanguage, const std::string& strBase = "base",
                           const char* lpszProgram = KESTROSETUP_PATH)
-        : m_strBase(m_stDir.Path(strBase)) {
+        : m_strBase(m_stDir.Path(strBase)), m_nLanguage(nLanguage) {
         std::filesystem::create_directories(m_strBase + "/bin");
         std::filesystem::create_directories(m_strBase + "/Data");
         std::filesystem::copy_file(lpszProgram, Program());
-        WriteFile(Config(), "[System]\nLanguage=" + std::to_string(nLanguage) + "\nlistenport=1\n[Config]\n");
+        SetPort(1);
         SetService("exit 3");
     }
     ~Installation() { setenv("PATH", m_strPath.c_str(), 1); }
@@ -61,6 +62,12 @@ public:
         WriteFile(strFolder + "/service", "#!/bin/sh\n" + strScript + "\n");
         std::filesystem::permissions(strFolder + "/service", std::filesystem::perms::owner_all);
         setenv("PATH", (strFolder + ":" + m_strPath).c_str(), 1);
+    }
+
+    /** Writes the configuration with the port of the local server, at first one on which nothing listens. */
+    void SetPort(int nPort) const {
+        const std::string strNumbers = std::to_string(m_nLanguage) + "\nlistenport=" + std::to_string(nPort);
+        WriteFile(Config(), "[System]\nLanguage=" + strNumbers + "\n[Config]\n");
     }
 
     std::string Program() const { return m_strBase + "/bin/kestrosetup"; }
@@ -91,6 +98,7 @@ public:
 private:
     ScratchDir m_stDir;
     std::string m_strBase;
+    int m_nLanguage;
     static inline const std::string m_strPath = getenv("PATH");
 };
 
@@ -98,4 +106,30 @@ inline std::string Transcript(const std::string& strName) {
     const std::string strText = ReadFile(std::string(KESTRO_TRANSCRIPTS) + "/" + strName + ".txt");
     EXPECT_NE(strText, "") << strName;
     return strText;
+}
+
+/** A row of a transcript: the fields of a line "$ field | field", and the lines behind it but for comments. */
+struct TRANSCRIPTROW {
+    std::vector<std::string> m_strFields;
+    std::string m_strLines;
+};
+
+inline std::vector<TRANSCRIPTROW> TranscriptRows(const std::string& strName) {
+    const std::regex stBar(R"( \| )");
+    std::vector<TRANSCRIPTROW> arRow;
+    std::istringstream stLines(Transcript(strName));
+    for (std::string strLine; std::getline(stLines, strLine);)
+        if (strLine.starts_with("$ "))
+            arRow.push_back({{std::sregex_token_iterator(strLine.begin() + 2, strLine.end(), stBar, -1), {}}, ""});
+        else if (!strLine.starts_with("#"))
+            arRow.back().m_strLines += strLine + "\n";
+    return arRow;
+}
+
+/** A transcript's text as it is printed: "<" at a line's start is a carriage return, $SERVICES a flow's services. */
+inline std::string Printed(const std::string& strText, int nLanguage, const std::string& strFlow = "master") {
+    const std::string strAll = Transcript("services." + std::to_string(nLanguage)), strHead = "= " + strFlow + "\n";
+    const std::size_t nBegin = strAll.find(strHead) + strHead.size();
+    const std::string strServices = strAll.substr(nBegin, strAll.find("= ", nBegin) - nBegin);
+    return Replace(Replace(strText, "$SERVICES\n", strServices), "\n<", "\r");
 }

@@ -10,6 +10,7 @@
 
 #include "DBInterface.h"
 #include "KestroErrorCode.h"
+#include "OpenSockets.h"
 #include "ParseSql.h"
 #include "Platform.h"
 #include "ScriptedPeer.h"
@@ -69,6 +70,8 @@ protected:
     void TearDown() override {
         m_Script = nullptr;
         m_stLink.Close();
+        m_stPeer.Stop();
+        EXPECT_EQ(OpenSockets(), 0) << "a socket left over";
         Log();
         g_stPlatform.m_lpfnSleep = m_stPlatform.m_lpfnSleep;
         CTraceManage::DestoryInstance();
@@ -92,6 +95,21 @@ protected:
         const std::vector<std::string> arLine = Log();
         return std::any_of(arLine.begin(), arLine.end(),
                            [&](const std::string& strLine) { return strLine.starts_with(strStart); });
+    }
+
+    /** A plan as the connection sends it in database 9, with the fields that tell of the sender. */
+    std::string PlanBytes(const std::string& strSql, int nPageNo = 0, int nPageSize = 0) {
+        CParseSql stSql;
+        EXECUTEPLANBSON* pPlan = nullptr;
+        const int nLen = static_cast<int>(strSql.size());
+        EXPECT_EQ(stSql.ParseSql(strSql.data(), nLen, pPlan, nPageNo, nPageSize, 9), ERR_OK);
+        std::string strPlan(reinterpret_cast<const char*>(pPlan), pPlan->m_nTotalDataSize);
+        unsigned dwIP = 0;
+        unsigned short usPort = 0;
+        m_stLink.GetSocketInfo(dwIP, usPort);
+        Put(strPlan, 48, dwIP);
+        strPlan[11] = strPlan[63] = 9;
+        return strPlan;
     }
 
     /** What a server answers that has nothing against anything. */

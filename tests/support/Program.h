@@ -32,7 +32,7 @@ struct PROGRAMRUN {
         lpArguments.push_back(const_cast<char*>(strArgument.c_str()));
     lpArguments.push_back(nullptr);
     signal(SIGPIPE, SIG_DFL);
-    alarm(20);
+    alarm(60);
     RefuseShare(CONFIG_AREA_KEY);
     execv(lpArguments[0], lpArguments.data());
     _exit(127);

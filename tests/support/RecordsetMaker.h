@@ -8,10 +8,10 @@
 #include "MemDBRecordset.h"
 #include "PlanReader.h"
 
-/** The bytes of a number, little-endian. */
-template <typename T>
-std::string RawBytes(T nValue) {
-    return {reinterpret_cast<const char*>(&nValue), sizeof nValue};
+/** The bytes of numbers, little-endian. */
+template <typename... T>
+std::string RawBytes(T... nValues) {
+    return (std::string(reinterpret_cast<const char*>(&nValues), sizeof nValues) + ...);
 }
 
 /** A counted run as rows have it. */
