@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <random>
 
 #include "ChunkFault.h"
 #include "ExactBytes.h"
 #include "RecordsetMaker.h"
 #include "RecordsetNumberText.h"
+#include "ScratchDir.h"
 #include "TraceHook.h"
 #include "ValueRows.h"
 
@@ -58,11 +60,7 @@ TEST(MemDBRecordset, MakesValuesAndChecksTheRowsLength) {
         arLine.push_back(std::string(lpszFunction) + " " + std::to_string(nCode) + " " + lpszText);
     };
     DECODEDSET stSet(CRecordsetMaker("A:80|B:6|C:49|D:30").Block());
-    struct {
-        std::string m_strEntries;
-        std::string m_strValues;
-        std::string m_strLine;
-    } const arRow[] = {
+    const std::string arRow[][3] = {
         {std::string("\0\xFF\x01\x01x", 5), "int -1|txt without an end|empty|empty", ""},
         // Without bytes: a type without a form.
         {std::string("\x02\x03\x50\x07", 4), "empty|empty|empty|int 7", ""},
@@ -77,17 +75,17 @@ TEST(MemDBRecordset, MakesValuesAndChecksTheRowsLength) {
         {std::string("\x03\x02\0\0\0\0", 6), "37", ""},
         {std::string("\x01\xFF\x01\0", 4), "37", ""},
     };
-    for (const auto& st : arRow) {
-        const ExactText stRow(RawBytes(0) + RawBytes(5LL) + st.m_strEntries);
+    for (const auto& [strEntries, strExpected, strLine] : arRow) {
+        const ExactText stRow(RawBytes(0) + RawBytes(5LL) + strEntries);
         stu_RECORD stRecord;
         std::string strValues;
         arLine.clear();
         const int nCode = stSet.AnalysisRow(reinterpret_cast<BYTE*>(stRow.Data()), stRow.Size(), stRecord);
         for (int i = 0; nCode == ERR_OK && i < 4; ++i)
             strValues.append(i == 0 ? "" : "|").append(ShowValue(stRecord.m_lpFieldData[i]));
-        EXPECT_EQ(nCode == ERR_OK ? strValues : std::to_string(nCode), st.m_strValues);
+        EXPECT_EQ(nCode == ERR_OK ? strValues : std::to_string(nCode), strExpected);
         const std::string strPrefix = "CMemDBRecordset::AnalysisRow 0 解析记录长度校验失败：记录长度";
-        EXPECT_EQ(arLine.empty() ? "" : arLine[0], st.m_strLine.empty() ? "" : strPrefix + st.m_strLine);
+        EXPECT_EQ(arLine.empty() ? "" : arLine[0], strLine.empty() ? "" : strPrefix + strLine);
     }
     g_lpfnTraceHook = lpfnBefore;
 }
@@ -142,16 +140,20 @@ TEST(MemDBRecordset, RefusesWhatTheBlockCanNotHold) {
 }
 
 TEST(MemDBRecordset, TakesMutatedBlocksCalmly) {
+    const auto Fuzz = [](const std::string& str) {
+        return FuzzRecordset(reinterpret_cast<const BYTE*>(str.data()), str.size());
+    };
+    for (const auto& stEntry : std::filesystem::directory_iterator(KESTRO_FUZZ "/recordset"))
+        EXPECT_EQ(Fuzz(ReadFile(stEntry.path())), 1) << stEntry.path();
     std::mt19937 stRandom(4711);
-    const std::string strBlock = MixedBlock();
     int nTaken = 0;
-    for (int nRound = 0; nRound < 1500; ++nRound) {
-        std::string strMutated = strBlock;
+    for (int nRound = 0; nRound < 700; ++nRound) {
+        std::string strMutated = MixedBlock();
         for (UINT n = 1 + stRandom() % 4; n != 0; --n)
             strMutated[stRandom() % strMutated.size()] = static_cast<char>(stRandom() >> 8);
-        nTaken += FuzzRecordset(reinterpret_cast<const BYTE*>(strMutated.data()), strMutated.size());
+        nTaken += Fuzz(strMutated);
     }
-    EXPECT_GT(nTaken, 500);
+    EXPECT_GT(nTaken, 250);
 }
 
 TEST(MemDBRecordset, AnswersAShortageOfMemoryEverywhere) {
@@ -278,11 +280,7 @@ TEST(MemDBRecordset, HandsOutTextsThatStay) {
 }
 
 TEST(MemDBRecordset, WritesItselfAsCsv) {
-    struct {
-        const char* m_lpszFields;
-        std::vector<const char*> m_arRow;
-        const char* m_lpszCsv;
-    } const arSet[] = {
+    const std::tuple<const char*, std::vector<const char*>, const char*> arSet[] = {
         {"ID:1|L:2|Y:80", {"-5|9000000000|3", "-|-|-"}, "\"ID\",L,Y\r\n-5,9000000000,3\r\n , , \r\n"},
         {"id:3|D:240|S:4", {"0.5|-1.50|45322.25"}, "id,D,S\r\n0.500000,-1.50,2024-01-31 06:00:00\r\n"},
         {"A,B:6|a\"b:5",
@@ -291,14 +289,14 @@ TEST(MemDBRecordset, WritesItselfAsCsv) {
         {"B:8|T:11|A:12|J:30", {"xyz|10:00:00|2024-01-31|6 {}", "|-|-|1 7"}, "B,T,A,J\r\n78797A, , ,{}\r\n, , ,7\r\n"},
         {"D:3", {"1e300", "nan"}, nullptr},
     };
-    for (const auto& st : arSet) {
-        CRecordsetMaker stMaker(st.m_lpszFields);
-        for (const char* const lpszRow : st.m_arRow)
+    for (const auto& [lpszFields, arRow, lpszCsv] : arSet) {
+        CRecordsetMaker stMaker(lpszFields);
+        for (const char* const lpszRow : arRow)
             stMaker.Row(1, lpszRow);
         DECODEDSET stSet(stMaker.Block());
         char* lpszText = nullptr;
         ASSERT_EQ(stSet.RecordsetToCSV(lpszText), ERR_OK);
-        EXPECT_STREQ(lpszText, st.m_lpszCsv ? st.m_lpszCsv : lpszText);
+        EXPECT_STREQ(lpszText, lpszCsv ? lpszCsv : lpszText);
         EXPECT_TRUE(stSet.eof());
         delete[] lpszText;
     }
