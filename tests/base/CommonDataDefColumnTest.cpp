@@ -30,8 +30,10 @@ TEST(CommonDataDefColumnTest, FieldLengthsAndClientTypes) {
         {VT_CHAR, 0, 250, 0, 256, 254},  {VT_BLOB, 0, 0, 0, 2, 252},       {VT_VARCHAR, 0, -1, 1501, 99, 253},
         {VT_NULL, 0, 7, 0, 0, 253},      {VT_JSON, 0, 300, 0, 301, 253},   {VT_CLOB, 0, INT_MAX, 1501, 99, 253},
         {VT_TINYINT, 0, 0, 0, 2, 1},     {VT_ENUM, 0, 0, 0, 3, 253},       {VT_SET, 0, 0, 1501, 99, 253},
-        {VT_DECIMAL, 2, 0, 0, 4, 253},   {VT_DECIMAL, 9, 0, 0, 7, 253},    {VT_DECIMAL, 10, 0, 0, 11, 253},
-        {VT_DECIMAL, 36, 0, 0, 19, 253}, {VT_DECIMAL, 200, 0, 0, 19, 253}, {VT_DECIMAL, 255, 0, 0, 19, 253}};
+        {VT_EMPTY, 0, 0, 1501, 99, 253}, {VT_HEXSTR, 0, 0, 1501, 99, 253}, {VT_DECIMAL, 2, 0, 0, 4, 253},
+        {VT_DECIMAL, 4, 0, 0, 5, 253},   {VT_DECIMAL, 7, 0, 0, 6, 253},    {VT_DECIMAL, 9, 0, 0, 7, 253},
+        {VT_DECIMAL, 10, 0, 0, 11, 253}, {VT_DECIMAL, 36, 0, 0, 19, 253},  {VT_DECIMAL, 200, 0, 0, 19, 253},
+        {VT_DECIMAL, 255, 0, 0, 19, 253}};
     for (const auto& r : arRow) {
         int nBufferLen = 99;
         EXPECT_EQ(GetFieldBufferLen(BYTE(r[0]), BYTE(r[1]), r[2], nBufferLen), r[3]) << &r - arRow;

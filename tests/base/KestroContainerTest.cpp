@@ -11,6 +11,7 @@
 
 #include "ChunkFault.h"
 #include "FieldName2Index.h"
+#include "Fields.h"
 #include "KestroBufferPool.h"
 #include "KestroMap.h"
 #include "KestroQueue.h"
@@ -28,13 +29,9 @@ TEST(KestroQueueTest, KeepsTheOrderOfADeque) {
         std::deque<UINT> arrModel;
         for (UINT i = 1; i < 2000; ++i) {
             const bool bPush = nSeed % 2 ? arrModel.size() < 62 && stRandom() % 2 : i < nSeed * 60;
-            if (bPush) {
-                stQueue.push(i);
-                arrModel.push_back(i);
-            } else {
-                stQueue.pop();
-                if (!arrModel.empty()) arrModel.pop_front();
-            }
+            bPush ? stQueue.push(i) : stQueue.pop();
+            if (bPush) arrModel.push_back(i);
+            if (!bPush && !arrModel.empty()) arrModel.pop_front();
             ASSERT_EQ(stQueue.size(), static_cast<int>(arrModel.size())) << nSeed << ' ' << i;
             ASSERT_EQ(stQueue.empty(), arrModel.empty());
             ASSERT_EQ(stQueue.front(), arrModel.empty() ? 0 : arrModel.front());
@@ -71,23 +68,17 @@ TEST(KestroQueueTest, ARingThatGrowsWhileWrappedReadsAsEmpty) {
     EXPECT_EQ(stQueue.get(99), 100u);
 }
 
-TEST(KestroQueueTest, AnEntryWithoutMemoryIsLost) {
-    const CChunkFault stFault(2);
+TEST(KestroQueueTest, AnEntryWithoutMemoryIsLostThereAndOnAStack) {
+    CChunkFault stFault(2);
     CKestroQueueUINT stQueue;
     Push(stQueue, 1, 130);
     EXPECT_TRUE(stFault.CameTrue());
-    EXPECT_EQ(stQueue.size(), 129);
-    EXPECT_EQ(stQueue.get(126), 127u);
-    EXPECT_EQ(stQueue.get(127), 129u);
-}
-
-TEST(KestroStackTest, AnEntryWithoutMemoryIsLost) {
-    const CChunkFault stFault(1);
+    EXPECT_TRUE(stQueue.size() == 129 && stQueue.get(126) == 127 && stQueue.get(127) == 129);
+    KestroChunkFailNth(1);
     CKestroStackInt64 stStack;
     for (int i = 1; i <= 66; ++i)
         stStack.push(i);
-    EXPECT_EQ(stStack.size(), 65);
-    EXPECT_EQ(stStack.top(), 66);
+    EXPECT_TRUE(stStack.size() == 65 && stStack.top() == 66);
 }
 
 TEST(KestroStackTest, KeepsTheOrderOfAVector) {
@@ -97,16 +88,11 @@ TEST(KestroStackTest, KeepsTheOrderOfAVector) {
     CKestroStack stStack;
     std::vector<void*> arrModel;
     for (int i = 0; i < 5000; ++i) {
-        if (stRandom() % 500 == 0) {
-            stStack.free();
-            arrModel.clear();
-        } else if (stRandom() % 5 < 3) {
-            stStack.push(&arCell[i % 500]);
-            arrModel.push_back(&arCell[i % 500]);
-        } else {
-            stStack.pop();
-            if (!arrModel.empty()) arrModel.pop_back();
-        }
+        const bool bPush = stRandom() % 5 < 3;
+        bPush ? stStack.push(&arCell[i % 500]) : stStack.pop();
+        if (bPush) arrModel.push_back(&arCell[i % 500]);
+        if (!bPush && !arrModel.empty()) arrModel.pop_back();
+        if (stRandom() % 500 == 0) stStack.free(), arrModel.clear();
         const int nSize = static_cast<int>(arrModel.size());
         ASSERT_EQ(stStack.size(), nSize);
         ASSERT_EQ(stStack.top(), arrModel.empty() ? nullptr : arrModel.back());
@@ -149,8 +135,8 @@ TEST(KestroMapStringTest, AgreesWithAMapWhicheverAllocationFails) {
         }
         const char* lpszKey;
         UINT nValue;
-        EXPECT_EQ(stMap.Count(), static_cast<int>(mapModel.size()));
-        EXPECT_EQ(stMap.GetCount(), static_cast<int>(mapModel.size()));
+        const int nCount = static_cast<int>(mapModel.size());
+        EXPECT_TRUE(stMap.Count() == nCount && stMap.GetCount() == nCount);
         auto stPosition = stMap.GetHeadPosition();
         while (stPosition) {
             stMap.GetNext(stPosition, lpszKey, nValue);
@@ -333,55 +319,45 @@ TEST(FieldName2IndexTest, AgreesWithAMapWhateverFails) {
     AgreesWithAMapWhateverFails<CFieldName2IndexW>();
 }
 
-struct CASEROW {
-    int m_nSize;
-    std::string m_strStored;
-    std::string m_strAsked;
-    int m_nIndex;
-};
-
 template <typename TABLE>
-int Ask(const CASEROW& stRow) {
+int Ask(int nSize, const std::string& strStored, const std::string& strAsked) {
     CKestroBufferPool stPool;
     TABLE stTable;
-    EXPECT_EQ(stTable.Initialize(stRow.m_nSize, &stPool), 0);
+    EXPECT_EQ(stTable.Initialize(nSize, &stPool), 0);
     EXPECT_EQ(stTable.Set(NameOf<TABLE>("").c_str(), 9, 1), 0);
-    EXPECT_EQ(stTable.Set(NameOf<TABLE>(stRow.m_strStored).c_str(), 5, 0), 0);
-    return stTable.Get(NameOf<TABLE>(stRow.m_strAsked).c_str());
+    EXPECT_EQ(stTable.Set(NameOf<TABLE>(strStored).c_str(), 5, 0), 0);
+    return stTable.Get(NameOf<TABLE>(strAsked).c_str());
+}
+
+/** In both tables; they must agree. */
+int AskBoth(int nSize, const std::string& strStored, const std::string& strAsked) {
+    const int nIndex = Ask<CFieldName2Index>(nSize, strStored, strAsked);
+    EXPECT_EQ(Ask<CFieldName2IndexW>(nSize, strStored, strAsked), nIndex) << nSize << strAsked;
+    return nIndex;
 }
 
 TEST(FieldName2IndexTest, FindsOtherCaseInTheSameBucketOnly) {
-    const CASEROW ROWS[] = {
-        {1, "Name", "NAME", 5},
-        {8, "name", "NAMe", 5},
-        {9, "name", "NAME", -1},
-        {15, "name", "NAME", 5},
-        {8, "n@me", "n`me", -1},
-        {8, "name", "nam", -1},
-        {8, "x", "", -1},
-        {9, SmallestHash().substr(0, 24), SmallestHash().substr(0, 24), 5},
-        {INT_MIN, "a", "a", 5},
-        {INT_MAX, "a", "a", 5},
-        // Of a large table several buckets share a chain.
-        {256, "same", "samE", 5},
-        {512, "same", "samE", -1},
-    };
-    for (const CASEROW& stRow : ROWS) {
-        EXPECT_EQ(Ask<CFieldName2Index>(stRow), stRow.m_nIndex) << stRow.m_nSize << stRow.m_strAsked;
-        EXPECT_EQ(Ask<CFieldName2IndexW>(stRow), stRow.m_nIndex) << stRow.m_nSize << stRow.m_strAsked;
-    }
+    CheckRows({"1|azNAZ|AZnaz=>5", "8|name|NAMe=>5", "9|name|NAME=>-1", "15|name|NAME=>5", "8|n@me|n`me=>-1",
+               "8|name|nam=>-1", "8|x|=>-1", "-2147483648|a|a=>5", "2147483647|a|a=>5",
+               // Of a large table several buckets share a chain.
+               "256|same|samE=>5", "512|same|samE=>-1"},
+              [](const auto& arText) {
+                  return std::to_string(
+                      AskBoth(arText[0].Number(), std::string(arText[1].View()), std::string(arText[2].View())));
+              });
+    EXPECT_EQ(AskBoth(9, SmallestHash().substr(0, 24), SmallestHash().substr(0, 24)), 5);
 }
 
 TEST(FieldName2IndexTest, NamesThatDontFitArentFound) {
     for (const unsigned nLen : {31u, 32u, 63u, 64u, 65u, 100000u}) {
-        const CASEROW stRow{8, std::string(nLen, 'n'), std::string(nLen, 'n'), 0};
-        EXPECT_EQ(Ask<CFieldName2Index>(stRow), nLen < 32 ? 5 : -1) << nLen;
-        EXPECT_EQ(Ask<CFieldName2IndexW>(stRow), nLen < 64 ? 5 : -1) << nLen;
+        const std::string strName(nLen, 'n');
+        EXPECT_EQ(Ask<CFieldName2Index>(8, strName, strName), nLen < 32 ? 5 : -1) << nLen;
+        EXPECT_EQ(Ask<CFieldName2IndexW>(8, strName, strName), nLen < 64 ? 5 : -1) << nLen;
     }
     // Nor does one answer for the name that is left when it's cut.
-    EXPECT_EQ(Ask<CFieldName2Index>({8, std::string(32, 'n'), std::string(31, 'n'), 0}), -1);
-    EXPECT_EQ(Ask<CFieldName2IndexW>({8, std::string(64, 'n'), std::string(63, 'n'), 0}), -1);
-    EXPECT_EQ(Ask<CFieldName2Index>({8, SmallestHash(), SmallestHash(), 0}), -1);
+    EXPECT_EQ(Ask<CFieldName2Index>(8, std::string(32, 'n'), std::string(31, 'n')), -1);
+    EXPECT_EQ(Ask<CFieldName2IndexW>(8, std::string(64, 'n'), std::string(63, 'n')), -1);
+    EXPECT_EQ(Ask<CFieldName2Index>(8, SmallestHash(), SmallestHash()), -1);
 }
 
 } // namespace

@@ -68,8 +68,7 @@ TEST_F(LinuxCommonAPI, NamesPrograms) {
         {"a/b", 3, -1, "a/"},
         {"tool", nFound, 0, m_strProc + "/tool"},
         {"tool", nFound - 1, -1, std::string(nFound - 2, 'd')},
-        {"none", 300, -1, std::string(252, 'd') + "/none"},
-    };
+        {"none", 300, -1, std::string(252, 'd') + "/none"}};
     for (const auto& [lpszModule, nSize, nResult, strName] : arRows) {
         std::vector<char> arBuffer(nSize, 'z');
         EXPECT_EQ(GetModuleFileName(lpszModule, arBuffer.data(), static_cast<UINT>(nSize)), nResult);
@@ -80,27 +79,23 @@ TEST_F(LinuxCommonAPI, NamesPrograms) {
 TEST_F(LinuxCommonAPI, OpensByDisposition) {
     constexpr DWORD READ = GENERIC_READ, WRITE = GENERIC_WRITE, BOTH = READ | WRITE, NONE = 0;
     // The size of a file of 3 bytes after the call, and of one that was missing; -1 for no handle.
-    const struct {
-        DWORD m_nDisposition, m_nAccess;
-        int m_nExisting, m_nMissing;
-    } arRows[] = {
-        {CREATE_NEW, BOTH, -1, 0},         {CREATE_NEW, NONE, -1, -1},        {CREATE_ALWAYS, BOTH, 0, 0},
-        {CREATE_ALWAYS, READ, 0, 0},       {CREATE_ALWAYS, NONE, -1, -1},     {77, WRITE, 0, 0},
-        {OPEN_EXISTING, BOTH, 3, -1},      {OPEN_EXISTING, READ, 3, -1},      {OPEN_EXISTING, NONE, -1, -1},
-        {OPEN_ALWAYS, BOTH, 3, 0},         {OPEN_ALWAYS, READ, 3, 0},         {TRUNCATE_EXISTING, BOTH, 0, -1},
-        {TRUNCATE_EXISTING, READ, -1, -1}, {TRUNCATE_EXISTING, WRITE, 0, -1},
-    };
+    const std::tuple<DWORD, DWORD, int, int> arRows[] = {
+        {CREATE_NEW, BOTH, -1, 0},         {CREATE_NEW, NONE, -1, -1},       {CREATE_ALWAYS, BOTH, 0, 0},
+        {CREATE_ALWAYS, READ, 0, 0},       {CREATE_ALWAYS, NONE, -1, -1},    {77, WRITE, 0, 0},
+        {OPEN_EXISTING, BOTH, 3, -1},      {OPEN_EXISTING, READ, 3, -1},     {OPEN_EXISTING, NONE, -1, -1},
+        {OPEN_ALWAYS, BOTH, 3, 0},         {OPEN_ALWAYS, READ, 3, 0},        {TRUNCATE_EXISTING, BOTH, 0, -1},
+        {TRUNCATE_EXISTING, READ, -1, -1}, {TRUNCATE_EXISTING, WRITE, 0, -1}};
     const std::string strFile = m_stScratch.Path("file");
-    for (const auto& stRow : arRows)
+    for (const auto& [nDisposition, nAccess, nExisting, nMissing] : arRows)
         for (const bool bExists : {true, false}) {
             std::filesystem::remove(strFile);
             if (bExists) WriteFile(strFile, "abc");
-            const HANDLE hFile = Kestro_OpenFile(strFile.c_str(), stRow.m_nAccess, 1, stRow.m_nDisposition, 0x80);
-            ASSERT_EQ(hFile ? Kestro_GetFileSize(hFile) : -1, bExists ? stRow.m_nExisting : stRow.m_nMissing)
-                << stRow.m_nDisposition << ' ' << stRow.m_nAccess << bExists;
+            const HANDLE hFile = Kestro_OpenFile(strFile.c_str(), nAccess, 1, nDisposition, 0x80);
+            ASSERT_EQ(hFile ? Kestro_GetFileSize(hFile) : -1, bExists ? nExisting : nMissing)
+                << nDisposition << ' ' << nAccess << bExists;
             struct stat stFile;
             EXPECT_TRUE(stat(strFile.c_str(), &stFile) != 0 || (stFile.st_mode & 0777) == 0666);
-            EXPECT_TRUE(!hFile || (write(*static_cast<int*>(hFile), "x", 1) == 1) == !!(stRow.m_nAccess & WRITE));
+            EXPECT_TRUE(!hFile || (write(*static_cast<int*>(hFile), "x", 1) == 1) == !!(nAccess & WRITE));
             Kestro_CloseFile(hFile);
         }
     std::filesystem::create_directories(m_stScratch.Path("folder/inner"));
@@ -182,8 +177,7 @@ TEST_F(LinuxCommonAPI, ReadsMemoryFigures) {
     const std::pair<std::string, FIGURES> arRows[] = {
         {"MemTotal:  16 kB\nMemFree: 9 kB\nMemAvailable:\t12 kB\n", {16, 9, 12, 4, 5}},
         {"MemFree: 9 kB\nMemTotal: 16 kB\nMemAvailable: 12 kB\n", {0, 0, 12, 4, 5}},
-        {"MemTotal: 99999999999999999999\nMemFree: x\n" + std::string(9000, 'x'), {LLONG_MAX, 0, 0, 4, 5}},
-    };
+        {"MemTotal: 99999999999999999999\nMemFree: x\n" + std::string(9000, 'x'), {LLONG_MAX, 0, 0, 4, 5}}};
     for (const auto& [strText, arFigures] : arRows) {
         WriteFile(m_stScratch.Path("meminfo"), strText);
         get_mem_info(n[0], n[1], n[2]);
@@ -202,8 +196,7 @@ TEST_F(LinuxCommonAPI, MeasuresLoadOverASecond) {
         {"cpu  10 0 0 100 0 0 0 5\ncpu0 1\n", "cpu  20 1 2 187 0 0 0 9\n", 13},
         {"x 1\ncpu 0 0 0 0 0 0 0\n", "cpu 1 0 0 1 1 0 0\n", 67},
         {"cpu 1 1 1 1 1 1 1\n", "cpu 1 1 1 1 1 1 1\n", 0},
-        {"cpu 0 0 0 9223372036854775807", "cpu 0 0 0 -9223372036854775808 0 0 1", 50},
-    };
+        {"cpu 0 0 0 9223372036854775807", "cpu 0 0 0 -9223372036854775808 0 0 1", 50}};
     int nBusy = 7;
     get_cpu_info(nBusy);
     EXPECT_EQ(nBusy, 0);

@@ -104,9 +104,7 @@ TEST(BaseExpression, KnowsThreeTruths) {
         EXPECT_EQ(CBaseExpression::Xor(nullptr, a, b, arResult[2]), ERR_OK);
         EXPECT_EQ(CBaseExpression::Not(nullptr, a, arResult[3]), ERR_OK);
         for (std::size_t i = 0; i < 4; ++i)
-            EXPECT_EQ(WordValue::Print(arResult[i]),
-                      arRow[i + 2] == "N" ? "null" : std::string("int:").append(arRow[i + 2]))
-                << i;
+            EXPECT_EQ(WordValue::Print(arResult[i]), arRow[i + 2] == "N" ? "null" : "int:" + arRow[i + 2]) << i;
     }
 }
 
@@ -117,9 +115,8 @@ TEST(BaseExpression, LoadsStoredBytes) {
         EXPECT_EQ(CBaseExpression::GetDataValue(stBytes.Data(), stValue, bType), ERR_OK);
         return WordValue::Print(stValue);
     };
-    EXPECT_EQ(Show(VT_TINYINT, "\xFE"), "int:-2");
-    EXPECT_EQ(Show(VT_SMALLINT, "\xFE\xFF"), "int:-2");
-    EXPECT_EQ(Show(VT_INT, "\xFE\xFF\xFF\xFF"), "int:-2");
+    for (const auto& [bType, nLen] : {std::pair{VT_TINYINT, 1}, {VT_SMALLINT, 2}, {VT_INT, 4}})
+        EXPECT_EQ(Show(bType, {"\xFE\xFF\xFF\xFF", static_cast<std::size_t>(nLen)}), "int:-2");
     EXPECT_EQ(Show(VT_CHAR, std::string_view("ab", 3)), "txt:ab");
     EXPECT_EQ(Show(VT_BLOB, std::string_view("ab", 3)), std::string("blob:ab\0", 8));
     EXPECT_EQ(Show(VT_DECIMAL, DecimalImage("-1.5") + std::string(16, '\0')), "dec:-1.5");
@@ -127,31 +124,20 @@ TEST(BaseExpression, LoadsStoredBytes) {
 }
 
 TEST(BaseExpression, RefusesFunctionsByTheirForm) {
-    constexpr struct {
-        const char* m_lpszName;
-        int m_nArguments, m_nCode;
-    } ROWS[] = {{"PI", 0, ERR_OK},
-                {"STARTNODEID", 0, ERR_FUNCTION_TYPE},
-                {"ABS", 1, ERR_OK},
-                {"DATE_PART", 1, ERR_FUNCTION_TYPE},
-                {"SIMILARITY", 2, ERR_FAILED},
-                {"REPLACE", 3, ERR_FUNCTION_TYPE},
-                {"CONCAT", 7, ERR_FAILED},
-                {"EXPORT_SET", 5, ERR_FAILED},
-                {"SUM", -1, ERR_FUNCTION_TYPE},
-                {"CRC32", -1, ERR_FUNCTION_TYPE},
-                {"USER", -1, ERR_FUNCTION_TYPE},
-                {"+", -1, ERR_FUNCTION_TYPE}};
-    CBaseBson stBson;
-    for (const auto& stRow : ROWS) {
-        SCOPED_TRACE(stRow.m_lpszName);
-        const BYTE bCode = ExpressionCode(stRow.m_lpszName);
+    // The number of arguments and the code.
+    for (const auto& arRow :
+         RowsOf("PI 0 0; STARTNODEID 0 1502; ABS 1 0; DATE_PART 1 1502; SIMILARITY 2 1; REPLACE 3 1502; "
+                "CONCAT 7 1; EXPORT_SET 5 1; SUM -1 1502; CRC32 -1 1502; USER -1 1502; + -1 1502")) {
+        SCOPED_TRACE(arRow[0]);
+        const BYTE bCode = ExpressionCode(arRow[0]);
+        CBaseBson stBson;
         st_VARDATA arArgument[5], stResult;
-        EXPECT_EQ(CBaseExpression::GetFunParamNum(bCode), stRow.m_nArguments);
-        EXPECT_EQ(CBaseExpression::GetFunctionVal(&stBson, bCode, 0, arArgument, stResult), stRow.m_nCode);
+        const int nArguments = CBaseExpression::GetFunParamNum(bCode);
+        EXPECT_EQ(nArguments, std::stoi(arRow[1]));
+        EXPECT_EQ(CBaseExpression::GetFunctionVal(&stBson, bCode, 0, arArgument, stResult), std::stoi(arRow[2]));
         stResult.SetData(5);
-        if (stRow.m_nArguments < 1 || stRow.m_nArguments > 3) continue;
-        arArgument[stRow.m_nArguments - 1].m_vt = VT_STOP;
+        if (nArguments < 1 || nArguments > 3) continue;
+        arArgument[nArguments - 1].m_vt = VT_STOP;
         EXPECT_EQ(CBaseExpression::GetFunctionVal(&stBson, bCode, 0, arArgument, stResult), ERR_OK);
         EXPECT_EQ(WordValue::Print(stResult), "int:5");
     }

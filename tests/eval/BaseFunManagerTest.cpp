@@ -38,13 +38,10 @@ void ExpectCalls(const std::string& strTable) {
 }
 
 TEST(BaseFunManager, NullArgumentsGiveNull) {
-    for (const char* const lpszName : {"ABS", "CEIL", "FLOOR", "SQRT", "EXP", "LN", "RAND", "SIGN", "LOWER", "LENGTH",
-                                       "CHAR_LENGTH", "ASCII", "BIT_LENGTH"})
-        EXPECT_EQ(Call({lpszName, "null"}, 1), "null") << lpszName;
-    for (const char* const lpszName : {"MOD", "POWER", "ROUND", "TRUNC", "LOG", "TO_CHAR", "TO_DATE"}) {
-        EXPECT_EQ(Call({lpszName, "null", "int:1"}, 2), "null") << lpszName;
-        EXPECT_EQ(Call({lpszName, "dec:1", "null"}, 2), "null") << lpszName;
-    }
+    for (const auto& str : Fields("ABS|CEIL|FLOOR|SQRT|EXP|LN|RAND|SIGN|LOWER|LENGTH|CHAR_LENGTH|ASCII|BIT_LENGTH"))
+        ExpectCalls(str + " null null");
+    for (const auto& str : Fields("MOD|POWER|ROUND|TRUNC|LOG|TO_CHAR|TO_DATE"))
+        ExpectCalls(str + " null int:1 null; " + str + " dec:1 null null");
 }
 
 TEST(BaseFunManager, ComputesNumbers) {
@@ -204,8 +201,7 @@ TEST(BaseFunManager, TellsShortMemory) {
         [](auto* p, st_VARDATA& st) { return CBaseFunManager::ToChar(p, WordValue("int:5"), WordValue("txt:9"), st); },
         [](auto* p, st_VARDATA& st) { return CBaseFunManager::ToChar(p, WordValue("dt:5"), WordValue("txt:DD"), st); },
         [](auto* p, st_VARDATA& st) { return CBaseFunManager::ToDate(p, WordValue("int:5"), WordValue("txt:DD"), st); },
-        [](auto* p, st_VARDATA& st) { return CBaseFunManager::ToDate(p, WordValue("txt:5"), WordValue("int:5"), st); },
-    };
+        [](auto* p, st_VARDATA& st) { return CBaseFunManager::ToDate(p, WordValue("txt:5"), WordValue("int:5"), st); }};
     for (const CALL& lpfnCall : CALLS) {
         const CChunkFault stBytes;
         CKestroBufferPool stPool;

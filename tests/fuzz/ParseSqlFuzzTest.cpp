@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <random>
+#include <set>
 
 #include "ScratchDir.h"
 
@@ -18,12 +18,12 @@ void Check(const std::string& strBytes) {
 }
 
 std::vector<std::string> Corpus() {
-    std::vector<std::string> strPaths, strStatements;
+    std::set<std::filesystem::path> setPath;
     for (const auto& stEntry : std::filesystem::directory_iterator(KESTRO_FUZZ "/corpus"))
-        strPaths.push_back(stEntry.path());
-    std::sort(strPaths.begin(), strPaths.end());
-    for (const std::string& strPath : strPaths)
-        strStatements.push_back(ReadFile(strPath));
+        setPath.insert(stEntry.path());
+    std::vector<std::string> strStatements;
+    for (const auto& stPath : setPath)
+        strStatements.push_back(ReadFile(stPath));
     return strStatements;
 }
 
@@ -51,25 +51,13 @@ private:
     void MutateOnce(std::string& strText) {
         const std::size_t nPos = Below(strText.size() + 1), nLen = Below(16);
         const std::string& strOther = m_strCorpus[Below(m_strCorpus.size())];
-        switch (Below(6)) {
-            case 0:
-                strText.erase(nPos, nLen);
-                return;
-            case 1:
-                strText.insert(nPos, strText.substr(nPos / 2, nLen));
-                return;
-            case 2:
-                strText.insert(nPos, 1, static_cast<char>(m_stRandom()));
-                return;
-            case 3:
-                strText.replace(nPos, nLen / 4, m_strWords[Below(m_strWords.size())]);
-                return;
-            case 4:
-                strText.replace(nPos, std::string::npos, strOther.substr(Below(strOther.size())));
-                return;
-            default:
-                strText.insert(nPos, strOther.substr(Below(strOther.size()), nLen));
-        }
+        const std::size_t nKind = Below(6);
+        if (nKind == 0) strText.erase(nPos, nLen);
+        if (nKind == 1) strText.insert(nPos, strText.substr(nPos / 2, nLen));
+        if (nKind == 2) strText.insert(nPos, 1, static_cast<char>(m_stRandom()));
+        if (nKind == 3) strText.replace(nPos, nLen / 4, m_strWords[Below(m_strWords.size())]);
+        if (nKind == 4) strText.replace(nPos, std::string::npos, strOther.substr(Below(strOther.size())));
+        if (nKind == 5) strText.insert(nPos, strOther.substr(Below(strOther.size()), nLen));
     }
 
     std::mt19937 m_stRandom{20240229};

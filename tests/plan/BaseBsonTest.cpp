@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ChunkFault.h"
+#include "Fields.h"
 
 namespace {
 
@@ -33,10 +34,10 @@ std::string Sizes(CBaseBson& stBson) {
  * record of 32 bytes, C<pos>+<n> claims, L<n> sets the length, Z empties, V<n> allows bson sections. Each A, E, T and C
  * answers its offset or "!" and its code; at the end stand the bytes in use, of the plan and left.
  */
-std::string Play(const char* lpszScript) {
+std::string Play(const std::string& strScript) {
     CBaseBson stBson;
     std::ostringstream stResult;
-    std::istringstream stScript(lpszScript);
+    std::istringstream stScript(strScript);
     for (char cVerb; stScript >> cVerb;) {
         UINT nSize = 0;
         UINT nOffset = 777;
@@ -67,45 +68,28 @@ std::string Play(const char* lpszScript) {
 }
 
 TEST(BaseBson, TakesBytesOfTheMainBuffer) {
-    const struct {
-        const char* m_lpszScript;
-        const char* m_lpszResult;
-    } ROWS[] = {
-        // Blocks come in steps of 64 KB, one more when the sum is a multiple.
-        {"B0", "| 0 0 65424"},
-        {"B65423", "| 0 0 65424"},
-        {"B65424", "| 0 0 130960"},
-        {"B65536", "| 0 0 130960"},
-        {"B130960", "| 0 0 196496"},
-        {"B4294967295 B4294901648", "!3 !3 | 0 0 0"},
-        // Without a buffer the request makes one; nothing asked for is nothing done.
-        {"A0 E0", "0 0 | 0 0 0"},
-        {"A1", "0 | 1 1 130959"},
-        {"A65536", "0 | 65536 65536 130960"},
-        {"E1", "0 | 1 1 130959"},
-        {"T", "0 | 32 32 130928"},
-        {"A4294967295", "!3 | 0 0 0"},
-        // To the last byte, and one more.
-        {"B0 A65424 A0 A1 T E1", "0 0 !3 !3 !3 | 65424 65424 0"},
-        {"B0 A65392 T", "0 ff70 | 65424 65424 0"},
-        {"B0 A65393 T A4294967295 E4294967295", "0 !3 !3 !3 | 65393 65393 31"},
-        // Aligned pieces: the pad counts as used, but not against what is left.
-        {"B0 A1 E3 E1 A1", "0 4 8 9 | 10 10 65418"},
-        {"B0 A65419 E5 E4", "0 !3 ff8c | 65424 65424 1"},
-        // Claims put the end behind themselves; none reaches beyond the buffer.
-        {"B0 A100 C40+8 C90+20 C50+10", "0 28 5a 32 | 60 60 65286"},
-        {"B0 A100 C65424+1 C65423+1 C65424+0", "0 !25 ff8f 0 | 65424 65424 65323"},
-        {"B0 A9 C0+65425 C10+65415 C65425+1", "0 !25 !25 !25 | 9 9 65415"},
-        {"S100 B0 A120 A8 L200 Z A3", "ffffff9c 14 ffffff9c | 3 4294967199 65421"},
-        {"B0 A9 L70000", "0 | 65424 9 65415"},
-        {"B0 A65424 R65424 A1 R0", "0 ff90 !25 | 65425 65425 65535"},
-        {"B0 A100 R70000 A1 R0 A1", "0 64 65 | 102 102 65322"},
-        {"R9 T", "0 | 32 32 65392"},
-        // The overflow of the main buffer: ids instead of offsets, and the plan doesn't grow.
-        {"V1 B0 A65000 A1000 T A70000 A1 A424", "0 80010000 fde8 80020000 fe08 80030000 | 65033 65033 391"},
-    };
-    for (const auto& stRow : ROWS)
-        EXPECT_EQ(Play(stRow.m_lpszScript), stRow.m_lpszResult) << stRow.m_lpszScript;
+    ExpectRows(
+        {// Blocks come in steps of 64 KB, one more when the sum is a multiple.
+         "B0 => | 0 0 65424", "B65423 => | 0 0 65424", "B65424 => | 0 0 130960", "B65536 => | 0 0 130960",
+         "B130960 => | 0 0 196496", "B4294967295 B4294901648 => !3 !3 | 0 0 0",
+         // Without a buffer the request makes one; nothing asked for is nothing done.
+         "A0 E0 => 0 0 | 0 0 0", "A1 => 0 | 1 1 130959", "A65536 => 0 | 65536 65536 130960", "E1 => 0 | 1 1 130959",
+         "T => 0 | 32 32 130928", "A4294967295 => !3 | 0 0 0",
+         // To the last byte, and one more.
+         "B0 A65424 A0 A1 T E1 => 0 0 !3 !3 !3 | 65424 65424 0", "B0 A65392 T => 0 ff70 | 65424 65424 0",
+         "B0 A65393 T A4294967295 E4294967295 => 0 !3 !3 !3 | 65393 65393 31",
+         // Aligned pieces: the pad counts as used, but not against what is left.
+         "B0 A1 E3 E1 A1 => 0 4 8 9 | 10 10 65418", "B0 A65419 E5 E4 => 0 !3 ff8c | 65424 65424 1",
+         // Claims put the end behind themselves; none reaches beyond the buffer.
+         "B0 A100 C40+8 C90+20 C50+10 => 0 28 5a 32 | 60 60 65286",
+         "B0 A100 C65424+1 C65423+1 C65424+0 => 0 !25 ff8f 0 | 65424 65424 65323",
+         "B0 A9 C0+65425 C10+65415 C65425+1 => 0 !25 !25 !25 | 9 9 65415",
+         "S100 B0 A120 A8 L200 Z A3 => ffffff9c 14 ffffff9c | 3 4294967199 65421", "B0 A9 L70000 => 0 | 65424 9 65415",
+         "B0 A65424 R65424 A1 R0 => 0 ff90 !25 | 65425 65425 65535",
+         "B0 A100 R70000 A1 R0 A1 => 0 64 65 | 102 102 65322", "R9 T => 0 | 32 32 65392",
+         // The overflow of the main buffer: ids instead of offsets, and the plan doesn't grow.
+         "V1 B0 A65000 A1000 T A70000 A1 A424 => 0 80010000 fde8 80020000 fe08 80030000 | 65033 65033 391"},
+        Play);
 }
 
 // A buffer that clears only what it must is one that was zero from end to end: the same bytes, whatever memory held.
@@ -168,14 +152,12 @@ TEST(BaseBson, AdoptsAndDetaches) {
     EXPECT_EQ(stBson.GetOffset(lpPiece), 88u);
     EXPECT_TRUE(stBson.AppendInt64(-2) && !stBson.AppendByte(1) && !stBson.AppendBuffer(arBlock, -1));
     EXPECT_EQ(arBlock[92] << 8 | arBlock[99], 0xFEFF);
-    const struct {
-        UINT m_nStart, m_nOffset;
-        LPBYTE m_lpAddr;
-    } ROWS[] = {{0, 0, nullptr},     {0, 1, arBlock + 1},      {0, 99, arBlock + 99},    {0, 100, nullptr},
-                {9, 0, arBlock + 9}, {9, 0xFFFFFFF7, nullptr}, {0, 0xFFFFFFFF, nullptr}, {9, 91, nullptr}};
-    for (const auto& stRow : ROWS) {
-        stBson.SetBsonStartOffset(stRow.m_nStart);
-        EXPECT_EQ(stBson.ConvertOffset2Addr(stRow.m_nOffset), stRow.m_lpAddr) << stRow.m_nOffset;
+    const std::tuple<UINT, UINT, LPBYTE> ROWS[] = {
+        {0, 0, nullptr},     {0, 1, arBlock + 1},      {0, 99, arBlock + 99},    {0, 100, nullptr},
+        {9, 0, arBlock + 9}, {9, 0xFFFFFFF7, nullptr}, {0, 0xFFFFFFFF, nullptr}, {9, 91, nullptr}};
+    for (const auto& [nStart, nPlace, lpAddr] : ROWS) {
+        stBson.SetBsonStartOffset(nStart);
+        EXPECT_EQ(stBson.ConvertOffset2Addr(nPlace), lpAddr) << nPlace;
     }
     EXPECT_EQ(stBson.DetachBuffer(), arBlock);
     EXPECT_FALSE(stBson.GetBuffer() || stBson.GetBsonBufferSize() || stBson.ConvertOffset2Addr(1));

@@ -3,41 +3,29 @@
 #include <sstream>
 
 #include "Fields.h"
-#include "ParseSql.h"
 #include "PlanLine.h"
 #include "QueryText.h"
 
 namespace {
 
 /** Prints the plan of a statement that changes rows as compact text. */
-class CDataPrinter {
+class CDataPrinter : CPlanText {
 public:
-    explicit CDataPrinter(const CPlanReader& stPlan) : m_stPlan(stPlan) {}
+    using CPlanText::CPlanText;
     std::string Print() {
-        Statement();
+        const UINT nCommand = m_stPlan.Head().m_nCommandOffset;
+        const BYTE bType = m_stPlan.Head().m_nType;
+        if (bType == PLAN_INSERT) Insert(At<INSERTEXECUTEPLANBSON>(nCommand));
+        if (bType == PLAN_DELETE) Rows(At<DELETEEXECUTEPLANBSON>(nCommand));
+        if (bType == PLAN_UPDATE) {
+            const auto& stUpdate = At<UPDATEEXECUTEPLANBSON>(nCommand);
+            Rows(stUpdate);
+            Fields(stUpdate.m_nExecuteFieldOffset, stUpdate.m_nExecuteFieldNum);
+        }
         return m_stText.str();
     }
 
 private:
-    void Statement() {
-        const UINT nCommand = m_stPlan.Head().m_nCommandOffset;
-        if (m_stPlan.Head().m_nType == PLAN_INSERT) return Insert(At<INSERTEXECUTEPLANBSON>(nCommand));
-        if (m_stPlan.Head().m_nType == PLAN_DELETE) {
-            const auto& stDelete = At<DELETEEXECUTEPLANBSON>(nCommand);
-            return Rows(stDelete.m_stExecuteObject, stDelete.m_nQueryPlanOffset);
-        }
-        const auto& stUpdate = At<UPDATEEXECUTEPLANBSON>(nCommand);
-        Rows(stUpdate.m_stExecuteObject, stUpdate.m_nQueryPlanOffset);
-        Fields(stUpdate.m_nExecuteFieldOffset, stUpdate.m_nExecuteFieldNum);
-    }
-    template <typename T>
-    const T& At(UINT nOffset) const {
-        static constexpr T NONE = {};
-        const T* const lpRecord = m_stPlan.Record<T>(nOffset);
-        EXPECT_NE(lpRecord, nullptr);
-        return lpRecord ? *lpRecord : NONE;
-    }
-
     void Insert(const INSERTEXECUTEPLANBSON& stInsert) {
         const EXECUTERECORDINFO& stRows = stInsert.m_stExecuteObject.m_stExecuteRecord;
         const auto& stObject = At<OBJECTBSON>(stInsert.m_stExecuteObject.m_nObjectOffset);
@@ -59,9 +47,10 @@ private:
         }
     }
 
-    void Rows(const EXECUTEOBJECTINFO& stTarget, UINT nQuery) {
-        EXPECT_EQ(stTarget.m_nObjectOffset, At<QUERYEXECUTEPLANBSON>(nQuery).m_nObjectOffset);
-        m_stText << CQueryText(m_stPlan).Query(nQuery);
+    void Rows(const auto& st) {
+        EXPECT_EQ(st.m_stExecuteObject.m_nObjectOffset,
+                  At<QUERYEXECUTEPLANBSON>(st.m_nQueryPlanOffset).m_nObjectOffset);
+        m_stText << CQueryText(m_stPlan).Query(st.m_nQueryPlanOffset);
     }
 
     void Value(UINT nOffset, BYTE bClass, const char* lpszBefore = "") {
@@ -79,26 +68,11 @@ private:
         }
     }
 
-    const CPlanReader& m_stPlan;
     std::ostringstream m_stText;
 };
 
-/** The plan, or the code and the word of the error. */
 std::string Compiled(const std::string& strSql) {
-    CParseSql stParse;
-    EXECUTEPLANBSON* lpPlan = nullptr;
-    const int nCode = stParse.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, 0, 0, 0);
-    if (nCode != ERR_OK) return std::to_string(nCode) + " at " + std::to_string(stParse.GetErrorPos());
-    CPlanReader stPlan;
-    EXPECT_EQ(stPlan.Open(lpPlan, lpPlan->m_nTotalDataSize), ERR_OK) << stPlan.Fault();
-    return CDataPrinter(stPlan).Print();
-}
-
-/** A text and behind it another one many times. */
-std::string Long(std::string strText, const char* lpszRepeated, int nTimes) {
-    while (nTimes-- > 0)
-        strText += lpszRepeated;
-    return strText;
+    return CompiledAs(strSql, [](const CPlanReader& stPlan) { return CDataPrinter(stPlan).Print(); });
 }
 
 TEST(ParseData, CompilesInsert) {
@@ -114,7 +88,7 @@ TEST(ParseData, CompilesInsert) {
                 "insert into t values () => 506 at 4", "insert into t values (1 => 506 at 5",
                 "insert into t values (1) x => 506 at 6", "insert into t values (1), => 506 at 7"},
                Compiled);
-    EXPECT_EQ(Compiled(Long("insert into t values (1", ",1", 255) + ")"), "506 at 3");
+    EXPECT_EQ(Compiled(Repeat(",1", 255, "insert into t values (1", ")")), "506 at 3");
 }
 
 TEST(ParseData, CompilesInsertOfAQuery) {
@@ -166,29 +140,6 @@ TEST(ParseData, CompilesDelete) {
                 "delete from where a = 1 => 508 at 1", "delete relation from t => 99 at 0",
                 "delete from t where => 558 at 3", "delete from t order by a => 553 at 2"},
                Compiled);
-}
-
-TEST(ParseData, PrintsTheRowsOfInsert) {
-    EXPECT_NE(::Compiled("insert into t values (1)")
-                  .find("nRecordNum=1 nRecordAddrID=RECORDHEAD{bOperationType=2 bFieldNum=1 nRsFieldOffset=RSFIELDBSON{"
-                        "bTempNo=1 bFlag=4 nFieldDataOffset=st_MATHEXPBSON{"),
-              std::string::npos);
-}
-
-TEST(ParseData, CompilesALongInsertAsInALargeBuffer) {
-    const std::string strSql = Long("insert into t values (1,'abc',?)", ",(1,'abc',?)", 99'999);
-    const int nLen = static_cast<int>(strSql.size());
-    CParseSql stGrowing, stLarge;
-    EXECUTEPLANBSON *lpPlan = nullptr, *lpLarge = nullptr;
-    ASSERT_EQ(stGrowing.ParseSql(strSql.data(), nLen, lpPlan, 0, 0, 0), ERR_OK);
-    const auto lpBlock = std::make_unique<BYTE[]>(50'000'000);
-    lpLarge = reinterpret_cast<EXECUTEPLANBSON*>(lpBlock.get());
-    lpLarge->m_nClientBsonDataSize = 50'000'000;
-    ASSERT_EQ(stLarge.ParseSql(strSql.data(), nLen, lpLarge, 0, 0, 0), ERR_OK);
-    EXPECT_EQ(lpPlan->m_nInsertRecordNum, 100'000u);
-    EXPECT_EQ(stGrowing.GetParameterNum(), 100'000);
-    ASSERT_EQ(lpPlan->m_nTotalDataSize, lpLarge->m_nTotalDataSize);
-    EXPECT_EQ(std::memcmp(lpPlan, lpLarge, lpPlan->m_nTotalDataSize), 0);
 }
 
 } // namespace

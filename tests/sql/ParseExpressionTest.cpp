@@ -58,14 +58,6 @@ std::string Parsed(const std::string& strExpression) {
     return CExpressionParse(strExpression).Text();
 }
 
-/** A text many times over, and two texts around it. */
-std::string Repeat(std::string_view szText, int nTimes, std::string_view szFront = "", std::string_view szBehind = "") {
-    std::string strAll(szFront);
-    for (int i = 0; i < nTimes; ++i)
-        strAll.append(szText);
-    return strAll.append(szBehind);
-}
-
 TEST(ParseExpression, TreesOfOperatorsAndOperands) {
     ExpectRows({" => none", "1 => 1", "a => A", "* => *", "- 1 + 2 => (+ (neg 1) 2)", "a - b - c => (- (- A B) C)",
                 "a + b * c % d div e => (+ A (div (% (* B C) D) E))", "a + (b) => (+ A B)",
@@ -133,96 +125,68 @@ TEST(ParseExpression, ConditionsHaveMoreOperators) {
         [](const std::string& strText) { return CExpressionParse(strText, 65536, 1).Text(); });
 }
 
-// Behind GROUP BY there are no fields of an object as a whole.
-TEST(ParseExpression, GroupsHaveNoAllFields) {
-    CExpressionParse stParse("t.*");
-    stParse.m_stManager.SetGroupByOffset(100);
-    EXPECT_EQ(stParse.m_stManager.ParseMathExpression(&stParse.m_stParam), ERR_SYNTAX_SELECT);
-    EXPECT_EQ(stParse.m_stManager.GetSqlErrorPos(), 2);
-}
-
 TEST(ParseExpression, TellsTextAggregateAndSequence) {
+    const auto Told = [](const std::string& strExpression) {
+        CExpressionParse st(strExpression);
+        EXPECT_EQ(st.m_nCode, ERR_OK) << strExpression;
+        return PrintText("%s %d %d%d", st.m_stManager.GetExpressionString(), st.m_stManager.GetExpressionLen(),
+                         st.m_stParam.m_bAggreFun, st.m_stManager.IsSequence());
+    };
+    // The text, its length, whether it's an aggregate and whether a sequence.
+    ExpectRows({"t . a + round ( b , 2 ) => t.a+round(b,2) 14 00", "abs(sum( a )) => abs(sum(a)) 11 10",
+                "count(*) - -1 => count(*)--1 11 10", "abs(q.nextval) => abs(NEXTVAL) 12 01",
+                "cast( a as char) || convert(a,date) => cast(a AS char)||convert(a , date) 34 00"},
+               Told);
     const std::string LONG_SUM = Repeat("x+", 63, "", "'");
-    struct {
-        std::string m_strExpression;
-        std::string m_strText;
-        int m_nLen;
-        BOOL m_bAggregate;
-        BOOL m_bSequence;
-    } const ROWS[] = {{"t . a + round ( b , 2 )", "t.a+round(b,2)", 14, 0, 0},
-                      {"abs(sum( a ))", "abs(sum(a))", 11, 1, 0},
-                      {"count(*) - -1", "count(*)--1", 11, 1, 0},
-                      {"abs(q.nextval)", "abs(NEXTVAL)", 12, 0, 1},
-                      {"cast( a as char) || convert(a,date)", "cast(a AS char)||convert(a , date)", 34, 0, 0},
-                      {Repeat("y", 200, LONG_SUM, "'"), LONG_SUM.substr(0, 127), 128, 0, 0},
-                      {Repeat("y", 200, "'", "'"), Repeat("y", 126, "'"), 128, 0, 0}};
-    for (const auto& stRow : ROWS) {
-        CExpressionParse stParse(stRow.m_strExpression);
-        EXPECT_EQ(stParse.m_nCode, ERR_OK) << stRow.m_strExpression;
-        EXPECT_EQ(stParse.m_stManager.GetExpressionString(), stRow.m_strText);
-        EXPECT_EQ(stParse.m_stManager.GetExpressionLen(), stRow.m_nLen) << stRow.m_strExpression;
-        EXPECT_EQ(stParse.m_stParam.m_bAggreFun, stRow.m_bAggregate) << stRow.m_strExpression;
-        EXPECT_EQ(stParse.m_stManager.IsSequence(), stRow.m_bSequence) << stRow.m_strExpression;
-    }
+    EXPECT_EQ(Told(Repeat("y", 200, LONG_SUM, "'")), LONG_SUM.substr(0, 127) + " 128 00");
+    EXPECT_EQ(Told(Repeat("y", 200, "'", "'")), Repeat("y", 126, "'", " 128 00"));
 }
 
 // No word leads to CASE, so it's called by its code; only one branch and ELSE make a node that folds.
 TEST(ParseExpression, CaseTakesPairsAndOneElse) {
-    struct {
-        const char* m_lpszExpression;
-        int m_nCode;
-        int m_nWord;
-    } const ROWS[] = {{"case when a = 1 then b + 1 else (c) end", ERR_OK, 13},
-                      {"case when a = 1 then b when (c > 2) then d end", ERR_OK, 15},
-                      {"case end", ERR_EXPECT_FUNCTION, 1},
-                      {"case a when 1 then b end", ERR_EXPECT_FUNCTION, 1},
-                      {"case when a = 1 end", ERR_EXPECT_FUNCTION, 5},
-                      {"case when a = 1 then b then c end", ERR_EXPECT_FUNCTION, 7},
-                      {"case when a = 1 then b", ERR_EXPECT_FUNCTION, 7},
-                      {"case else b end", ERR_EXPECT_FUNCTION, 1},
-                      {"case when a = 1 then b else c else d end", ERR_EXPECT_FUNCTION, 9},
-                      {"case when a = 1 then b else c when d = 1 then e end", ERR_EXPECT_FUNCTION, 9},
-                      {"case when a = then b end", ERR_EXPECT_EXPRESSION, 4},
-                      {"case when a = 1 then b + end", ERR_EXPECT_EXPRESSION, 8}};
-    for (const auto& stRow : ROWS) {
-        CExpressionParse stParse(stRow.m_lpszExpression);
-        CParseExpressionManager stManager;
-        stManager.Initial(&stParse.m_stParseSql.GetParseBson(), &stParse.m_stWords, &stParse.m_stParseSql);
-        BYTE bState = 0;
-        EXPECT_EQ(stManager.ParseFunction(&stParse.m_stParam, FN_CASE, bState), stRow.m_nCode)
-            << stRow.m_lpszExpression;
-        const int nWord = stRow.m_nCode == ERR_OK ? stParse.m_stParam.m_nEndPos : stManager.GetSqlErrorPos();
-        EXPECT_EQ(nWord, stRow.m_nWord) << stRow.m_lpszExpression;
-        EXPECT_TRUE(stRow.m_nCode != ERR_OK || stManager.CreateMathExpression() == ERR_OK) << stRow.m_lpszExpression;
-    }
+    // The code, and where the call ends or goes wrong.
+    ExpectRows({"case when a = 1 then b + 1 else (c) end => 0 at 13",
+                "case when a = 1 then b when (c > 2) then d end => 0 at 15", "case end => 517 at 1",
+                "case a when 1 then b end => 517 at 1", "case when a = 1 end => 517 at 5",
+                "case when a = 1 then b then c end => 517 at 7", "case when a = 1 then b => 517 at 7",
+                "case else b end => 517 at 1", "case when a = 1 then b else c else d end => 517 at 9",
+                "case when a = 1 then b else c when d = 1 then e end => 517 at 9",
+                "case when a = then b end => 515 at 4", "case when a = 1 then b + end => 515 at 8"},
+               [](const std::string& strExpression) {
+                   CExpressionParse stParse(strExpression);
+                   CParseExpressionManager stManager;
+                   stManager.Initial(&stParse.m_stParseSql.GetParseBson(), &stParse.m_stWords, &stParse.m_stParseSql);
+                   BYTE bState = 0;
+                   const int nCode = stManager.ParseFunction(&stParse.m_stParam, FN_CASE, bState);
+                   EXPECT_TRUE(nCode != ERR_OK || stManager.CreateMathExpression() == ERR_OK) << strExpression;
+                   return PrintText("%d at %d", nCode,
+                                    nCode == ERR_OK ? +stParse.m_stParam.m_nEndPos : stManager.GetSqlErrorPos());
+               });
 }
 
 // Long chains and many brackets are taken as they are; calls and arguments have their limits.
 TEST(ParseExpression, HostileLengthsAndDepths) {
     constexpr int MANY = 100000;
     constexpr int DEPTH = CParseDepth::DEPTH_MAX - 1;
-    const struct {
-        std::string m_strExpression;
-        int m_nCode;
-    } ROWS[] = {{Repeat("+1", MANY, "sum(a)"), ERR_OK},
-                {Repeat("(", MANY) + Repeat(")", MANY, "a"), ERR_OK},
-                {Repeat("sum(a)+(", MANY) + Repeat(")", MANY, "1"), ERR_OK},
-                {Repeat("- ", MANY, "", "sum(a)"), ERR_OK},
-                {Repeat("sum(a)||", MANY), ERR_EXPECT_EXPRESSION},
-                {Repeat("(", MANY), ERR_EXPECT_EXPRESSION},
-                {Repeat(")", MANY, "a"), ERR_EXPECT_EXPRESSION},
-                {Repeat("abs(", MANY), ERR_EXPECT_FUNCTION},
-                {Repeat("abs(", DEPTH) + Repeat(")", DEPTH, "a"), ERR_OK},
-                {Repeat("abs(", DEPTH + 1) + Repeat(")", DEPTH + 1, "a"), ERR_EXPECT_EXPRESSION},
-                {Repeat(",a", 254, "greatest(a", ")"), ERR_OK},
-                {Repeat(",a", 255, "greatest(a", ")"), ERR_EXPECT_FUNCTION},
-                {Repeat(",", MANY, "greatest(a", ")"), ERR_EXPECT_FUNCTION},
-                {Repeat("0", MANY, "1"), ERR_DECIMAL_PRECISION},
-                {Repeat("'", 2 * MANY), ERR_OK},
-                {std::string(66, 'a'), ERR_EXPECT_EXPRESSION}};
-    for (const auto& stRow : ROWS)
-        EXPECT_EQ(CExpressionParse(stRow.m_strExpression, LARGE).m_nCode, stRow.m_nCode)
-            << stRow.m_strExpression.substr(0, 20);
+    const std::pair<std::string, int> ROWS[] = {
+        {Repeat("+1", MANY, "sum(a)"), ERR_OK},
+        {Repeat("(", MANY) + Repeat(")", MANY, "a"), ERR_OK},
+        {Repeat("sum(a)+(", MANY) + Repeat(")", MANY, "1"), ERR_OK},
+        {Repeat("- ", MANY, "", "sum(a)"), ERR_OK},
+        {Repeat("sum(a)||", MANY), ERR_EXPECT_EXPRESSION},
+        {Repeat("(", MANY), ERR_EXPECT_EXPRESSION},
+        {Repeat(")", MANY, "a"), ERR_EXPECT_EXPRESSION},
+        {Repeat("abs(", MANY), ERR_EXPECT_FUNCTION},
+        {Repeat("abs(", DEPTH) + Repeat(")", DEPTH, "a"), ERR_OK},
+        {Repeat("abs(", DEPTH + 1) + Repeat(")", DEPTH + 1, "a"), ERR_EXPECT_EXPRESSION},
+        {Repeat(",a", 254, "greatest(a", ")"), ERR_OK},
+        {Repeat(",a", 255, "greatest(a", ")"), ERR_EXPECT_FUNCTION},
+        {Repeat(",", MANY, "greatest(a", ")"), ERR_EXPECT_FUNCTION},
+        {Repeat("0", MANY, "1"), ERR_DECIMAL_PRECISION},
+        {Repeat("'", 2 * MANY), ERR_OK},
+        {std::string(66, 'a'), ERR_EXPECT_EXPRESSION}};
+    for (const auto& [strExpression, nCode] : ROWS)
+        EXPECT_EQ(CExpressionParse(strExpression, LARGE).m_nCode, nCode) << strExpression.substr(0, 20);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "ParseSqlJoin.h"
 
-#include "ParseSql.h"
+#include "Fields.h"
+#include "PlanLine.h"
 #include "PlanMaker.h"
 #include "QueryText.h"
 
@@ -8,14 +9,9 @@ namespace {
 
 /** What follows the objects of a query of "select 1 from", or the code and the word of its error. */
 std::string Joined(const std::string& strFrom) {
-    const std::string strSql = "select 1 from " + strFrom;
-    CParseSql stParse;
-    EXECUTEPLANBSON* lpPlan = nullptr;
-    const int nCode = stParse.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, 0, 0, 0);
-    if (nCode != ERR_OK) return std::to_string(nCode) + " at " + std::to_string(stParse.GetErrorPos());
-    CPlanReader stPlan;
-    EXPECT_EQ(stPlan.Open(lpPlan, lpPlan->m_nTotalDataSize), ERR_OK) << stPlan.Fault();
-    const std::string strText = CQueryText(stPlan).Query(lpPlan->m_nCommandOffset);
+    const std::string strText = CompiledAs("select 1 from " + strFrom, [](const CPlanReader& stPlan) {
+        return CQueryText(stPlan).Query(stPlan.Head().m_nCommandOffset);
+    });
     return strText.substr(std::min(strText.find(" tree"), strText.size()));
 }
 
@@ -45,50 +41,30 @@ TEST(ParseJoin, MovesOuterComparisonsIntoTheTree) {
         // Trees of a list become one.
         {"a left join b on a.x = b.x, c, d left join e on d.x = e.x",
          " tree (((1 left 2 on (= 1.X:1 2.X:1)) join (4 left 5 on (= 4.X:1 5.X:1))) join 3) join (and {(= 1.X:1 "
-         "2.X:1)} {(= 4.X:1 5.X:1)})"},
-    };
+         "2.X:1)} {(= 4.X:1 5.X:1)})"}};
     for (const auto& [lpszFrom, lpszJoined] : ROWS)
         EXPECT_EQ(Joined(lpszFrom), lpszJoined) << lpszFrom;
 }
 
 TEST(ParseJoin, WalksALongCondition) {
-    std::string strSql = "select 1 from a, b where a.x = b.x(+)";
-    for (int i = 0; i < 100'000; ++i)
-        strSql += " and a.y = 1";
-    CParseSql stParse;
-    EXECUTEPLANBSON* lpPlan = nullptr;
-    ASSERT_EQ(stParse.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, 0, 0, 0), ERR_OK);
-    CPlanReader stPlan;
-    ASSERT_EQ(stPlan.Open(lpPlan, lpPlan->m_nTotalDataSize), ERR_OK);
-    EXPECT_NE(stPlan.Record<QUERYEXECUTEPLANBSON>(lpPlan->m_nCommandOffset)->m_nQueryPathOffset, 0u);
+    const auto HasTree = [](const CPlanReader& stPlan) {
+        const auto* lpQuery = stPlan.Record<QUERYEXECUTEPLANBSON>(stPlan.Head().m_nCommandOffset);
+        return lpQuery && lpQuery->m_nQueryPathOffset != 0 ? "tree" : "none";
+    };
+    const std::string strSql = Repeat(" and a.y = 1", 100'000, "select 1 from a, b where a.x = b.x(+)");
+    EXPECT_EQ(CompiledAs(strSql, HasTree), "tree");
 }
 
-TEST(ParseJoin, RefusesWhatNoStatementMakes) {
+// A second comparison comes into the node of the first one, a third into a new one.
+TEST(ParseJoin, GathersComparisons) {
     CPlanMaker stMaker(PLAN_SELECT);
-    CBaseBson& stBson = stMaker.m_stBson;
-    CKestroQueue stQueue;
-    st_JOININFO stJoin = {JOIN_INNER, 0, 0};
-    CKestroStack stStack;
-    UINT nOffset = 0, nCompare = 0, nCondition = 0, nRoot = 0;
-    // Two objects with the same bit, then a join with one object.
-    for (const BYTE bNo : {1, 65, 2}) {
-        EXPECT_EQ(CreateBaseRel(stBson, bNo, OBJECT_TABLE, nOffset), ERR_OK);
-        EXPECT_EQ(PushBaseRel2Queue(stBson, nOffset, stQueue), ERR_OK);
-        if (bNo == 1) continue;
-        EXPECT_EQ(PushJoinInfo2Stack(stBson, &stJoin, stStack, stQueue), ERR_OK);
-        EXPECT_EQ(PopJoinInfo2Queue(stBson, stStack, stQueue), ERR_OK);
-        EXPECT_EQ(CreateJoinTree(stBson, stQueue, nRoot), bNo == 65 ? ERR_SYNTAX_SELECT : ERR_FAILED);
-        stQueue.free();
-    }
-    auto* const lpCompare = stMaker.New<COMPAREEXPBSON>(nCompare);
-    lpCompare->m_bExpressionType1 = lpCompare->m_bExpressionType2 = EXPCLASS_FIELD;
-    EXPECT_EQ(GetJoinPathFromCompareExpression(stBson, nCompare, nRoot, nCondition), ERR_JOIN_EXPRESSION);
-    // A condition takes a second comparison into its own node, and a third into a new one.
-    for (int i = 1; i <= 3; ++i)
-        EXPECT_EQ(CreateJoinCondition(stBson, nCompare, nCondition), ERR_OK);
-    const auto* const lpNode = reinterpret_cast<BASECONDITIONBSON*>(stBson.ConvertOffset2Addr(nCondition));
-    EXPECT_EQ(lpNode->m_bConditionType1, CONDITION_NODE);
-    EXPECT_EQ(lpNode->m_nConditionOffset2, nCompare);
+    UINT nCondition = 0;
+    for (const UINT nCompare : {101u, 102u, 103u})
+        EXPECT_EQ(CreateJoinCondition(stMaker.m_stBson, nCompare, nCondition), ERR_OK);
+    const auto* lp = reinterpret_cast<BASECONDITIONBSON*>(stMaker.m_stBson.ConvertOffset2Addr(nCondition));
+    EXPECT_TRUE(lp->m_bConditionType1 == CONDITION_NODE && lp->m_nConditionOffset2 == 103);
+    lp = reinterpret_cast<BASECONDITIONBSON*>(stMaker.m_stBson.ConvertOffset2Addr(lp->m_nConditionOffset1));
+    EXPECT_TRUE(lp->m_bLogicOperator == LOGIC_AND && lp->m_nConditionOffset1 == 101 && lp->m_nConditionOffset2 == 102);
 }
 
 } // namespace

@@ -5,44 +5,17 @@
 
 #include "Fields.h"
 #include "KestroDate.h"
-#include "ParseSql.h"
+#include "PlanLine.h"
 #include "QueryText.h"
 
 namespace {
 
-std::string Print(const EXECUTEPLANBSON* lpPlan) {
-    CPlanReader stPlan;
-    if (stPlan.Open(lpPlan, lpPlan->m_nTotalDataSize) != ERR_OK) return stPlan.Fault();
-    return CQueryText(stPlan).Query(lpPlan->m_nCommandOffset);
-}
-
-int Parse(CParseSql& stParse, const std::string& strSql, EXECUTEPLANBSON*& lpPlan, int nPageStart = 0,
-          int nPageSize = 0) {
-    return stParse.ParseSql(strSql.data(), static_cast<int>(strSql.size()), lpPlan, nPageStart, nPageSize, 0);
-}
-
-/** A statement's query, or the code of its error and the number of the word. */
 std::string Compiled(const std::string& strSql, int nPageStart = 0, int nPageSize = 0) {
-    CParseSql stParse;
-    EXECUTEPLANBSON* lpPlan = nullptr;
-    const int nCode = Parse(stParse, strSql, lpPlan, nPageStart, nPageSize);
-    if (nCode != ERR_OK) return std::to_string(nCode).append(" at ").append(std::to_string(stParse.GetErrorPos()));
-    return Print(lpPlan);
+    const auto Print = [](const CPlanReader& st) { return CQueryText(st).Query(st.Head().m_nCommandOffset); };
+    return CompiledAs(strSql, Print, nPageStart, nPageSize);
 }
 
-std::string Repeat(int nTimes, const std::string& strText) {
-    std::string strAll;
-    for (int i = 0; i < nTimes; ++i)
-        strAll += strText;
-    return strAll;
-}
-
-struct ROW {
-    const char* m_lpszSql;
-    const char* m_lpszExpected;
-};
-
-constexpr ROW PLANS[] = {
+constexpr const char* PLANS[][2] = {
     // Select lists: names as written, cut at a character's edge; aliases; objects of lone columns.
     {"select distinct t.a as \"My A\", b+1 cc, 'x', `q`, count(*) from d.t where a=1 and b>?",
      "q1.1 distinct aggregate mixed t.a(My A)=1.A:1@1, b+1(cc)=(+ B 1):5, 'x'='x':4, q=Q:1, count(*)=(f80 ):3 from "
@@ -102,8 +75,8 @@ constexpr ROW PLANS[] = {
      "q1.1 page 2+10 wait 65535 1=1:4 from 1:T where (= B:1 [q]:7):2 order 0"}};
 
 TEST(ParseQueryTest, Plans) {
-    for (const ROW& stRow : PLANS)
-        EXPECT_EQ(Compiled(stRow.m_lpszSql), stRow.m_lpszExpected) << stRow.m_lpszSql;
+    for (const auto& [lpszSql, lpszExpected] : PLANS)
+        EXPECT_EQ(Compiled(lpszSql), lpszExpected) << lpszSql;
 }
 
 TEST(ParseQueryTest, WrongStatements) {
@@ -155,24 +128,18 @@ TEST(ParseQueryTest, HeadOfThePlan) {
     using namespace std::chrono;
     const auto nDays = (sys_days{year{2026} / 1 / 1} - sys_days{year{1601} / 1 / 1}).count();
     const long long llStamp = (nDays * 24 - DbTimeZoneValue()) * 3600 * 10000000 * 32;
-    struct {
-        const char* m_lpszSql;
-        BYTE m_bExecuteParam;
-        long long m_llTimestamp;
-    } const ROWS[] = {
-        {"select 1 from t", FOR_UPDATE_NONE, 0},
-        {"select 1 from t for update", FOR_UPDATE_PLAIN, 0},
-        {"select 1 from t for update nowait", FOR_UPDATE_NOWAIT, 0},
-        {"select 1 from t union select 2 from u for update skip locked", FOR_UPDATE_SKIP_LOCKED, 0},
-        {"select 1 from t for update wait 3 as of timestamp '2026-01-01 00:00:00'", FOR_UPDATE_WAIT, llStamp}};
-    for (const auto& stRow : ROWS) {
-        CParseSql stParse;
-        EXECUTEPLANBSON* lpPlan = nullptr;
-        ASSERT_EQ(Parse(stParse, stRow.m_lpszSql, lpPlan), ERR_OK) << stRow.m_lpszSql;
-        EXPECT_EQ(lpPlan->m_bExecuteParam, stRow.m_bExecuteParam) << stRow.m_lpszSql;
-        EXPECT_EQ(lpPlan->m_bWriteLog, stRow.m_bExecuteParam != FOR_UPDATE_NONE) << stRow.m_lpszSql;
-        EXPECT_EQ(lpPlan->m_nTimestamp, stRow.m_llTimestamp) << stRow.m_lpszSql;
-    }
+    // The kind of lock, whether it's logged, and the time.
+    ExpectRows({"1 from t => 0 0 0", "1 from t for update => 1 1 0", "1 from t for update nowait => 2 1 0",
+                "1 from t union select 2 from u for update skip locked => 3 1 0",
+                "1 from t for update wait 3 as of timestamp '2026-01-01 00:00:00' => 4 1 1"},
+               [&](const std::string& strSql) {
+                   return CompiledAs("select " + strSql, [&](const CPlanReader& stPlan) {
+                       const EXECUTEPLANBSON& st = stPlan.Head();
+                       const bool bStamp = st.m_nTimestamp == llStamp;
+                       EXPECT_TRUE(bStamp || st.m_nTimestamp == 0);
+                       return PrintText("%d %d %d", st.m_bExecuteParam, st.m_bWriteLog, bStamp);
+                   });
+               });
     // The statement's page is that of a plain query only.
     EXPECT_EQ(Compiled("select 1 from t", 20, 10), "q1.1 page 20+10 1=1:4 from 1:T");
     EXPECT_EQ(Compiled("select 1 from t order by 1", 20, 10), "q1.1 1=1:4 from 1:T order 0");
@@ -204,34 +171,31 @@ TEST(ParseQueryTest, HostileStatementsEnd) {
         return strText;
     };
     const auto Nested = [](int nDepth) {
-        return "select a from " + Repeat(nDepth, "(select a from ") + "t" + Repeat(nDepth, ")");
+        return "select a from " + Repeat("(select a from ", nDepth) + "t" + Repeat(")", nDepth);
     };
     constexpr int MANY = 30000;
     const std::pair<std::string, std::string> ROWS[] = {
-        {"select a" + Repeat(65535, ",b") + ",c from t group by b order by z, c", "1524 at 131082"},
-        {"select a from t group by z" + Repeat(255, ",c"), "1524 at 515"},
-        {"select a from t" + Repeat(MANY, " union select a from t"), "1541 at 1274"},
+        {"select a" + Repeat(",b", 65535) + ",c from t group by b order by z, c", "1524 at 131082"},
+        {"select a from t group by z" + Repeat(",c", 255), "1524 at 515"},
+        {"select a from t" + Repeat(" union select a from t", MANY), "1541 at 1274"},
         {Numbered(",t", 255), "1516 at 512"},
         {Numbered(" join t", 64), "505 at 2"},
         {"select 1 from u join v" + Numbered(",t", 63).substr(15), "1516 at 2"},
         {Nested(31), "1541 at 123"},
         {Nested(MANY), "1541 at 123"},
-        {"select a from t where a in " + Repeat(MANY, "(select a from t where a in "), "505 at 240006"},
-        {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY - 1, ")") + " union select 1 from t)",
+        {"select a from t where a in " + Repeat("(select a from t where a in ", MANY), "505 at 240006"},
+        {Repeat("(", MANY) + "select 1 from t" + Repeat(")", MANY - 1) + " union select 1 from t)",
          "q1.1 1=1:4 from 1:T then q2.1 1=1:4 from 2:T"},
-        {Repeat(MANY, "(") + "select 1 from t" + Repeat(MANY, " union select 1 from t)") + " union select 1 from t",
+        {Repeat("(", MANY) + "select 1 from t" + Repeat(" union select 1 from t)", MANY) + " union select 1 from t",
          "1541 at 99"},
-        {"select 1 from " + Repeat(MANY, "(") + "t" + Repeat(MANY, ")"), "q1.1 1=1:4 from 1:T"},
-        {"select " + Repeat(MANY, ",") + " from t", "515 at 0"}};
+        {"select 1 from " + Repeat("(", MANY) + "t" + Repeat(")", MANY), "q1.1 1=1:4 from 1:T"},
+        {"select " + Repeat(",", MANY) + " from t", "515 at 0"}};
     for (const auto& [strSql, strExpected] : ROWS)
         EXPECT_EQ(Compiled(strSql), strExpected) << strSql.substr(0, 60);
     EXPECT_EQ(Compiled(Nested(30)).substr(0, 22), "q1.1 a=A:1 from 31:[q2");
     EXPECT_EQ(std::ranges::count(Compiled(Numbered(",t", 254)), ':'), 256);
-    CParseSql stParse;
-    EXECUTEPLANBSON* lpPlan = nullptr;
-    EXPECT_EQ(
-        Parse(stParse, "select 1 from t start with a=1 connect by prior a=b and d=1" + Repeat(MANY, " or c=1"), lpPlan),
-        ERR_OK);
+    const std::string strLong = Repeat(" or c=1", MANY, "select 1 from t start with a=1 connect by prior a=b and d=1");
+    EXPECT_EQ(CompiledAs(strLong, [](const CPlanReader&) { return ""; }), "");
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include "ParseSqlHead.h"
 #include "PlanLine.h"
 #include "PlanMaker.h"
+#include "ValueRows.h"
 
 namespace {
 
@@ -22,7 +23,11 @@ TEST(ParseSql, ChoosesTheParserByTheFirstWord) {
                 "use `my shop` => nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"my shop\"}", "use => 835 at 0",
                 "use a b => 835 at 0", "use 1 => 835 at 1", "show tables => 502 at 0",
                 "create table t (a int) => 502 at 0", "frobnicate => 502 at 0", "commi_t => 501 at 0", " => 500 at 0",
-                " \t\r\n;; => 500 at 0", "-- nothing => 500 at 0", "1 => 500 at 0"},
+                " \t\r\n;; => 500 at 0", "-- nothing => 500 at 0", "1 => 500 at 0",
+                // Hints.
+                "/*!40101 begin work */ => nType=10 bWriteLog=1", "/*!40101 begin*/ => nType=10 bWriteLog=1",
+                "/*!40101 begin work */ work => 814 at 2",
+                "(/*! use */ shop) => nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"shop\"}"},
                Compiled);
     const std::string strLongest(64, 'd');
     EXPECT_EQ(Compiled("use " + strLongest),
@@ -36,14 +41,13 @@ std::string Head(std::string_view szSql, bool bHashComment = false) {
     const ExactText stText(szSql);
     const int nCode = ReadSqlHead(stText.View(), bHashComment, stHead);
     if (nCode != ERR_OK) return std::to_string(nCode);
-    std::string strHead(stHead.m_szText);
-    strHead.append(" | ").append(stHead.m_szWord).append(" ").append(std::to_string(stHead.m_nPos));
-    if (stHead.m_nParens != 0) strHead.append(" (").append(std::to_string(stHead.m_nParens));
-    if (stHead.m_nHintEnd != 0)
-        strHead.append(" hint ").append(
-            stHead.m_szText.substr(static_cast<std::size_t>(stHead.m_nHintBegin),
-                                   static_cast<std::size_t>(stHead.m_nHintEnd - stHead.m_nHintBegin)));
-    return strHead;
+    const auto Part = [&](int nBegin, int nEnd) {
+        return std::string(
+            stHead.m_szText.substr(static_cast<std::size_t>(nBegin), static_cast<std::size_t>(nEnd - nBegin)));
+    };
+    return std::string(stHead.m_szText) + " | " + stHead.m_szWord + " " + std::to_string(stHead.m_nPos) +
+           (stHead.m_nParens ? " (" + std::to_string(stHead.m_nParens) : "") +
+           (stHead.m_nHintEnd ? " hint " + Part(stHead.m_nHintBegin, stHead.m_nHintEnd) : "");
 }
 
 TEST(ParseSql, ReadsTheHead) {
@@ -90,22 +94,9 @@ TEST(ParseSql, ReadsTheHeadInPlace) {
     EXPECT_STREQ(szWord, "select");
 }
 
-TEST(ParseSql, CompilesWhatStandsInAHint) {
-    EXPECT_EQ(Compiled("/*!40101 begin work */"), "nType=10 bWriteLog=1");
-    EXPECT_EQ(Compiled("/*!40101 begin*/"), "nType=10 bWriteLog=1");
-    EXPECT_EQ(Compiled("/*!40101 begin work */ work"), "814 at 2");
-    EXPECT_EQ(Compiled("(/*! use */ shop)"), "nType=17 nCommandOffset=DATABASEBSON{pDatabaseName=\"shop\"}");
-}
-
-/** A text and behind it another one many times. */
-std::string Long(std::string strSql, const char* lpszRepeated, std::size_t nTimes) {
-    while (nTimes-- > 0)
-        strSql += lpszRepeated;
-    return strSql;
-}
 /** A statement of many words that compiles. */
 std::string LongStatement(std::size_t nBytes) {
-    return Long("alter system add ", "datafile '0123456789' ", nBytes / 22);
+    return Repeat("datafile '0123456789' ", static_cast<int>(nBytes / 22), "alter system add ");
 }
 
 /** The plan's bytes as compiled into a block of the caller's, of `nCapacity` bytes and full of another statement. */
@@ -120,12 +111,11 @@ std::string CompiledInto(std::string_view szSql, UINT nCapacity) {
 }
 
 TEST(ParseSql, CompilesInAnyBufferIntoTheSameBytes) {
-    for (const std::size_t nBytes : {100'000, 10'000'000}) {
-        const std::string strSql = LongStatement(nBytes);
-        const std::string strRoomy = CompiledInto(strSql, static_cast<UINT>(2 * nBytes));
-        const UINT nSize = static_cast<UINT>(PLAN_TEXT_OFFSET + strSql.size() + 1 + sizeof(ALTEREXECUTEPLANBSON) +
-                                             sizeof(FILEINFOBSON));
-        ASSERT_EQ(strRoomy.size(), nSize);
+    for (const std::string& strSql : {LongStatement(100'000), LongStatement(10'000'000),
+                                      Repeat(",(1,'abc',?)", 99'999, "insert into t values (1,'abc',?)")}) {
+        const std::string strRoomy = CompiledInto(strSql, 50'000'000);
+        const UINT nSize = static_cast<UINT>(strRoomy.size());
+        ASSERT_GT(nSize, strSql.size());
         for (const UINT nCapacity : {UINT{52}, UINT{89}, UINT{65536}, nSize - 1, nSize})
             EXPECT_TRUE(CompiledInto(strSql, nCapacity) == strRoomy) << nCapacity;
     }
@@ -141,9 +131,9 @@ TEST(ParseSql, FailsWithoutMemoryAndWorksAfterwards) {
     const std::string CONDITION =
         "select 1 from t where abs((((((((a + interval '1' day)))))))) = nvl(b, cast(c as char)) ";
     for (const std::string& strSql :
-         {LongStatement(200'000), std::string(RICH), Long(CONDITION, "and (a + 1 = b or not c in (1, 2)) ", 400),
-          Long("select 1 from t where a", " + (abs(a)", 500) + std::string(500, ')') + " > 1",
-          Long("insert into t values (1,'abc')", ",(1,'abc')", 20'000)}) {
+         {LongStatement(200'000), std::string(RICH), Repeat("and (a + 1 = b or not c in (1, 2)) ", 400, CONDITION),
+          Repeat(" + (abs(a)", 500, "select 1 from t where a") + Repeat(")", 500, "", " > 1"),
+          Repeat(",(1,'abc')", 20'000, "insert into t values (1,'abc')")}) {
         const std::string strExpected = CompiledInto(strSql, 20'000'000);
         ASSERT_NE(strExpected, "") << strSql.substr(0, 200);
         int nFailed = 0;
@@ -172,13 +162,24 @@ TEST(ParseSql, FailsWithoutMemoryAndWorksAfterwards) {
 /** A compiler whose queries and parameters are made by hand. */
 class CHandParseSql : public CParseSql {
 public:
-    /** "no" of an object named with an alias or without one, or the error's code as a negative number. */
-    int Name(const char* lpszDatabase, const char* lpszName, const char* lpszTitle = nullptr,
-             BYTE bType = OBJECT_TABLE) {
+    /**
+     * Plays "name database object [alias [type]]", "find database object type", "enter" and "leave", where "." stands
+     * for an empty text; answers the object's number, or a code.
+     */
+    std::string Play(const std::string& strRow) {
+        auto arWord = RowsOf(strRow + " . . . 0")[0];
+        std::replace(arWord.begin(), arWord.end(), std::string("."), std::string());
+        const BYTE bType = static_cast<BYTE>(std::atoi(arWord[4].c_str()));
+        const char *lpszDatabase = arWord[1].c_str(), *lpszName = arWord[2].c_str(), *lpszTitle = arWord[3].c_str();
+        if (arWord[0] == "leave") LeaveQuery();
+        if (arWord[0] == "leave") return "0";
+        if (arWord[0] == "enter") return std::to_string(EnterQuery());
+        if (arWord[0] == "find")
+            return std::to_string(FindObject(lpszDatabase, lpszName, static_cast<BYTE>(std::atoi(lpszTitle))));
         BYTE bNo = 0;
-        const int nCode = lpszTitle ? SetObjectTitle(lpszDatabase, lpszName, bType, lpszTitle, bNo)
-                                    : SetObjectName(lpszDatabase, lpszName, bType, bNo);
-        return nCode == ERR_OK ? bNo : -nCode;
+        const int nCode = *lpszTitle ? SetObjectTitle(lpszDatabase, lpszName, OBJECT_TABLE, lpszTitle, bNo)
+                                     : SetObjectName(lpszDatabase, lpszName, std::max(bType, BYTE{OBJECT_TABLE}), bNo);
+        return nCode == ERR_OK ? std::to_string(bNo) : "!" + std::to_string(nCode);
     }
     /** A plan with `nNum` parameters. */
     void MakeParameters(int nNum) {
@@ -209,49 +210,23 @@ public:
 
 TEST(ParseSqlObject, NumbersObjectsAndFindsThemOutward) {
     CHandParseSql stSql;
-    ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
-    EXPECT_EQ(stSql.Name("", "T"), 1);
-    EXPECT_EQ(stSql.Name("d", "t"), 2);
-    EXPECT_EQ(stSql.Name("D", "t"), 2);
-    EXPECT_EQ(stSql.Name("", "t", nullptr, OBJECT_NODE), 3);
-    EXPECT_EQ(stSql.Name("", "u"), 4);
-    EXPECT_EQ(stSql.Name("", "U", "x"), 4) << "an object without an alias takes it";
-    EXPECT_EQ(stSql.Name("", "u", "y"), 5) << "the same object once more";
-    EXPECT_EQ(stSql.Name("", "v", "X"), -ERR_DUPLICATE_ALIAS);
-    EXPECT_EQ(stSql.Name("", "u", "y"), -ERR_DUPLICATE_ALIAS);
-    ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
-    EXPECT_EQ(stSql.Name("", "w", "x"), 6) << "another query's alias";
-    EXPECT_EQ(stSql.FindObject("", "X", 0), 6) << "the inner one hides the outer one";
-    EXPECT_EQ(stSql.FindObject("", "t", 0), 1);
-    EXPECT_EQ(stSql.FindObject("d", "T", 0), 2);
-    EXPECT_EQ(stSql.FindObject(nullptr, "t", OBJECT_NODE), 3);
-    EXPECT_EQ(stSql.FindObject("", "u", 0), 0) << "the alias hides the name";
-    EXPECT_EQ(stSql.FindObject("", "", 0), 0);
-    stSql.LeaveQuery();
-    EXPECT_EQ(stSql.FindObject("", "x", 0), 4);
-    ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
-    EXPECT_EQ(stSql.FindObject("", "x", 0), 4) << "a sibling is no outer query";
+    const auto Play = [&](const std::string& strRow) { return stSql.Play(strRow); };
+    ExpectRows({"enter => 0", "name . T => 1", "name d t => 2", "name D t => 2", "name . t . 2 => 3", "name . u => 4",
+                // An object without an alias takes it; then it's the same object once more.
+                "name . U x => 4", "name . u y => 5", "name . v X => !538", "name . u y => !538", "enter => 0",
+                // Another query's alias hides the outer one's, an alias hides the name.
+                "name . w x => 6", "find . X => 6", "find . t => 1", "find d T => 2", "find . t 2 => 3",
+                "find . u => 0", "find . . => 0", "leave => 0", "find . x => 4",
+                // A sibling is no outer query.
+                "enter => 0", "find . x => 4"},
+               Play);
     EXPECT_TRUE(stSql.FindDataBaseName("D") && stSql.FindObjectName("W") && stSql.FindObjectName("y"));
     EXPECT_FALSE(stSql.FindDataBaseName("") || stSql.FindDataBaseName("t") || stSql.FindObjectName("d"));
     for (int i = 7; i <= 255; ++i)
-        ASSERT_EQ(stSql.Name("", std::to_string(i).c_str()), i);
-    EXPECT_EQ(stSql.Name("", "one more"), -ERR_OBJECT_NUMBER);
+        ASSERT_EQ(Play("name . " + std::to_string(i)), std::to_string(i));
+    EXPECT_EQ(Play("name . more"), "!1516");
     const std::string strLong(500, 'n');
     EXPECT_EQ(stSql.FindObject(strLong.c_str(), strLong.c_str(), 0), 0);
-}
-
-TEST(ParseSqlObject, NestsQueriesToALimit) {
-    CHandParseSql stSql;
-    for (int i = 1; i < 32; ++i)
-        ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
-    EXPECT_EQ(stSql.EnterQuery(), ERR_NESTED_QUERY);
-    EXPECT_EQ(stSql.GetQueryLevel(), 31);
-    for (int i = 32; i <= 255; ++i) {
-        stSql.LeaveQuery();
-        ASSERT_EQ(stSql.EnterQuery(), ERR_OK);
-    }
-    stSql.LeaveQuery();
-    EXPECT_EQ(stSql.EnterQuery(), ERR_NESTED_QUERY);
 }
 
 TEST(ParseSqlBind, WritesValuesBehindThePlan) {
@@ -263,32 +238,23 @@ TEST(ParseSqlBind, WritesValuesBehindThePlan) {
     for (const int nIndex : {-1, 0, PARAM_NUM + 1})
         EXPECT_EQ(stSql.BindData(nIndex, stValue), ERR_OUT_OF_BOUNDS);
 
+    const auto Bound = [&](int nIndex, st_VARDATA stBound) {
+        EXPECT_EQ(stSql.BindData(nIndex, stBound), ERR_OK);
+        return stSql.Bound(nIndex);
+    };
     std::string strText(100'000, 't');
     stValue.AttachString(strText.data(), static_cast<int>(strText.size()), 0);
-    ASSERT_EQ(stSql.BindData(PARAM_NUM, stValue), ERR_OK) << "the plan moves";
-    EXPECT_EQ(stSql.Bound(PARAM_NUM), "6 100000: " + strText);
+    EXPECT_EQ(Bound(PARAM_NUM, stValue), "6 100000: " + strText) << "the plan moves";
     const UINT nSize = stSql.GetParseBson().GetBsonDataSize();
     stValue.AttachString(strText.data(), 3, 0);
-    ASSERT_EQ(stSql.BindData(PARAM_NUM, stValue), ERR_OK);
-    EXPECT_EQ(stSql.Bound(PARAM_NUM), "6 3: ttt");
+    EXPECT_EQ(Bound(PARAM_NUM, stValue), "6 3: ttt");
     EXPECT_EQ(stSql.GetParseBson().GetBsonDataSize(), nSize) << "a value takes the place of the one before";
     stValue.AttachString(strText.data(), 0, 0);
-    ASSERT_EQ(stSql.BindData(PARAM_NUM, stValue), ERR_OK);
-    EXPECT_EQ(stSql.Bound(PARAM_NUM), "10 4: ");
-
-    st_VARDATA stNumber;
-    stNumber.SetData(0x44434241);
-    EXPECT_EQ(stSql.BindData(1, stNumber), ERR_OK);
-    EXPECT_EQ(stSql.Bound(1), "1 4: ABCD");
-    stNumber.SetData(0x4847464544434241LL);
-    EXPECT_EQ(stSql.BindData(1, stNumber), ERR_OK);
-    EXPECT_EQ(stSql.Bound(1), "2 8: ABCDEFGH");
-    ASSERT_EQ(CKestroDecimal::Convert2Decimal("-12.5", &stNumber), ERR_OK);
-    EXPECT_EQ(stSql.BindData(2, stNumber), ERR_OK);
-    EXPECT_EQ(stSql.Bound(2), "240 3: " + DecimalImage("-12.5"));
-    stNumber.SetNull();
-    EXPECT_EQ(stSql.BindData(2, stNumber), ERR_OK);
-    EXPECT_EQ(stSql.Bound(2), "10 4: ");
+    EXPECT_EQ(Bound(PARAM_NUM, stValue), "10 4: ");
+    EXPECT_EQ(Bound(1, WordValue("int:1145258561")), "1 4: ABCD");
+    EXPECT_EQ(Bound(1, WordValue("big:5208208757389214273")), "2 8: ABCDEFGH");
+    EXPECT_EQ(Bound(2, WordValue("dec:-12.5")), "240 3: " + DecimalImage("-12.5"));
+    EXPECT_EQ(Bound(2, WordValue("null")), "10 4: ");
 
     EXPECT_EQ(stSql.ExecuteBind(), ERR_OK);
     const EXECUTEPLANBSON* const lpPlan = stSql.GetExecutePlan();

@@ -11,30 +11,26 @@
  *     (in x {1d 2d})       constants                                  (in x [A 2d])  other lists  (in x [q]) subqueries
  *     (bare x)  (prior x y)  (exists [q]:7)  false                    BAD for fields that don't agree
  */
-class CConditionText {
+class CConditionText : CPlanText {
 public:
-    explicit CConditionText(const CPlanReader& stPlan) : m_stPlan(stPlan) {}
+    using CPlanText::CPlanText;
 
     std::string Root(UINT nOffset) const {
-        const auto* const lp = m_stPlan.Record<BASECONDITIONBSON>(nOffset);
-        if (!lp) return nOffset == 0 ? "none" : "BAD";
-        if (lp->m_bLogicOperator != LOGIC_NONE) return Node(nOffset);
+        if (nOffset == 0) return "none";
         const std::string strNode = Node(nOffset);
         return strNode.front() == '{' ? strNode.substr(1, strNode.size() - 2) : strNode;
     }
 
 private:
     std::string Node(UINT nOffset) const {
-        const auto* const lp = m_stPlan.Record<BASECONDITIONBSON>(nOffset);
-        if (!lp) return "BAD";
-        const std::string strFirst = Operand(lp->m_bConditionType1, lp->m_nConditionOffset1);
-        const std::string strSecond = Operand(lp->m_bConditionType2, lp->m_nConditionOffset2);
-        std::string strText(lp->m_bLogicNot ? "!" : "");
-        if (lp->m_bLogicOperator == LOGIC_NONE)
-            return strText.empty() && strSecond == "-" ? strText.append("{").append(strFirst).append("}") : "BAD";
-        if (lp->m_bLogicOperator != LOGIC_AND && lp->m_bLogicOperator != LOGIC_OR) return "BAD";
-        strText.append(lp->m_bLogicOperator == LOGIC_AND ? "(and " : "(or ");
-        return strText.append(strFirst).append(" ").append(strSecond).append(")");
+        const auto& st = At<BASECONDITIONBSON>(nOffset);
+        const std::string strFirst = Operand(st.m_bConditionType1, st.m_nConditionOffset1);
+        const std::string strSecond = Operand(st.m_bConditionType2, st.m_nConditionOffset2);
+        if (st.m_bLogicOperator == LOGIC_NONE)
+            return !st.m_bLogicNot && strSecond == "-" ? "{" + strFirst + "}" : "BAD";
+        if (st.m_bLogicOperator != LOGIC_AND && st.m_bLogicOperator != LOGIC_OR) return "BAD";
+        const std::string strWord = st.m_bLogicOperator == LOGIC_AND ? "(and " : "(or ";
+        return (st.m_bLogicNot ? "!" : "") + strWord + strFirst + " " + strSecond + ")";
     }
 
     std::string Operand(BYTE bType, UINT nOffset) const {
@@ -43,17 +39,14 @@ private:
     }
 
     std::string Comparison(UINT nOffset) const {
-        const auto* const lp = m_stPlan.Record<COMPAREEXPBSON>(nOffset);
-        if (!lp) return "BAD";
-        if (lp->m_bOperator == COMPARE_FALSE) {
-            COMPAREEXPBSON stFalse{};
-            stFalse.m_bOperator = COMPARE_FALSE;
-            return std::memcmp(lp, &stFalse, sizeof stFalse) == 0 ? "false" : "BAD";
-        }
-        std::string strText = (lp->m_bLogicNot ? "!(" : "(") + Operator(*lp);
-        strText += Side(lp->m_bExpressionType1, lp->m_nMathExpOffset1);
-        strText += Side(lp->m_bExpressionType2, lp->m_nMathExpOffset2);
-        return strText + Side(lp->m_bExpressionType3, lp->m_nMathExpOffset3) + ")";
+        const auto& st = At<COMPAREEXPBSON>(nOffset);
+        COMPAREEXPBSON stFalse{};
+        stFalse.m_bOperator = COMPARE_FALSE;
+        if (std::memcmp(&st, &stFalse, sizeof stFalse) == 0) return "false";
+        std::string strText = (st.m_bLogicNot ? "!(" : "(") + Operator(st);
+        strText += Side(st.m_bExpressionType1, st.m_nMathExpOffset1);
+        strText += Side(st.m_bExpressionType2, st.m_nMathExpOffset2);
+        return strText + Side(st.m_bExpressionType3, st.m_nMathExpOffset3) + ")";
     }
 
     std::string Side(BYTE bClass, UINT nOffset) const {
@@ -63,20 +56,14 @@ private:
     }
 
     std::string In(UINT nOffset) const {
-        const auto* const lp = m_stPlan.Record<INCONDITIONBSON>(nOffset);
-        if (!lp) return "BAD";
-        if (lp->m_bType == IN_SUBQUERY)
-            return m_stPlan.Record<QUERYEXECUTEPLANBSON>(lp->m_nExpressionOffset[0]) ? "[q]" : "BAD";
-        std::string strText = lp->m_bType == IN_CONSTANTS ? "{" : "[";
-        for (UINT i = 0; i < lp->m_nDataNum; ++i) {
-            UINT nEntry = 0;
-            const UINT nTail = nOffset + static_cast<UINT>(offsetof(INCONDITIONBSON, m_nExpressionOffset));
-            const BYTE* const lpEntry = m_stPlan.Bytes(nTail + i * 4, 4);
-            if (!lpEntry) return "BAD";
-            std::memcpy(&nEntry, lpEntry, sizeof nEntry);
-            strText += (i ? " " : "") + CExpressionText(m_stPlan).Root(nEntry);
-        }
-        return strText + (lp->m_bType == IN_CONSTANTS ? "}" : "]");
+        const auto& st = At<INCONDITIONBSON>(nOffset);
+        if (st.m_bType == IN_SUBQUERY)
+            return m_stPlan.Record<QUERYEXECUTEPLANBSON>(st.m_nExpressionOffset[0]) ? "[q]" : "BAD";
+        std::string strText = st.m_bType == IN_CONSTANTS ? "{" : "[";
+        for (UINT i = 0; i < st.m_nDataNum; ++i)
+            strText += (i ? " " : "") + CExpressionText(m_stPlan).Root(
+                                            Entry(nOffset + offsetof(INCONDITIONBSON, m_nExpressionOffset), i));
+        return strText + (st.m_bType == IN_CONSTANTS ? "}" : "]");
     }
 
     /** With the place of a "(+)", which the sides' own marks must confirm. */
@@ -100,6 +87,4 @@ private:
         const auto* const lp = m_stPlan.Record<st_MATHEXPBSON>(nOffset);
         return lp && lp->m_bAllowNull;
     }
-
-    const CPlanReader& m_stPlan;
 };

@@ -26,3 +26,10 @@ private:
 
 using ExactText = ExactBytes<char>;
 using ExactWide = ExactBytes<wchar_t>;
+
+/** A text as bytes or as wide characters of the same numbers. */
+template <typename T>
+std::basic_string<T> TextOf(std::string_view szText) {
+    const auto* const lpBytes = reinterpret_cast<const unsigned char*>(szText.data());
+    return {lpBytes, lpBytes + szText.size()};
+}

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -9,6 +10,31 @@
 #include "KestroDecimal.h"
 #include "PlanOperators.h"
 #include "PlanReader.h"
+#include "ValueText.h"
+
+/** Prints parts of a plan; a record that isn't there fails the test and is taken for an empty one. */
+class CPlanText {
+public:
+    explicit CPlanText(const CPlanReader& stPlan) : m_stPlan(stPlan) {}
+
+protected:
+    template <typename T>
+    const T& At(UINT nOffset) const {
+        static constexpr T NONE = {};
+        const T* const lpRecord = m_stPlan.Record<T>(nOffset);
+        EXPECT_NE(lpRecord, nullptr) << nOffset;
+        return lpRecord ? *lpRecord : NONE;
+    }
+    /** An entry of the list of offsets behind a record's head. */
+    UINT Entry(UINT nTail, UINT i) const {
+        UINT nEntry = 0;
+        const BYTE* const lpEntry = m_stPlan.Bytes(nTail + i * 4, 4);
+        if (lpEntry) std::memcpy(&nEntry, lpEntry, sizeof nEntry);
+        return nEntry;
+    }
+
+    const CPlanReader& m_stPlan;
+};
 
 /**
  * Expressions of a plan as one line, operators in front: `(+ (neg 1) 2.A)`. A function is `f` and its code, behind a
@@ -22,9 +48,9 @@
  *
  * A root that only wraps its leaf prints as the leaf, such a node inside a tree in braces.
  */
-class CExpressionText {
+class CExpressionText : CPlanText {
 public:
-    explicit CExpressionText(const CPlanReader& stPlan) : m_stPlan(stPlan) {}
+    using CPlanText::CPlanText;
 
     std::string Root(UINT nOffset) const {
         if (nOffset == 0) return "none";
@@ -82,35 +108,27 @@ private:
     std::string Node(UINT nOffset) const {
         std::string strOpen, strClose;
         while (true) {
-            const auto* const lp = m_stPlan.Record<st_MATHEXPBSON>(nOffset);
-            if (!lp) return strOpen + "BAD" + strClose;
-            const std::string strRight = Operand(lp->m_bExpressionType2, lp->m_nExpOffset2);
-            if (lp->m_bOperator == OP_NONE && strRight.empty())
-                return strOpen.append("{").append(Operand(lp->m_bExpressionType1, lp->m_nExpOffset1)).append("}") +
-                       strClose;
-            strOpen.append("(").append(Operator(lp->m_bOperator));
-            std::string strSide(strRight.empty() ? "" : " ");
-            strClose = strSide.append(strRight).append(")").append(strClose);
-            if (lp->m_bExpressionType1 != EXP_EXPRESSION)
-                return strOpen + Operand(lp->m_bExpressionType1, lp->m_nExpOffset1, " ") + strClose;
+            const auto& st = At<st_MATHEXPBSON>(nOffset);
+            const std::string strRight = Operand(st.m_bExpressionType2, st.m_nExpOffset2, " ");
+            if (st.m_bOperator == OP_NONE && strRight.empty())
+                return strOpen + "{" + Operand(st.m_bExpressionType1, st.m_nExpOffset1) + "}" + strClose;
+            strOpen.append("(").append(Operator(st.m_bOperator));
+            strClose = strRight + ")" + strClose;
+            if (st.m_bExpressionType1 != EXP_EXPRESSION)
+                return strOpen + Operand(st.m_bExpressionType1, st.m_nExpOffset1, " ") + strClose;
             strOpen += " ";
-            nOffset = lp->m_nExpOffset1;
+            nOffset = st.m_nExpOffset1;
         }
     }
 
     /** The sub-type, and the arguments behind blanks. */
     std::string Arguments(UINT nOffset) const {
-        const auto* const lpList = m_stPlan.Record<FUNCTIONPARAMLIST>(nOffset);
-        if (!lpList) return " BAD";
+        const auto& stList = At<FUNCTIONPARAMLIST>(nOffset);
         std::string strText;
-        if (lpList->m_bCombinedType) strText.append(".").append(std::to_string(lpList->m_bCombinedType));
-        const UINT nTail = nOffset + static_cast<UINT>(offsetof(FUNCTIONPARAMLIST, m_nExpOffset));
-        for (UINT i = 0; i < lpList->m_bNum; ++i) {
-            UINT nParam = 0;
-            if (const BYTE* const lpOffset = m_stPlan.Bytes(nTail + i * sizeof nParam, sizeof nParam))
-                std::memcpy(&nParam, lpOffset, sizeof nParam);
-            const auto* const lpParam = m_stPlan.Record<FUNCTIONPARAM>(nParam);
-            strText.append(" ").append(lpParam ? Operand(lpParam->m_bExpressionType, lpParam->m_nExpOffset) : "BAD");
+        if (stList.m_bCombinedType) strText.append(".").append(std::to_string(stList.m_bCombinedType));
+        for (UINT i = 0; i < stList.m_bNum; ++i) {
+            const auto& st = At<FUNCTIONPARAM>(Entry(nOffset + offsetof(FUNCTIONPARAMLIST, m_nExpOffset), i));
+            strText.append(" ").append(Operand(st.m_bExpressionType, st.m_nExpOffset));
         }
         return strText;
     }
@@ -138,19 +156,17 @@ private:
     }
 
     static std::string Literal(const MATHEXPELEMENTBSON& st, std::string_view szData) {
-        char szNumber[KESTRO_VALUE_TEXT_SIZE] = "";
         switch (st.m_bDataType) {
             case VT_NULL:
                 return "NULL";
             case VT_DEFAULT:
                 return "DEFAULT";
             case VT_INT:
-                return szData.size() == 4 ? std::to_string(Number<int>(szData)) + "i" : "BAD";
+                return Number<int>(szData, "%di");
             case VT_BIGINT:
-                return szData.size() == 8 ? std::to_string(Number<long long>(szData)) + "l" : "BAD";
+                return Number<long long>(szData, "%lldl");
             case VT_DOUBLE:
-                std::snprintf(szNumber, sizeof szNumber, "%.6gf", Number<double>(szData));
-                return szData.size() == 8 ? szNumber : "BAD";
+                return Number<double>(szData, "%.6gf");
             case VT_DECIMAL:
                 return Decimal(szData);
             case VT_VARCHAR:
@@ -173,21 +189,17 @@ private:
     }
 
     template <typename T>
-    static T Number(std::string_view szData) {
+    static std::string Number(std::string_view szData, const char* lpszFormat) {
         T tValue{};
-        if (szData.size() == sizeof tValue) std::memcpy(&tValue, szData.data(), sizeof tValue);
-        return tValue;
+        if (szData.size() != sizeof tValue) return "BAD";
+        std::memcpy(&tValue, szData.data(), sizeof tValue);
+        return PrintText(lpszFormat, tValue);
     }
 
     static std::string Decimal(std::string_view szData) {
         st_VARDATA stValue;
-        char szText[KESTRO_VALUE_TEXT_SIZE] = "";
-        if (CKestroDecimal::LoadBin(reinterpret_cast<const BYTE*>(szData.data()), static_cast<int>(szData.size()),
-                                    &stValue) != ERR_OK)
-            return "BAD";
-        CKestroDecimal::PrintDecimal(&stValue, szText);
-        return szText;
+        const auto* const lpImage = reinterpret_cast<const BYTE*>(szData.data());
+        const int nCode = CKestroDecimal::LoadBin(lpImage, static_cast<int>(szData.size()), &stValue);
+        return nCode == ERR_OK ? ShowValue(stValue).substr(4) : "BAD";
     }
-
-    const CPlanReader& m_stPlan;
 };

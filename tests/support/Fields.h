@@ -36,3 +36,12 @@ void ExpectRows(std::initializer_list<std::string_view> lstRow, F Run) {
         EXPECT_EQ(Run(std::string(szRow.substr(0, nArrow))), szRow.substr(nArrow + 4)) << szRow;
     }
 }
+
+/** A text many times over, and two texts around it. */
+inline std::string Repeat(std::string_view szText, int nTimes, std::string_view szFront = "",
+                          std::string_view szBehind = "") {
+    std::string strAll(szFront);
+    for (int i = 0; i < nTimes; ++i)
+        strAll.append(szText);
+    return strAll.append(szBehind);
+}

@@ -9,11 +9,8 @@
 #include "ParseSql.h"
 #include "PlanPrinter.h"
 
-/** A compiled plan in one line, `field=value` and `field=RECORD{...}`, without the sizes, hash and text of all plans.
- */
-inline std::string PlanLine(const void* lpBytes, std::size_t nLen) {
-    CPlanReader stPlan;
-    if (stPlan.Open(lpBytes, nLen) != ERR_OK) return std::string("unsound: ") + stPlan.Fault();
+/** A plan in one line, `field=value` and `field=RECORD{...}`, without what all plans have: sizes, hash and text. */
+inline std::string PlanLine(const CPlanReader& stPlan) {
     const std::string strText = PrintPlan(stPlan, {.m_bOffsets = false});
     constexpr std::string_view COMMON[] = {"m_nTotalDataSize",      "m_bVersion", "m_nBsonDataSize",
                                            "m_nClientBsonDataSize", "m_dwHashID", "m_nSqlOffset"};
@@ -40,11 +37,28 @@ inline std::string PlanLine(const void* lpBytes, std::size_t nLen) {
     return strLine.append(nDepth - 1, '}');
 }
 
-/** A statement's plan in one line, or the code of its error and the number of the word: "509 at 2". */
-inline std::string Compiled(std::string_view szSql) {
-    CParseSql stParseSql;
+inline std::string PlanLine(const void* lpBytes, std::size_t nLen) {
+    CPlanReader stPlan;
+    if (stPlan.Open(lpBytes, nLen) != ERR_OK) return std::string("unsound: ") + stPlan.Fault();
+    return PlanLine(stPlan);
+}
+
+inline int ParseSql(CParseSql& stParse, std::string_view szSql, EXECUTEPLANBSON*& lpPlan) {
+    return stParse.ParseSql(szSql.data(), static_cast<int>(szSql.size()), lpPlan, 0, 0, 0);
+}
+
+/** What `Print` makes of a statement's plan, or the code of its error and the number of the word: "509 at 2". */
+template <typename PRINT>
+std::string CompiledAs(std::string_view szSql, PRINT Print, int nPageStart = 0, int nPageSize = 0) {
+    CParseSql stParse;
+    CPlanReader stPlan;
     EXECUTEPLANBSON* lpPlan = nullptr;
-    const int nCode = stParseSql.ParseSql(szSql.data(), static_cast<int>(szSql.size()), lpPlan, 0, 0, 0);
-    if (nCode != ERR_OK) return std::to_string(nCode) + " at " + std::to_string(stParseSql.GetErrorPos());
-    return PlanLine(lpPlan, lpPlan->m_nTotalDataSize);
+    const int nLen = static_cast<int>(szSql.size());
+    const int nCode = stParse.ParseSql(szSql.data(), nLen, lpPlan, nPageStart, nPageSize, 0);
+    if (nCode != ERR_OK) return std::to_string(nCode) + " at " + std::to_string(stParse.GetErrorPos());
+    if (stPlan.Open(lpPlan, lpPlan->m_nTotalDataSize) != ERR_OK) return std::string("unsound: ") + stPlan.Fault();
+    return Print(stPlan);
+}
+inline std::string Compiled(std::string_view szSql) {
+    return CompiledAs(szSql, [](const CPlanReader& stPlan) { return PlanLine(stPlan); });
 }

@@ -73,34 +73,20 @@ inline std::string DecimalImage(const char* lpszNumber) {
     return {reinterpret_cast<char*>(arImage), static_cast<std::size_t>(nLen)};
 }
 
-/** A query with two objects, a field and a function's call. */
+/** A query with two objects and a field. */
 inline std::string QueryPlan() {
-    CPlanMaker stMaker(PLAN_SELECT, "select a,f(-1.5) from t,\"\xE8\xA1\xA8\"");
-    UINT nQuery = 0, nObject = 0, nNext = 0, nField = 0, nList = 0, nParam = 0, nCall = 0;
+    CPlanMaker stMaker(PLAN_SELECT, "select -1.5 from t,\"\xE8\xA1\xA8\"");
+    UINT nQuery = 0, nObject = 0, nNext = 0, nField = 0;
     auto* const lpQuery = stMaker.New<QUERYEXECUTEPLANBSON>(nQuery);
     stMaker.m_lpPlan->m_nCommandOffset = nQuery;
     auto* const lpObject = stMaker.New<OBJECTBSON>(nObject);
     lpObject->m_nObjectNameOffset = stMaker.Text("t");
-    auto* const lpSecond = stMaker.New<OBJECTBSON>(nNext);
-    lpSecond->m_nObjectNameOffset = stMaker.Text("\xE8\xA1\xA8");
+    stMaker.New<OBJECTBSON>(nNext)->m_nObjectNameOffset = stMaker.Text("\xE8\xA1\xA8");
     lpObject->m_nNextOffset = nNext;
     lpQuery->m_nObjectOffset = nObject;
     auto* const lpField = stMaker.New<EXECUTEFIELDBSON>(nField);
     lpQuery->m_nExecuteFieldOffset = nField;
-    lpField->m_nExpOffset = stMaker.Expression(0, std::string_view("a\0", 2), SOURCE_FIELD);
-    auto* const lpField2 = stMaker.New<EXECUTEFIELDBSON>(nNext);
-    lpField->m_nNextOffset = nNext;
-    auto* const lpList = stMaker.New<FUNCTIONPARAMLIST>(nList);
-    lpList->m_bNum = 1;
-    auto* const lpParam = stMaker.New<FUNCTIONPARAM>(nParam);
-    lpList->m_nExpOffset[0] = nParam;
-    lpParam->m_bExpressionType = EXP_EXPRESSION;
-    lpParam->m_nExpOffset = stMaker.Expression(VT_DECIMAL, DecimalImage("-1.5"), SOURCE_LITERAL);
-    auto* const lpCall = stMaker.New<st_MATHEXPBSON>(nCall);
-    lpCall->m_bExpressionType1 = EXP_PARAM_LIST;
-    lpCall->m_bExpressionType2 = EXP_NONE;
-    lpCall->m_nExpOffset1 = nList;
-    lpField2->m_nExpOffset = nCall;
+    lpField->m_nExpOffset = stMaker.Expression(VT_DECIMAL, DecimalImage("-1.5"), SOURCE_LITERAL);
     return stMaker.Finish();
 }
 

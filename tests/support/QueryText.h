@@ -14,9 +14,9 @@
  * a hidden one has "hide" for its name. Columns are fields by their place, or "h" and the place among the hidden ones;
  * "-" stands for descending. BAD stands for fields that don't agree.
  */
-class CQueryText {
+class CQueryText : CPlanText {
 public:
-    explicit CQueryText(const CPlanReader& stPlan) : m_stPlan(stPlan) {}
+    using CPlanText::CPlanText;
 
     std::string Query(UINT nOffset) const {
         std::ostringstream st;
@@ -37,13 +37,6 @@ public:
 private:
     using STREAM = std::ostringstream;
 
-    template <typename T>
-    const T& At(UINT nOffset) const {
-        static constexpr T NONE = {};
-        const T* const lpRecord = m_stPlan.Record<T>(nOffset);
-        EXPECT_NE(lpRecord, nullptr);
-        return lpRecord ? *lpRecord : NONE;
-    }
     std::string Condition(UINT nOffset) const { return CConditionText(m_stPlan).Root(nOffset); }
 
     void Block(STREAM& st, const QUERYEXECUTEPLANBSON& stQuery) const {
@@ -145,6 +138,4 @@ private:
                << (stColumn.m_bSortType == SORT_DESCENDING ? "-" : "");
         }
     }
-
-    const CPlanReader& m_stPlan;
 };

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "KestroBufferPool.h"
 #include "KestroDecimal.h"
 #include "VarData.h"
 
@@ -81,3 +82,8 @@ inline std::string ShowValue(const st_VARDATA& st) {
     }
     return t == VT_NULL ? "null" : t == VT_EMPTY ? "empty" : t == VT_ANY ? "any" : t == VT_UNKNOWN ? "unknown" : "?";
 }
+
+/** A pool of small pages, as values take their memory from. */
+struct Pool : CKestroBufferPool {
+    Pool() { SetPoolPageSize(4096); }
+};

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <ctime>
-#include <memory>
 #include <random>
 #include <string>
 
@@ -12,16 +11,14 @@
 #include "KestroBufferPool.h"
 #include "KestroDate.h"
 #include "KestroErrorCode.h"
+#include "ValueText.h"
 
 namespace {
 
-/** A text of its own size on the heap, so that whoever reads behind its terminator is caught. */
+/** A text in a block that ends with its terminator. */
 template <typename T>
-std::unique_ptr<T[]> Exact(const std::string& szText) {
-    std::unique_ptr<T[]> lpText(new T[szText.size() + 1]{});
-    for (std::size_t i = 0; i < szText.size(); ++i)
-        lpText[i] = static_cast<T>(static_cast<unsigned char>(szText[i]));
-    return lpText;
+ExactBytes<T> Ended(const std::string& strText) {
+    return ExactBytes<T>(TextOf<T>(strText) + T{});
 }
 
 DATE At(int y, int m, int d, int h = 0, int mi = 0, int s = 0, int us = 0) {
@@ -49,56 +46,44 @@ std::string Written(WRITE Write) {
     return {stText.m_lpszValue, static_cast<std::size_t>(stText.m_nStrLen - 1)};
 }
 
+/** What a call makes of a text in the narrow form; the wide one has to give the same. */
+template <typename CALL>
+std::string InBoth(const std::string& strText, CALL Call) {
+    const std::string strResult = Call(Ended<char>(strText).Data());
+    EXPECT_EQ(strResult, Call(Ended<wchar_t>(strText).Data())) << "wide: " << strText;
+    return strResult;
+}
+
 template <typename T>
-std::string FormatAs(DATE dblDate, const std::string& szFormat) {
-    const auto lpFormat = Exact<T>(szFormat);
-    return Written([&](auto& stPool, auto& stText) {
-        return CKestroDate::Format(&stPool, dblDate, static_cast<const T*>(lpFormat.get()), stText);
+std::string FormatAs(DATE dblDate, const T* lpszFormat) {
+    return Written([&](auto& stPool, auto& st) { return CKestroDate::Format(&stPool, dblDate, lpszFormat, st); });
+}
+
+std::string Format(DATE dblDate, const std::string& strFormat) {
+    return InBoth(strFormat, [&](const auto* lpszFormat) { return FormatAs(dblDate, lpszFormat); });
+}
+
+std::string TimeFormat(const KESTROTIME& stTime, const std::string& strFormat) {
+    return InBoth(strFormat, [&](const auto* lpszFormat) {
+        return Written(
+            [&](auto& stPool, auto& st) { return CKestroDate::TimeFormat(&stPool, stTime, lpszFormat, st); });
     });
 }
 
-/** In the narrow form; the wide one has to give the same. */
-std::string Format(DATE dblDate, const std::string& szFormat) {
-    const std::string szResult = FormatAs<char>(dblDate, szFormat);
-    EXPECT_EQ(szResult, FormatAs<wchar_t>(dblDate, szFormat)) << "wide: " << szFormat;
-    return szResult;
-}
-
-std::string TimeFormat(const KESTROTIME& stTime, const std::string& szFormat) {
-    const auto As = [&]<typename T>(T) {
-        const auto lpFormat = Exact<T>(szFormat);
-        return Written([&](auto& stPool, auto& stText) {
-            return CKestroDate::TimeFormat(&stPool, stTime, static_cast<const T*>(lpFormat.get()), stText);
-        });
-    };
-    const std::string szResult = As(char{});
-    EXPECT_EQ(szResult, As(wchar_t{})) << "wide: " << szFormat;
-    return szResult;
-}
-
-template <typename T>
-std::string ReadAs(const std::string& szText, const std::string& szFormat) {
-    const auto lpText = Exact<T>(szText), lpFormat = Exact<T>(szFormat);
-    int y, m, d, h, mi, s, us, nDayOfYear;
-    const int nResult = CKestroDate::ParseDate(y, m, d, h, mi, s, us, nDayOfYear, static_cast<const T*>(lpText.get()),
-                                               static_cast<const T*>(lpFormat.get()));
-    if (nResult) return std::to_string(nResult);
-    char szParts[200];
-    snprintf(szParts, sizeof(szParts), "%d-%d-%d %d:%d:%d.%d %d", y, m, d, h, mi, s, us, nDayOfYear);
-    return szParts;
-}
-
 /** Year, month, day, time and day of the year as read, or the code. */
-std::string Read(const std::string& szText, const std::string& szFormat) {
-    const std::string szResult = ReadAs<char>(szText, szFormat);
-    EXPECT_EQ(szResult, ReadAs<wchar_t>(szText, szFormat)) << "wide: " << szText << " by " << szFormat;
-    return szResult;
+std::string Read(const std::string& strText, const std::string& strFormat) {
+    return InBoth(strText, [&]<typename T>(const T* lpszText) {
+        int y, m, d, h, mi, s, us, n;
+        const int nResult = CKestroDate::ParseDate(y, m, d, h, mi, s, us, n, lpszText,
+                                                   static_cast<const T*>(Ended<T>(strFormat).Data()));
+        return nResult ? std::to_string(nResult) : PrintText("%d-%d-%d %d:%d:%d.%d %d", y, m, d, h, mi, s, us, n);
+    });
 }
 
 std::string ReadMoment(const char* lpszText, const char* lpszFormat) {
     DATE dblDate = 0;
     const int nResult = CKestroDate::ParseDate(dblDate, lpszText, lpszFormat);
-    return nResult ? std::to_string(nResult) : FormatAs<char>(dblDate, "%Y-%m-%d %T.%f");
+    return nResult ? std::to_string(nResult) : FormatAs(dblDate, "%Y-%m-%d %T.%f");
 }
 
 /** The two texts of a row. */
@@ -107,33 +92,23 @@ std::pair<std::string, std::string> Cut(const std::string& strRow) {
     return {strRow.substr(0, nAt), strRow.substr(nAt + 3)};
 }
 
+// Tokens with the code and the length found, by bars; "\f" would be a letter but for a bit.
 TEST(KestroDateFormat, TheLongestTokenIsTaken) {
-    static constexpr struct {
-        const char* m_szFormat;
-        int m_nCode;
-        std::size_t m_nLen;
-    } ROWS[] = {{"YYYYY", 0, 4}, {"yyy-", 55, 3},  {"Yy", 54, 2},   {"Y,YYY", 56, 5},    {"Y,YY", 53, 1},
-                {"y", 53, 1},    {"IYYY", 0, 4},   {"IYY", 55, 3},  {"iy", 54, 2},       {"I", 53, 1},
-                {"IW", 60, 2},   {"RRRR", 10, 4},  {"RRR", -1, 0},  {"RR", 9, 2},        {"Rm", 19, 2},
-                {"R", -1, 0},    {"DDDD", 12, 3},  {"DDx", 15, 2},  {"Day", 41, 3},      {"dy", 40, 2},
-                {"DW", 59, 2},   {"Dx", 43, 1},    {"HH24", 16, 4}, {"hh12", 11, 4},     {"HH25", 11, 2},
-                {"HX", -1, 0},   {"MONTH", 18, 5}, {"MONT", 17, 3}, {"MI", 4, 2},        {"mM", 14, 2},
-                {"MO", -1, 0},   {"SSSSS", 23, 5}, {"SSSS", 5, 2},  {"SCC", 52, 3},      {"S", -1, 0},
-                {"FF6", 6, 3},   {"FF3", 7, 3},    {"FF9", 7, 2},   {"A.M.", 13, 4},     {"A.M", -1, 0},
-                {"P.M.", 13, 4}, {"AD", 61, 2},    {"b.c.", 62, 4}, {"B", -1, 0},        {"WW", 48, 2},
-                {"Wx", 49, 1},   {"TS", 20, 2},    {"CC", 52, 2},   {"J", 57, 1},        {"q", 58, 1},
-                {"Z", -1, 0},    {"%Y", 0, 2},     {"%D", 22, 2},   {"%%", -2, 2},       {"%Q", -1, 0},
-                {"%", -1, 0},    {"", -1, 0},      {"-", -1, 0},    {"Y\x0CYYY", 53, 1}, {"A\x0EM\x0E", -1, 0}};
-    for (const auto& st : ROWS) {
-        const auto Find = [&]<typename T>(T) {
-            const auto lpText = Exact<T>(st.m_szFormat);
-            const T* lpPosition = lpText.get();
-            const int nCode = CKestroDate::GetFormatType(lpPosition);
-            EXPECT_EQ(st.m_nLen, static_cast<std::size_t>(lpPosition - lpText.get())) << st.m_szFormat;
-            return nCode;
-        };
-        EXPECT_EQ(st.m_nCode, Find(char{})) << st.m_szFormat;
-        EXPECT_EQ(st.m_nCode, Find(wchar_t{})) << st.m_szFormat;
+    for (const std::string& strToken : Fields(
+             "YYYYY 0 4|yyy- 55 3|Yy 54 2|Y,YYY 56 5|Y,YY 53 1|y 53 1|IYYY 0 4|IYY 55 3|iy 54 2|I 53 1|IW 60 2|"
+             "RRRR 10 4|RRR -1 0|RR 9 2|Rm 19 2|R -1 0|DDDD 12 3|DDx 15 2|Day 41 3|dy 40 2|DW 59 2|Dx 43 1|HH24 16 4|"
+             "hh12 11 4|HH25 11 2|HX -1 0|MONTH 18 5|MONT 17 3|MI 4 2|mM 14 2|MO -1 0|SSSSS 23 5|SSSS 5 2|SCC 52 3|"
+             "S -1 0|FF6 6 3|FF3 7 3|FF9 7 2|A.M. 13 4|A.M -1 0|P.M. 13 4|AD 61 2|b.c. 62 4|B -1 0|WW 48 2|Wx 49 1|"
+             "TS 20 2|CC 52 2|J 57 1|q 58 1|Z -1 0|%Y 0 2|%D 22 2|%% -2 2|%Q -1 0|% -1 0| -1 0|- -1 0|Y\fYYY 53 1|"
+             "A\x0EM\x0E -1 0")) {
+        const std::string strText = strToken.substr(0, strToken.find(' '));
+        EXPECT_EQ(InBoth(strText,
+                         [&](const auto* lpszText) {
+                             const auto* lpszEnd = lpszText;
+                             const int nCode = CKestroDate::GetFormatType(lpszEnd);
+                             return PrintText("%s %d %d", strText.c_str(), nCode, static_cast<int>(lpszEnd - lpszText));
+                         }),
+                  strToken);
     }
 }
 
@@ -246,32 +221,23 @@ TEST(KestroDateFormat, LiteralCharactersBecomeUtf8) {
     EXPECT_EQ("2017年03é\xF0\x9F\x98\x80.", Wide(L"%Y\u5E74%c\u00E9\U0001F600."));
     const wchar_t arPair[] = {L'"', 0xD83D, 0xDE00, 0xDE00, 0xD83D, L'"', L'D', 0x110000, static_cast<wchar_t>(-1), 0};
     EXPECT_EQ("\xF0\x9F\x98\x80??1??", Wide(arPair));
-    EXPECT_EQ("2017年", FormatAs<char>(42799, "%Y年"));
+    EXPECT_EQ("2017年", FormatAs(42799, "%Y年"));
 }
 
 TEST(KestroDateFormat, Durations) {
-    constexpr KESTROTIME LONG{9, 8, 3, 4}, MINUS{9, 8, 0, KESTRO_MINUS_ZERO_DAYS}, NOON{0, 0, 12, 0};
-    const struct {
-        KESTROTIME m_stTime;
-        const char *m_szFormat, *m_szExpected;
-    } ROWS[] = {{LONG, "HH24:MI:SS", "99:08:09"},
-                {LONG, "%k %H %i %s|\"x\"", "99 99 08 09|\"x\""},
-                {{9, 8, 4, 4}, "%H", "100"},
-                {LONG, "hh %r %T TS", "03 03:08:09 AM 03:08:09 03:08:09 AM"},
-                {NOON, "%I %r", "12 12:00:00 AM"},
-                {MINUS, "HH24 hh12 ff6 ff3 %%", "-00 12 -000000 -000 %"},
-                {{9, 8, 3, -4}, "%H:%i", "-99:08"},
-                {{255, 255, 255, -127}, "%H:%i:%s %T", "-3303:255:255 15:255:255"},
-                {LONG, "%H %Y", "null"},
-                {LONG, "%H AM", "null"},
-                {LONG, "%H %x", "null"},
-                {LONG, "IW", "1504"},
-                {LONG, "%H SSSSS", "1504"},
-                {LONG, "AD", "1504"},
-                {LONG, "B.C.", "1504"},
-                {LONG, "", ""}};
-    for (const auto& st : ROWS)
-        EXPECT_EQ(st.m_szExpected, TimeFormat(st.m_stTime, st.m_szFormat)) << st.m_szFormat;
+    // Days, hours, minutes and seconds; -128 stands for a negative time of less than a day.
+    ExpectRows({"4 3 8 9 | HH24:MI:SS => 99:08:09", "4 3 8 9 | %k %H %i %s|\"x\" => 99 99 08 09|\"x\"",
+                "4 4 8 9 | %H => 100", "4 3 8 9 | hh %r %T TS => 03 03:08:09 AM 03:08:09 03:08:09 AM",
+                "0 12 0 0 | %I %r => 12 12:00:00 AM", "-128 0 8 9 | HH24 hh12 ff6 ff3 %% => -00 12 -000000 -000 %",
+                "-4 3 8 9 | %H:%i => -99:08", "-127 255 255 255 | %H:%i:%s %T => -3303:255:255 15:255:255",
+                "4 3 8 9 | %H %Y => null", "4 3 8 9 | %H AM => null", "4 3 8 9 | %H %x => null", "4 3 8 9 | IW => 1504",
+                "4 3 8 9 | %H SSSSS => 1504", "4 3 8 9 | AD => 1504", "4 3 8 9 | B.C. => 1504", "4 3 8 9 |  => "},
+               [](const std::string& strRow) {
+                   int d, h, m, sec;
+                   EXPECT_EQ(4, sscanf(strRow.c_str(), "%d %d %d %d", &d, &h, &m, &sec));
+                   return TimeFormat({BYTE(sec), BYTE(m), BYTE(h), static_cast<signed char>(d)}, Cut(strRow).second);
+               });
+    constexpr KESTROTIME MINUS{9, 8, 0, KESTRO_MINUS_ZERO_DAYS};
     EXPECT_EQ(std::string("-").append(255, '.'), TimeFormat(MINUS, std::string(300, '.')));
 }
 
@@ -297,38 +263,25 @@ TEST(KestroDateFormat, TextsAreReadByAFormat) {
             return Read(strText, strFormat);
         });
     // Of "March" and "MONTH" the "M" is taken as a literal, and the rest is no token.
-    static constexpr const char* REFUSED[][2] = {{"13", "%I"},      {"0 AM", "%I %p"},  {"1:2:3", "%r"}, {"1:2", "%T"},
-                                                 {"mars", "%M"},    {"March", "MONTH"}, {"5 ", "%d%m"},  {"5x", "%dy"},
-                                                 {"5 at", "%d at"}, {"x", "%d"},        {"7", "%W"},     {"7", "%%"},
-                                                 {"%7", "%%%d"}};
-    for (const auto& [lpszText, lpszFormat] : REFUSED)
-        EXPECT_EQ("1504", Read(lpszText, lpszFormat)) << lpszText << " by " << lpszFormat;
+    for (const char* const lpszRow :
+         {"13 | %I", "0 AM | %I %p", "1:2:3 | %r", "1:2 | %T", "mars | %M", "March | MONTH", "5  | %d%m", "5x | %dy",
+          "5 at | %d at", "x | %d", "7 | %W", "7 | %%", "%7 | %%%d"})
+        EXPECT_EQ("1504", Read(Cut(lpszRow).first, Cut(lpszRow).second)) << lpszRow;
 }
 
 TEST(KestroDateFormat, ReadPartsMakeAMomentOrNone) {
-    static constexpr struct {
-        const char *m_szText, *m_szFormat, *m_szExpected;
-    } ROWS[] = {{"2017-03-05 07:08:09.5", "%Y-%m-%d %H:%i:%s.%f", "2017-03-05 07:08:09.000005"},
-                {"5.3.2017", "DD.MM.YYYY", "2017-03-05 00:00:00.000000"},
-                {"2016 366", "YYYY DDD", "2016-12-31 00:00:00.000000"},
-                {"2017 366", "YYYY DDD", "49"},
-                {"070809", "HH24MISS", "2017-03-20 07:08:09.000000"},
-                {"2017-03-05 10:11:12.5", "", "2017-03-05 10:11:12.500000"},
-                {"2017-03-05", nullptr, "2017-03-05 00:00:00.000000"},
-                {"20170305101112", nullptr, "2017-03-05 10:11:12.000000"},
-                {"10:11:12", nullptr, "2017-03-20 10:11:12.000000"},
-                {"2017-02-29", "%Y-%m-%d", "49"},
-                {"2017-02-29", "", "49"},
-                {"2017-03-05 07", "%Y-%m-%d %H", "1504"},
-                {"0708", "HH24MI", "1504"},
-                {"2017-03", "YYYY-MM", "1504"},
-                {"5.3.", "DD.MM.", "1504"},
-                {"", "YYYY", "1504"},
-                {"", "", "1504"},
-                {nullptr, "%Y", "1504"},
-                {nullptr, nullptr, "1504"}};
-    for (const auto& st : ROWS)
-        EXPECT_EQ(st.m_szExpected, ReadMoment(st.m_szText, st.m_szFormat)) << (st.m_szText ? st.m_szText : "null");
+    ExpectRows(
+        {"2017-03-05 07:08:09.5 | %Y-%m-%d %H:%i:%s.%f => 2017-03-05 07:08:09.000005",
+         "5.3.2017 | DD.MM.YYYY => 2017-03-05 00:00:00.000000", "2016 366 | YYYY DDD => 2016-12-31 00:00:00.000000",
+         "2017 366 | YYYY DDD => 49", "070809 | HH24MISS => 2017-03-20 07:08:09.000000",
+         "2017-03-05 10:11:12.5 |  => 2017-03-05 10:11:12.500000", "2017-02-29 | %Y-%m-%d => 49", "2017-02-29 |  => 49",
+         "2017-03-05 07 | %Y-%m-%d %H => 1504", "0708 | HH24MI => 1504", "2017-03 | YYYY-MM => 1504",
+         "5.3. | DD.MM. => 1504", " | YYYY => 1504", " |  => 1504"},
+        [](const std::string& strRow) { return ReadMoment(Cut(strRow).first.c_str(), Cut(strRow).second.c_str()); });
+    ExpectRows({"2017-03-05 => 2017-03-05 00:00:00.000000", "20170305101112 => 2017-03-05 10:11:12.000000",
+                "10:11:12 => 2017-03-20 10:11:12.000000"},
+               [](const std::string& strText) { return ReadMoment(strText.c_str(), nullptr); });
+    EXPECT_EQ("1504 1504", ReadMoment(nullptr, "%Y") + " " + ReadMoment(nullptr, nullptr));
 }
 
 TEST(KestroDateFormat, WrittenTextsAreReadBack) {
@@ -344,7 +297,7 @@ TEST(KestroDateFormat, WrittenTextsAreReadBack) {
         for (const char* const lpszFormat : FORMATS) {
             // Days far from zero may lack microseconds to a second, which are written with a sign.
             if (abs(nDay) > 60'000 && strstr(lpszFormat, "%f")) continue;
-            const std::string szText = FormatAs<char>(dblDate, lpszFormat);
+            const std::string szText = FormatAs(dblDate, lpszFormat);
             DATE dblRead = 0;
             ASSERT_EQ(ERR_OK, CKestroDate::ParseDate(dblRead, szText.c_str(), lpszFormat)) << szText;
             ASSERT_NEAR(dblDate, dblRead, 1e-10) << szText << " by " << lpszFormat;
@@ -365,10 +318,10 @@ TEST(KestroDateFormat, AnyBytesAreFormatsAndTexts) {
     for (int i = 0; i < 20'000; ++i) {
         const std::string szFormat = Make(i % 16 ? 24 : 400);
         const DATE dblDate = static_cast<double>(static_cast<int>(stRandom())) + 0.7512345;
-        const std::string szText = FormatAs<char>(dblDate, szFormat);
-        ASSERT_LE(szText.size(), 256U);
         const bool bAscii = std::all_of(szFormat.begin(), szFormat.end(), [](char c) { return c > 0; });
-        ASSERT_EQ(szText, bAscii ? FormatAs<wchar_t>(dblDate, szFormat) : szText);
+        const std::string szText =
+            bAscii ? Format(dblDate, szFormat) : FormatAs<char>(dblDate, Ended<char>(szFormat).Data());
+        ASSERT_LE(szText.size(), 256U);
         TimeFormat({BYTE(stRandom()), BYTE(stRandom()), BYTE(stRandom()), static_cast<signed char>(stRandom())},
                    bAscii ? szFormat : "");
         Read(szText, szFormat);

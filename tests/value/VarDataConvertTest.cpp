@@ -10,16 +10,11 @@
 #include <vector>
 
 #include "ChunkFault.h"
-#include "KestroBufferPool.h"
 #include "KestroErrorCode.h"
 #include "ValueText.h"
 #include "VarDataWide.h"
 
 namespace {
-
-struct Pool : CKestroBufferPool {
-    Pool() { SetPoolPageSize(4096); }
-};
 
 /** Flavours, and what may be added to them. */
 constexpr int VALUE = 0, FIELD = 1, NUMBER = 2, SAFE = 3, FORCED = 4, COLUMN = 5, FLAVOURS = 6, ROUND = 16;
@@ -106,45 +101,50 @@ constexpr GRIDROW GRID[] = {
     {"time -1d 06:00:00", {NONE, NONE, "dbl -1.25", "dt -1.25", NONE, "txt -30:00:00", NONE, NONE, nullptr}},
     {"blob xyz", {NONE, NONE, NONE, NONE, NONE, NONE, nullptr, NONE, NONE}},
     {"any", {NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE}},
-    {"unknown", {NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE}},
-};
+    {"unknown", {NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE}}};
 
 struct CASES {
     int m_nFlavour;
     BYTE m_bType;
-    /** "source = result" */
-    std::vector<std::string> m_vecRows;
+    /** "source = result", with ";" between them. */
+    const char* m_lpszRows;
 };
 
-std::pair<std::string, std::string> Split(const std::string& strRow) {
-    const std::size_t nAt = strRow.find(" = ");
-    return {strRow.substr(0, nAt), strRow.substr(nAt + 3)};
+std::pair<std::string, std::string> Cut(const std::string& strRow, const char* lpszAt) {
+    const std::size_t nAt = strRow.find(lpszAt);
+    return {strRow.substr(0, nAt), nAt == strRow.npos ? "" : strRow.substr(nAt + std::strlen(lpszAt))};
+}
+
+/** Sources and results. */
+std::vector<std::pair<std::string, std::string>> Split(std::string strRows) {
+    std::vector<std::pair<std::string, std::string>> vecRows;
+    for (std::string strRow; !strRows.empty(); vecRows.push_back(Cut(strRow, " = ")))
+        std::tie(strRow, strRows) = Cut(strRows, "; ");
+    return vecRows;
 }
 
 /** Of flavours as a set. */
 constexpr int IN_PLACE = 1 << SAFE | 1 << FORCED | 1 << COLUMN;
 const CASES DIFFERENCES[] = {
-    {IN_PLACE, VT_JSON, {"empty = empty"}},
-    {IN_PLACE, VT_TIME, {"int -59 = 516", "big 4294967301 = 516"}},
-    {IN_PLACE, VT_VARCHAR, {"blob xyz = txt xyz"}},
-    {1 << SAFE, VT_INT, {"big 4294967301 = big 4294967301"}},
-    {1 << SAFE, VT_INT, {"dbl 2.5 = dbl 2.5", "dt 45322.25 = dt 45322.25", "dec -2.75 = dec -2.75"}},
-    {1 << SAFE, VT_BIGINT, {"dbl 2.5 = dbl 2.5", "dt 45322.25 = dt 45322.25", "dec -2.75 = dec -2.75"}},
-    {1 << FIELD, VT_TIME, {"dec -2.75 = time -128d 00:00:03", "hex 0x4142 = time 0d 04:38:26"}},
-    {1 << FIELD | 1 << NUMBER, VT_INT, {"bytes AB = int 16706"}},
-    {1 << FIELD | 1 << NUMBER, VT_BIGINT, {"bytes AB = big 16706"}},
-    {1 << FIELD | 1 << NUMBER, VT_DOUBLE, {"bytes AB = dbl 16706"}},
-    {1 << FIELD | 1 << NUMBER, VT_DECIMAL, {"bytes AB = dec 16706"}},
-    {1 << NUMBER, VT_BIGINT, {"dec -2.75 = big -3"}},
-};
+    {IN_PLACE, VT_JSON, "empty = empty"},
+    {IN_PLACE, VT_TIME, "int -59 = 516; big 4294967301 = 516"},
+    {IN_PLACE, VT_VARCHAR, "blob xyz = txt xyz"},
+    {1 << SAFE, VT_INT, "big 4294967301 = big 4294967301"},
+    {1 << SAFE, VT_INT, "dbl 2.5 = dbl 2.5; dt 45322.25 = dt 45322.25; dec -2.75 = dec -2.75"},
+    {1 << SAFE, VT_BIGINT, "dbl 2.5 = dbl 2.5; dt 45322.25 = dt 45322.25; dec -2.75 = dec -2.75"},
+    {1 << FIELD, VT_TIME, "dec -2.75 = time -128d 00:00:03; hex 0x4142 = time 0d 04:38:26"},
+    {1 << FIELD | 1 << NUMBER, VT_INT, "bytes AB = int 16706"},
+    {1 << FIELD | 1 << NUMBER, VT_BIGINT, "bytes AB = big 16706"},
+    {1 << FIELD | 1 << NUMBER, VT_DOUBLE, "bytes AB = dbl 16706"},
+    {1 << FIELD | 1 << NUMBER, VT_DECIMAL, "bytes AB = dec 16706"},
+    {1 << NUMBER, VT_BIGINT, "dec -2.75 = big -3"}};
 
 std::string Expected(int nFlavour, const GRIDROW& stRow, std::size_t nTarget) {
     const std::string strSource = stRow.m_lpszSource;
     const BYTE bType = TARGETS[nTarget];
     for (const CASES& st : DIFFERENCES)
-        for (const std::string& strRow : st.m_vecRows)
-            if (st.m_nFlavour >> nFlavour & 1 && st.m_bType == bType && Split(strRow).first == strSource)
-                return Split(strRow).second;
+        for (const auto& [strFrom, strTo] : Split(st.m_lpszRows))
+            if (st.m_nFlavour >> nFlavour & 1 && st.m_bType == bType && strFrom == strSource) return strTo;
     const bool bNull = strSource == "null" || strSource == "empty";
     if (nFlavour == FIELD && strSource == "any") return "any";
     // In place a text becomes a BLOB of its bytes, and for a column all do that can be a text.
@@ -166,59 +166,51 @@ TEST(VarDataConvert, EachPairOfTypesInEachFlavour) {
 
 void ExpectAll(const std::vector<CASES>& vecCases, st_MYSQLFIELDDEF* lpField = nullptr) {
     for (const CASES& st : vecCases)
-        for (const std::string& strRow : st.m_vecRows) {
-            const auto [strSource, strResult] = Split(strRow);
+        for (const auto& [strSource, strResult] : Split(st.m_lpszRows)) {
             EXPECT_EQ(strResult, Converted(st.m_nFlavour, strSource, st.m_bType, lpField))
-                << "flavour " << st.m_nFlavour << ", " << strRow << ", to " << int{st.m_bType};
+                << "flavour " << st.m_nFlavour << ", " << strSource << ", to " << int{st.m_bType};
         }
 }
 
 TEST(VarDataConvert, LimitsAndRounding) {
-    ExpectAll({
-        {VALUE + ROUND, VT_INT, {"dbl 2.5 = int 3", "dec 2.5 = int 3", "txt 2.5 = int 2"}},
-        {VALUE + ROUND, VT_BIGINT, {"dbl -2.5 = big -3", "dec -2.5 = big -3"}},
-        {VALUE,
-         VT_INT,
-         {"dbl 1e300 = int -2147483648", "dbl nan = int -2147483648", "date 2024-13-01 = null", "txt nothing = int 0"}},
-        {VALUE, VT_INT, {"txt 4294967301 = int 5", "txt -4294967301 = int -5", "txt 1000000000000000000 = int 0"}},
-        {VALUE, VT_BIGINT, {"txt -123456789012345678 = big -123456789012345678", "txt 0b11 = big 3", "txt - = big 0"}},
-        {VALUE, VT_BIGINT, {"txt 1234567890123456789 = big 1234567890123456789", "txt 1e2 = big 100"}},
-        {VALUE, VT_DATE, {"dbl 1e300 = null"}},
-        {VALUE,
-         VT_TIME,
-         {"dbl -0.25 = time 0d 06:00:00", "int -90061 = time -1d 01:01:01", "int 90061 = time 1d 01:01:01",
-          "int -22118399 = time 1d 23:59:59", "txt -0:30:00 = time -128d 00:30:00"}},
-        {VALUE,
-         VT_VARCHAR,
-         {"dbl 1e2 = txt 100", "dec 1e-3 = txt 0.001", "hex 0x414 = txt A", "hex 0x4Z42 = txt ", "hex  = txt "}},
-        {VALUE, VT_DOUBLE, {"txt 1e3 = dbl 1000"}},
-        {VALUE, VT_DECIMAL, {"txt abc = null", "txt nothing = null"}},
-        {VALUE, VT_DATETIME, {"txt 2024-02-30 = null", "txt 2024-02-29 = dt 45351", "txt 10:20:30 = null"}},
-        {VALUE, VT_TINYINT, {"int 7 = int 7"}},
-        {VALUE, VT_CHAR, {"int 7 = int 7"}},
-        {FIELD, VT_SMALLINT, {"txt 7 = int 7"}},
-        {FIELD, VT_CLOB, {"int 7 = txt 7"}},
-        {NUMBER, VT_TINYINT, {"int 7 = 516"}},
-        {NUMBER, VT_VARCHAR, {"null = null"}},
-        {NUMBER, VT_BIGINT, {"hex 2.5 = big 3"}},
-        {FORCED, VT_TINYINT, {"txt 7 = txt 7"}},
-        {COLUMN, VT_TINYINT, {"txt 7 = int 7"}},
-        {SAFE, VT_CHAR, {"int 7 = txt 7"}},
-        {FIELD, VT_INT, {"bytes ABCD1234GHI = int 825373492", "bytes  = int 0"}},
-        {SAFE,
-         VT_INT,
-         {"big 2147483647 = int 2147483647", "dbl 2.999999999 = dbl 2.999999999", "dbl nan = dbl nan",
-          "dec 12.00 = int 12", "dec 3000000000 = dec 3000000000", "hex 0x100000000 = dec 4294967296"}},
-        {SAFE + ROUND, VT_INT, {"dbl 2.999999999 = int 3"}},
-        {SAFE + ROUND, VT_BIGINT, {"dbl 1e300 = dbl 1e+300"}},
-        {SAFE, VT_BIGINT, {"dbl 1e19 = dbl 1e+19", "hex 2.5 = dec 2.5"}},
-        {FORCED,
-         VT_INT,
-         {"big 4294967301 = int 5", "dec 3000000000 = null", "dec -2147483648 = int -2147483648",
-          "dec -2147483648.5 = null", "hex 0xFFFFFFFF = null"}},
-        {FORCED, VT_BIGINT, {"dec 3000000000 = big 3000000000", "dec 1e19 = null", "hex 0x8000000000000801 = null"}},
-        {COLUMN, VT_INT, {"dec 4294967301 = int 5"}},
-    });
+    ExpectAll({{VALUE + ROUND, VT_INT, "dbl 2.5 = int 3; dec 2.5 = int 3; txt 2.5 = int 2"},
+               {VALUE + ROUND, VT_BIGINT, "dbl -2.5 = big -3; dec -2.5 = big -3"},
+               {VALUE, VT_INT,
+                "dbl 1e300 = int -2147483648; dbl nan = int -2147483648; date 2024-13-01 = null; txt nothing = int 0"},
+               {VALUE, VT_INT, "txt 4294967301 = int 5; txt -4294967301 = int -5; txt 1000000000000000000 = int 0"},
+               {VALUE, VT_BIGINT, "txt -123456789012345678 = big -123456789012345678; txt 0b11 = big 3; txt - = big 0"},
+               {VALUE, VT_BIGINT, "txt 1234567890123456789 = big 1234567890123456789; txt 1e2 = big 100"},
+               {VALUE, VT_DATE, "dbl 1e300 = null"},
+               {VALUE, VT_TIME,
+                "dbl -0.25 = time 0d 06:00:00; int -90061 = time -1d 01:01:01; int 90061 = time 1d 01:01:01; int "
+                "-22118399 = time 1d 23:59:59; txt -0:30:00 = time -128d 00:30:00"},
+               {VALUE, VT_VARCHAR,
+                "dbl 1e2 = txt 100; dec 1e-3 = txt 0.001; hex 0x414 = txt A; hex 0x4Z42 = txt ; hex  = txt "},
+               {VALUE, VT_DOUBLE, "txt 1e3 = dbl 1000"},
+               {VALUE, VT_DECIMAL, "txt abc = null; txt nothing = null"},
+               {VALUE, VT_DATETIME, "txt 2024-02-30 = null; txt 2024-02-29 = dt 45351; txt 10:20:30 = null"},
+               {VALUE, VT_TINYINT, "int 7 = int 7"},
+               {VALUE, VT_CHAR, "int 7 = int 7"},
+               {FIELD, VT_SMALLINT, "txt 7 = int 7"},
+               {FIELD, VT_CLOB, "int 7 = txt 7"},
+               {NUMBER, VT_TINYINT, "int 7 = 516"},
+               {NUMBER, VT_VARCHAR, "null = null"},
+               {NUMBER, VT_BIGINT, "hex 2.5 = big 3"},
+               {FORCED, VT_TINYINT, "txt 7 = txt 7"},
+               {COLUMN, VT_TINYINT, "txt 7 = int 7"},
+               {SAFE, VT_CHAR, "int 7 = txt 7"},
+               {FIELD, VT_INT, "bytes ABCD1234GHI = int 825373492; bytes  = int 0"},
+               {SAFE, VT_INT,
+                "big 2147483647 = int 2147483647; dbl 2.999999999 = dbl 2.999999999; dbl nan = dbl nan; dec 12.00 = "
+                "int 12; dec 3000000000 = dec 3000000000; hex 0x100000000 = dec 4294967296"},
+               {SAFE + ROUND, VT_INT, "dbl 2.999999999 = int 3"},
+               {SAFE + ROUND, VT_BIGINT, "dbl 1e300 = dbl 1e+300"},
+               {SAFE, VT_BIGINT, "dbl 1e19 = dbl 1e+19; hex 2.5 = dec 2.5"},
+               {FORCED, VT_INT,
+                "big 4294967301 = int 5; dec 3000000000 = null; dec -2147483648 = int -2147483648; dec -2147483648.5 = "
+                "null; hex 0xFFFFFFFF = null"},
+               {FORCED, VT_BIGINT, "dec 3000000000 = big 3000000000; dec 1e19 = null; hex 0x8000000000000801 = null"},
+               {COLUMN, VT_INT, "dec 4294967301 = int 5"}});
 }
 
 TEST(VarDataConvert, EnumAndSetTakeTheirMembers) {
@@ -228,21 +220,16 @@ TEST(VarDataConvert, EnumAndSetTakeTheirMembers) {
     st_MYSQLFIELDDEF stField{};
     stField.m_nEnumNum = 3;
     stField.m_arrEnumData = arMembers;
-    ExpectAll(
-        {
-            {COLUMN,
-             VT_ENUM,
-             {"txt bB = int 1", "txt d = null 1041", "txt b = null 1041", "int 65535 = int 65535", "int 65536 = 516",
-              "int -1 = 516", "big 3 = int 3", "big -4294967296 = 516", "dbl 65535.5 = 516", "dbl nan = 516",
-              "dec 65536 = 516", "dec 2.5 = int 2", "null = null", "empty = 516", "dt 2 = 516", "hex 0x01 = 516"}},
-            {COLUMN + ROUND, VT_ENUM, {"dbl 2.5 = int 3"}},
-            {COLUMN,
-             VT_SET,
-             {"txt a,bB = big 3", "txt c = big 4", "txt  = big 0", "txt d = null 1041", "txt a, = null 1041",
-              "int 67 = big 8", "int -1 = big -9223372036854775808", "empty = null", "dec 5 = dec 5", "any = any"}},
-            {SAFE, VT_ENUM, {"txt a = txt a"}},
-        },
-        &stField);
+    ExpectAll({{COLUMN, VT_ENUM,
+                "txt bB = int 1; txt d = null 1041; txt b = null 1041; int 65535 = int 65535; int 65536 = 516; int -1 "
+                "= 516; big 3 = int 3; big -4294967296 = 516; dbl 65535.5 = 516; dbl nan = 516; dec 65536 = 516; dec "
+                "2.5 = int 2; null = null; empty = 516; dt 2 = 516; hex 0x01 = 516"},
+               {COLUMN + ROUND, VT_ENUM, "dbl 2.5 = int 3"},
+               {COLUMN, VT_SET,
+                "txt a,bB = big 3; txt c = big 4; txt  = big 0; txt d = null 1041; txt a, = null 1041; int 67 = big 8; "
+                "int -1 = big -9223372036854775808; empty = null; dec 5 = dec 5; any = any"},
+               {SAFE, VT_ENUM, "txt a = txt a"}},
+              &stField);
     EXPECT_EQ("4", Converted(COLUMN, "null", VT_ENUM));
     EXPECT_EQ("4", Converted(COLUMN, "txt a", VT_SET));
     st_VARDATA stNoText;
@@ -259,27 +246,25 @@ TEST(VarDataConvert, EnumAndSetTakeTheirMembers) {
 TEST(VarDataConvert, BitsAreBigEndianBytes) {
     // Copied, and in place.
     const CASES arCases[] = {
-        {0, VT_TINYINT, {"big 4294967301 = int 5", "txt ABCDE = int 69"}},
-        {0, VT_SMALLINT, {"int -2 = int -2", "txt ABCDE = int 17477"}},
-        {0, VT_INT, {"dec 2.5 = int 3", "hex 0x102 = int 258", "txt ABCDE = int 1111704645"}},
-        {0, VT_BIGINT, {"int -2 = big -2", "dec 2.5 = big 3", "txt ABCDE = big 280284578885", "txt  = big 0"}},
-        {0, VT_DOUBLE, {"big 4294967301 = big 4294967301", "blob AB = big 65"}},
+        {0, VT_TINYINT, "big 4294967301 = int 5; txt ABCDE = int 69"},
+        {0, VT_SMALLINT, "int -2 = int -2; txt ABCDE = int 17477"},
+        {0, VT_INT, "dec 2.5 = int 3; hex 0x102 = int 258; txt ABCDE = int 1111704645"},
+        {0, VT_BIGINT, "int -2 = big -2; dec 2.5 = big 3; txt ABCDE = big 280284578885; txt  = big 0"},
+        {0, VT_DOUBLE, "big 4294967301 = big 4294967301; blob AB = big 65"},
         // Only copied; the other values stay.
-        {1, VT_DOUBLE, {"int -2 = big -2"}},
-        {1, VT_INT, {"dbl 1 = txt taken", "null = txt taken"}},
-    };
+        {1, VT_DOUBLE, "int -2 = big -2"},
+        {1, VT_INT, "dbl 1 = txt taken; null = txt taken"}};
     for (const CASES& st : arCases)
-        for (const std::string& strRow : st.m_vecRows)
+        for (const auto& [strSource, strResult] : Split(st.m_lpszRows))
             for (const bool bOwned : {false, true}) {
-                const auto [strSource, strResult] = Split(strRow);
                 ValueSource stSource(strSource, bOwned), stOut("txt taken", true);
                 EXPECT_EQ(ERR_OK, stSource.m_stValue.GetCompatableBitValue(st.m_bType, stOut.m_stValue));
-                EXPECT_EQ(strResult, ShowValue(stOut.m_stValue)) << strRow;
+                EXPECT_EQ(strResult, ShowValue(stOut.m_stValue)) << strSource;
                 // The low half of a BIGINT carries a mark in a copy.
                 const bool bHalf = stSource.m_stValue.m_vt == VT_BIGINT && st.m_bType == VT_TINYINT;
                 EXPECT_TRUE(!bHalf || stOut.m_stValue.m_bSign == 255);
                 EXPECT_EQ(ERR_OK, stSource.m_stValue.ChangeBitFieldType(st.m_bType));
-                EXPECT_EQ(st.m_nFlavour == 0 ? strResult : strSource, ShowValue(stSource.m_stValue)) << strRow;
+                EXPECT_EQ(st.m_nFlavour == 0 ? strResult : strSource, ShowValue(stSource.m_stValue)) << strSource;
                 EXPECT_TRUE(!bHalf || stSource.m_stValue.m_bSign == 0);
             }
     for (const BYTE bType : {VT_VARCHAR, VT_BLOB, VT_HEXSTR}) {
@@ -293,25 +278,22 @@ TEST(VarDataConvert, BitsAreBigEndianBytes) {
 
 TEST(VarDataConvert, LengthsAreBelievedAndTerminatorsNotNeeded) {
     // Without a terminator inside its length a text counts whole, and no byte behind it is read.
-    const CASES arCases[] = {
-        {FIELD, VT_INT, {"txt 12 = int 12", "hex 0x10 = int 16", "bytes AB = int 65"}},
-        {FIELD, VT_DOUBLE, {"txt 1.5 = dbl 1.5"}},
-        {FIELD, VT_DECIMAL, {"txt 1.5 = dec 1.5"}},
-        {FIELD, VT_DATE, {"txt 2024-01-31 = date 2024-01-31"}},
-        {FIELD, VT_DATETIME, {"txt 2024-01-31 = dt 45322"}},
-        {FIELD, VT_TIME, {"txt 10:20:30 = time 0d 10:20:30"}},
-        {FIELD, VT_VARCHAR, {"hex 0x4142 = txt A"}},
-        {COLUMN, VT_BLOB, {"txt 12 = blob 1"}},
-    };
+    const CASES arCases[] = {{FIELD, VT_INT, "txt 12 = int 12; hex 0x10 = int 16; bytes AB = int 65"},
+                             {FIELD, VT_DOUBLE, "txt 1.5 = dbl 1.5"},
+                             {FIELD, VT_DECIMAL, "txt 1.5 = dec 1.5"},
+                             {FIELD, VT_DATE, "txt 2024-01-31 = date 2024-01-31"},
+                             {FIELD, VT_DATETIME, "txt 2024-01-31 = dt 45322"},
+                             {FIELD, VT_TIME, "txt 10:20:30 = time 0d 10:20:30"},
+                             {FIELD, VT_VARCHAR, "hex 0x4142 = txt A"},
+                             {COLUMN, VT_BLOB, "txt 12 = blob 1"}};
     Pool stPool;
     st_VARDATA stOut;
     st_MYSQLFIELDDEF stField{};
     for (const CASES& st : arCases)
-        for (const std::string& strRow : st.m_vecRows) {
-            const auto [strSource, strResult] = Split(strRow);
+        for (const auto& [strSource, strResult] : Split(st.m_lpszRows)) {
             ValueSource stSource(strSource, false, false);
             EXPECT_EQ(ERR_OK, Convert(st.m_nFlavour, stSource.m_stValue, &stPool, st.m_bType, stOut));
-            EXPECT_EQ(strResult, ShowValue(IsInPlace(st.m_nFlavour) ? stSource.m_stValue : stOut)) << strRow;
+            EXPECT_EQ(strResult, ShowValue(IsInPlace(st.m_nFlavour) ? stSource.m_stValue : stOut)) << strSource;
             // Whatever the length, nothing outside of it is read.
             for (const int nLen : {INT_MIN, -1, 0, 1, 2})
                 for (int nFlavour = 0; nFlavour < FLAVOURS; ++nFlavour)
@@ -333,16 +315,15 @@ TEST(VarDataConvert, LengthsAreBelievedAndTerminatorsNotNeeded) {
 
 TEST(VarDataConvert, DirectReads) {
     std::string strReads;
-    for (const char* lpszSource : {"int -7", "big 4294967301", "dbl -2.75", "dt 1e300", "dec 2.5", "date 2024-13-01"}) {
-        const ValueSource stSource(lpszSource);
-        const st_VARDATA& st = stSource.m_stValue;
-        strReads +=
-            PrintText("%d %lld %g, ", st.GetCompatibleInt(), st.GetCompatibleBigInt(), st.GetCompatibleDouble());
+    for (const char* lpszSource :
+         {"int -7", "big 4294967301", "dbl -2.75", "dt 1e300", "dec 2.5", "date 2024-13-01", "date 2024-01-31"}) {
+        const ValueSource st(lpszSource);
+        strReads += PrintText("%d %lld %g, ", st.m_stValue.GetCompatibleInt(), st.m_stValue.GetCompatibleBigInt(),
+                              st.m_stValue.GetCompatibleDouble());
     }
-    EXPECT_EQ(
-        "-7 -7 -7, 5 4294967301 4.29497e+09, -2 -2 -2.75, -2147483648 -9223372036854775808 1e+300, 3 3 2.5, 0 0 0, ",
-        strReads);
-    EXPECT_EQ(45322, ValueSource("date 2024-01-31").m_stValue.GetCompatibleBigInt());
+    EXPECT_EQ(strReads,
+              "-7 -7 -7, 5 4294967301 4.29497e+09, -2 -2 -2.75, -2147483648 -9223372036854775808 1e+300, 3 3 2.5, "
+              "0 0 0, 45322 45322 45322, ");
     EXPECT_EQ(-1.25, ValueSource("time -1d 06:00:00").m_stValue.GetCompatibleDouble());
 }
 
@@ -375,31 +356,28 @@ TEST(VarDataConvert, TextForms) {
 }
 
 TEST(VarDataConvert, TextBecomesTheValueItWrites) {
-    const CASES arCases[] = {
-        {0, VT_TINYINT, {"txt 12.9 = int 12", "txt x = int 0"}},
-        {0, VT_BIGINT, {"txt 12.9 = big 12"}},
-        {0, VT_DOUBLE, {"txt 12.9 = dbl 12.9"}},
-        {0, VT_DECIMAL, {"txt 12.9 = dec 12.9", "txt x = null"}},
-        {0, VT_CLOB, {"txt 12.9 = txt 12.9"}},
-        {0, VT_DATETIME, {"txt 2024-01-31 = dt 45322"}},
-        {0, VT_DATE, {"txt 2024-01-31 = date 2024-01-31"}},
-        {0, VT_TIME, {"txt x = null"}},
-        // Other targets: its own text stays, a given one leaves nothing.
-        {1, VT_BLOB, {"txt 12.9 = txt 12.9", "int 5 = int 5"}},
-        {1, VT_JSON, {"txt 12.9 = txt 12.9"}},
-    };
+    const CASES arCases[] = {{0, VT_TINYINT, "txt 12.9 = int 12; txt x = int 0"},
+                             {0, VT_BIGINT, "txt 12.9 = big 12"},
+                             {0, VT_DOUBLE, "txt 12.9 = dbl 12.9"},
+                             {0, VT_DECIMAL, "txt 12.9 = dec 12.9; txt x = null"},
+                             {0, VT_CLOB, "txt 12.9 = txt 12.9"},
+                             {0, VT_DATETIME, "txt 2024-01-31 = dt 45322"},
+                             {0, VT_DATE, "txt 2024-01-31 = date 2024-01-31"},
+                             {0, VT_TIME, "txt x = null"},
+                             // Other targets: its own text stays, a given one leaves nothing.
+                             {1, VT_BLOB, "txt 12.9 = txt 12.9; int 5 = int 5"},
+                             {1, VT_JSON, "txt 12.9 = txt 12.9"}};
     for (const CASES& st : arCases)
-        for (const std::string& strRow : st.m_vecRows)
+        for (const auto& [strSource, strResult] : Split(st.m_lpszRows))
             for (const bool bOwned : {false, true}) {
-                const auto [strSource, strResult] = Split(strRow);
                 ValueSource stOwn(strSource, bOwned), stGiven(strSource, bOwned);
                 stOwn.m_stValue.CovertString2Data(st.m_bType);
-                EXPECT_EQ(strResult, ShowValue(stOwn.m_stValue)) << strRow;
+                EXPECT_EQ(strResult, ShowValue(stOwn.m_stValue)) << strSource;
                 // The text given may be the value's own.
                 const bool bText = stGiven.m_stValue.m_vt == VT_VARCHAR;
                 stGiven.m_stValue.CovertString2Data(st.m_bType, bText ? stGiven.m_stValue.m_lpszValue : nullptr,
                                                     bText ? stGiven.m_stValue.m_nStrLen : 0);
-                EXPECT_EQ(st.m_nFlavour == 0 ? strResult : "empty", ShowValue(stGiven.m_stValue)) << strRow;
+                EXPECT_EQ(st.m_nFlavour == 0 ? strResult : "empty", ShowValue(stGiven.m_stValue)) << strSource;
             }
 }
 

@@ -11,32 +11,28 @@
 #include "ChunkFault.h"
 #include "ExactBytes.h"
 #include "IntegerCut.h"
-#include "KestroBufferPool.h"
 #include "ValueRows.h"
 
 namespace {
 
 using VALUE = const st_VARDATA&;
 
-struct Pool : CKestroBufferPool {
-    Pool() { SetPoolPageSize(4096); }
-};
+/** Operators by their signs give a new value. */
+const std::map<std::string, st_VARDATA (*)(VALUE, VALUE)> NEW_VALUES = {{"+", [](VALUE a, VALUE b) { return a + b; }},
+                                                                        {"-", [](VALUE a, VALUE b) { return a - b; }},
+                                                                        {"*", [](VALUE a, VALUE b) { return a * b; }},
+                                                                        {"/", [](VALUE a, VALUE b) { return a / b; }},
+                                                                        {"%", [](VALUE a, VALUE b) { return a % b; }},
+                                                                        {"&", [](VALUE a, VALUE b) { return a & b; }},
+                                                                        {"|", [](VALUE a, VALUE b) { return a | b; }},
+                                                                        {"^", [](VALUE a, VALUE b) { return a ^ b; }},
+                                                                        {"<<", [](VALUE a, VALUE b) { return a << b; }},
+                                                                        {">>", [](VALUE a, VALUE b) { return a >> b; }},
+                                                                        {"pow", st_VARDATA::Power}};
 
-const char* const NEW_VALUES[] = {"+", "-", "*", "/", "%", "&", "|", "^", "<<", ">>", "pow"};
-
-/** An operator by its sign gives a new value, one by its name takes a pool. */
+/** Operators by their names take a pool. */
 std::string Calculate(VALUE a, const std::string& str, VALUE b) {
-    if (str == "+") return WordValue::Print(a + b);
-    if (str == "-") return WordValue::Print(a - b);
-    if (str == "*") return WordValue::Print(a * b);
-    if (str == "/") return WordValue::Print(a / b);
-    if (str == "%") return WordValue::Print(a % b);
-    if (str == "&") return WordValue::Print(a & b);
-    if (str == "|") return WordValue::Print(a | b);
-    if (str == "^") return WordValue::Print(a ^ b);
-    if (str == "<<") return WordValue::Print(a << b);
-    if (str == ">>") return WordValue::Print(a >> b);
-    if (str == "pow") return WordValue::Print(st_VARDATA::Power(a, b));
+    if (const auto it = NEW_VALUES.find(str); it != NEW_VALUES.end()) return WordValue::Print(it->second(a, b));
     st_VARDATA st;
     EXPECT_EQ(ERR_OK, str == "add"   ? st.Add(nullptr, a, b)
                       : str == "sub" ? st.Sub(nullptr, a, b)
@@ -53,22 +49,9 @@ void Check(const char* szTable) {
 }
 
 /** One value of each kind that an operand may be. */
-const char* const SAMPLES[] = {"int:2",
-                               "big:3",
-                               "dbl:1.5",
-                               "dt:45322.5",
-                               "dec:2.5",
-                               "date:2024-01-31",
-                               "time:0d_06:00:00",
-                               "hex:0x10",
-                               "txt:2024-02-01",
-                               "txt:10:00:00",
-                               "txt:2024-02-01_06:00:00",
-                               "txt:12",
-                               "txt:1.25",
-                               "txt:0x1F",
-                               "bytes:A",
-                               "blob:bytes"};
+const std::vector<std::string> SAMPLES = RowsOf(
+    "int:2 big:3 dbl:1.5 dt:45322.5 dec:2.5 date:2024-01-31 time:0d_06:00:00 hex:0x10 txt:2024-02-01 "
+    "txt:10:00:00 txt:2024-02-01_06:00:00 txt:12 txt:1.25 txt:0x1F bytes:A blob:bytes")[0];
 
 /** The letter of a printed value's type. */
 char TypeLetter(const std::string& strValue) {
@@ -304,9 +287,9 @@ TEST(VarDataOperator, TextIsNeverReadBeyondItsLength) {
                 st_VARDATA st;
                 st.SetData(stText.Data(), std::min(nLen, stText.Size()), static_cast<BYTE>(nType >> 8));
                 st.m_vt = static_cast<BYTE>(nType);
-                for (const char* szOther : SAMPLES) {
+                for (const std::string& szOther : SAMPLES) {
                     const WordValue stOther(szOther);
-                    for (const char* szOperator : NEW_VALUES)
+                    for (const auto& [szOperator, lpfn] : NEW_VALUES)
                         (void)(Calculate(st, szOperator, stOther) + Calculate(stOther, szOperator, st));
                     EXPECT_NE(2, st && stOther.Get());
                     st_VARDATA stResult;
@@ -316,7 +299,7 @@ TEST(VarDataOperator, TextIsNeverReadBeyondItsLength) {
             }
     st_VARDATA stNone;
     stNone.SetData(nullptr, 100, 255);
-    for (const char* szOperator : NEW_VALUES)
+    for (const auto& [szOperator, lpfn] : NEW_VALUES)
         EXPECT_EQ("null", Calculate(WordValue("int:1"), szOperator, stNone));
     EXPECT_EQ(0, stNone && WordValue("int:1").Get());
 }

@@ -3,15 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cmath>
 #include <memory>
 #include <string>
 
-#include "CommonDataDef.h"
 #include "KestroBufferPool.h"
 #include "KestroDecimal.h"
 #include "KestroErrorCode.h"
-#include "VarData.h"
+#include "ValueRows.h"
 
 namespace {
 
@@ -28,10 +26,6 @@ void OwnText(st_VARDATA& stValue, const std::string& strText, BYTE bType = VT_VA
 void Decimal(st_VARDATA& stValue, const char* lpszText) {
     ASSERT_EQ(ERR_OK, CKestroDecimal::Convert2Decimal(lpszText, &stValue));
 }
-
-struct Pool : CKestroBufferPool {
-    Pool() { SetPoolPageSize(4096); }
-};
 
 TEST(VarData, ByteSevenIsAnOwnerFlagOfTextsOnly) {
     st_VARDATA stValue;
@@ -167,41 +161,29 @@ TEST(VarData, VariablesKeepTheirBlockAndGrow) {
 }
 
 TEST(VarData, TruthIsThreeValued) {
-    st_VARDATA st;
-    EXPECT_EQ(0, st.IsTrue());
-    st.SetData("", 1, 0);
-    EXPECT_EQ(1, st.IsTrue());
-    for (auto [dblValue, nTrue] : {std::pair{1e-9, 0}, {-1e-7, 1}, {static_cast<double>(NAN), 0}}) {
-        st.SetData(dblValue, VT_DOUBLE);
-        EXPECT_EQ(nTrue, st.IsTrue()) << dblValue;
-    }
-    Decimal(st, "0.00");
-    EXPECT_EQ(0, st.IsTrue());
-    st.m_bValid = 200;
-    EXPECT_EQ(0, st.IsTrue());
-    st.SetNull();
-    EXPECT_EQ(2, st.IsTrue());
-    for (auto [bType, nTrue] : {std::pair{VT_UNKNOWN, 0}, {VT_ANY, 1}, {VT_STOP, 0}}) {
-        st.m_vt = bType;
-        EXPECT_EQ(nTrue, st.IsTrue());
-    }
-    st.m_vt = VT_EMPTY;
+    for (const auto& arRow :
+         RowsOf("empty 0; txt: 1; dbl:1e-9 0; dbl:-1e-7 1; dbl:nan 0; dec:0.00 0; null 2; unknown 0; any 1"))
+        EXPECT_EQ(std::stoi(arRow[1]), WordValue(arRow[0]).Get().IsTrue()) << arRow[0];
+    WordValue stOdd("dec:0.00");
+    stOdd->m_bValid = 200;
+    EXPECT_EQ(0, stOdd->IsTrue());
+    stOdd->m_vt = VT_STOP;
+    EXPECT_EQ(0, stOdd->IsTrue());
 }
 
 TEST(VarData, CharactersAndWildcardsStayInsideTheLength) {
-    const struct {
-        const char* m_lpszText;
-        int m_nLen, m_nChars;
-        bool m_bWild;
-    } arRows[] = {{"abc", 4, 3, false}, {"\xF0\x9F\x98\x80\xE4\xB8\xAD", 8, 2, false},
-                  {"\1\2", 3, 2, true}, {"", 1, 0, true},
-                  {"abc", -5, 0, true}, {"ab\0cd", 6, 2, false}};
-    for (const auto& stRow : arRows) {
+    const auto Check = [](const char* lpszText, int nLen, int nChars, bool bWild) {
         st_VARDATA st;
-        st.SetData(stRow.m_lpszText, stRow.m_nLen, 0);
-        EXPECT_EQ(stRow.m_nChars, st.GetCharNum()) << stRow.m_lpszText;
-        EXPECT_EQ(stRow.m_bWild, st.IsAllWildcard()) << stRow.m_lpszText;
-    }
+        st.SetData(lpszText, nLen, 0);
+        EXPECT_EQ(nChars, st.GetCharNum()) << lpszText;
+        EXPECT_EQ(bWild, st.IsAllWildcard()) << lpszText;
+    };
+    Check("abc", 4, 3, false);
+    Check("\xF0\x9F\x98\x80\xE4\xB8\xAD", 8, 2, false);
+    Check("\1\2", 3, 2, true);
+    Check("", 1, 0, true);
+    Check("abc", -5, 0, true);
+    Check("ab\0cd", 6, 2, false);
     char szText[] = "aZ\xC3\xA9z";
     st_VARDATA st;
     st.SetData(szText, 3, 0);
@@ -212,40 +194,26 @@ TEST(VarData, CharactersAndWildcardsStayInsideTheLength) {
 }
 
 TEST(VarData, WidthsOfTypes) {
-    const struct {
-        BYTE m_bType;
-        int m_nLen, m_nFieldValue, m_nOwn, m_nBuffer, m_nField;
-    } arRows[] = {{VT_VARCHAR, 250, 251, 250, 250, 256},
-                  {VT_VARCHAR, 251, 256, 251, 251, 257},
-                  {VT_CHAR, 249, 250, 249, 0, 251},
-                  {VT_BLOB, 9, 0, 9, 9, 11},
-                  {VT_JSON, 9, 10, 9, 9, 10},
-                  {VT_SMALLINT, 0, 1, 0, 0, 3},
-                  {VT_INT, 0, 4, 4, 4, 5},
-                  {VT_ENUM, 0, 0, 0, 0, 3},
-                  {VT_CLOB, INT_MAX - 9, INT_MAX - 4, INT_MAX - 9, 0, INT_MAX - 3}};
-    for (const auto& stRow : arRows) {
+    // The width as a field's value, of the value itself, and of its buffer.
+    const auto Widths = [](BYTE bType, int nLen) {
         st_VARDATA st;
-        st.m_vt = stRow.m_bType;
-        st.m_nStrLen = stRow.m_nLen;
-        int nField = 0;
-        EXPECT_EQ(stRow.m_nFieldValue, st.GetDataLen(stRow.m_bType)) << int{stRow.m_bType};
-        EXPECT_EQ(stRow.m_nOwn, st.GetDataLen());
-        EXPECT_EQ(stRow.m_nBuffer, st.GetDataBufferLen(0));
-        EXPECT_EQ(ERR_OK, GetFieldBufferLen(stRow.m_bType, 0, stRow.m_nLen, nField));
-        EXPECT_EQ(stRow.m_nField, nField);
+        st.m_vt = bType;
+        st.m_nStrLen = nLen;
+        const std::string strWidths =
+            PrintText("%d %d %d", st.GetDataLen(bType), st.GetDataLen(), st.GetDataBufferLen(0));
         st.m_vt = VT_EMPTY;
-        EXPECT_EQ(0, st.GetDataLen(stRow.m_bType));
-    }
-    for (auto [bPrecision, nExpected] :
-         {std::pair{255, 19}, {2, 4}, {4, 5}, {7, 6}, {9, 7}, {10, 11}, {36, 19}, {99, 19}}) {
-        int nField;
-        ASSERT_EQ(ERR_OK, GetFieldBufferLen(VT_DECIMAL, static_cast<BYTE>(bPrecision), 0, nField));
-        EXPECT_EQ(nExpected, nField) << bPrecision;
-    }
-    int nField;
-    for (int nType : {VT_EMPTY, VT_RAW64, VT_MARK, VT_SET, VT_HEXSTR, VT_JSON2, VT_STOP})
-        EXPECT_EQ(ERR_DATA_TYPE, GetFieldBufferLen(static_cast<BYTE>(nType), 0, 0, nField)) << nType;
+        EXPECT_EQ(0, st.GetDataLen(bType));
+        return strWidths;
+    };
+    EXPECT_EQ("251 250 250", Widths(VT_VARCHAR, 250));
+    EXPECT_EQ("256 251 251", Widths(VT_VARCHAR, 251));
+    EXPECT_EQ("250 249 0", Widths(VT_CHAR, 249));
+    EXPECT_EQ("0 9 9", Widths(VT_BLOB, 9));
+    EXPECT_EQ("10 9 9", Widths(VT_JSON, 9));
+    EXPECT_EQ("1 0 0", Widths(VT_SMALLINT, 0));
+    EXPECT_EQ("4 4 4", Widths(VT_INT, 0));
+    EXPECT_EQ("0 0 0", Widths(VT_ENUM, 0));
+    EXPECT_EQ("2147483643 2147483638 0", Widths(VT_CLOB, INT_MAX - 9));
 }
 
 TEST(VarData, EqualValuesHashAlike) {
@@ -256,19 +224,11 @@ TEST(VarData, EqualValuesHashAlike) {
         st.CalcHashFactorEx(ullShort);
         return std::pair{llHash, ullShort};
     };
-    st_VARDATA stInt, stDouble, stDecimal, stHex;
-    stInt.SetData(1234567890);
-    stDouble.SetData(1234567890.0, VT_DOUBLE);
-    Decimal(stDecimal, "1234567890.000");
-    stHex.SetData("1234567890", 11, 0);
-    stHex.m_vt = VT_HEXSTR;
-    for (const st_VARDATA* lpOther : {&stDouble, &stDecimal, &stHex})
-        EXPECT_EQ(Hash(stInt), Hash(*lpOther));
-
-    st_VARDATA stUpper, stLower, stBytes;
+    for (const char* const lpszOther : {"dbl:1234567890", "dec:1234567890.000", "hex:1234567890"})
+        EXPECT_EQ(Hash(WordValue("int:1234567890")), Hash(WordValue(lpszOther))) << lpszOther;
+    st_VARDATA stUpper, stBytes;
     stUpper.SetData("AZ09-", 6, 0);
-    stLower.SetData("az09-", 6, 0);
-    EXPECT_EQ(Hash(stUpper), Hash(stLower));
+    EXPECT_EQ(Hash(stUpper), Hash(WordValue("txt:az09-")));
     EXPECT_EQ(((((5LL * 37 + 10) * 37 + 35) * 10 + 0) * 10 + 9) * 131 + '-', Hash(stUpper).first);
     // Bytes count to their length, texts to their end.
     stBytes.SetBinaryData(stUpper.m_lpValue, 6);
@@ -277,18 +237,15 @@ TEST(VarData, EqualValuesHashAlike) {
     EXPECT_EQ(5, Hash(stUpper).first);
 }
 
-TEST(VarData, MembersAreFoundWithoutRegardToCase) {
+TEST(VarData, AFieldFreesWhatItOwns) {
     st_MYSQLFIELDDEF stField{};
     stField.m_nEnumNum = 2;
     stField.m_arrEnumData = new char* [2] { NewText("red"), NewText("green") };
     stField.m_lpVirtualField = new st_VIRTUALFIELDINMEMORY{};
     stField.m_lpVirtualField->m_lpExpressionString = NewText("a+b");
-    int nIndex = 9;
-    EXPECT_EQ(ERR_OK, stField.GetEnumIndex("GREEN", nIndex));
-    EXPECT_EQ(1, nIndex);
-    EXPECT_EQ(-1, stField.GetEnumIndex("blue", nIndex));
-    EXPECT_EQ(0, nIndex);
     stField.m_lpDefaultExp = new BYTE[stField.m_lpDefaultExpLen = 3];
+    int nIndex = 9;
+    EXPECT_TRUE(stField.GetEnumIndex("blue", nIndex) == -1 && nIndex == 0);
     stField.Free();
     EXPECT_TRUE(!stField.m_lpDefaultExp && stField.m_lpDefaultExpLen == 0);
     EXPECT_EQ(-1, stField.GetEnumIndex("red", nIndex));
