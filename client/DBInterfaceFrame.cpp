@@ -86,18 +86,9 @@ unsigned int LookUpOwnAddress() {
 
 } // namespace
 
-// One call sends all, unless a signal of the program interrupts it: what is left goes on behind that. The bytes sent, a
-// short count where the link ended, or -1 with errno.
 long CDBInterface::SendBytes(const void* lpBytes, std::size_t nLen) {
-    std::size_t nSent = 0;
-    for (;;) {
-        // A broken link is an answer here, not a signal that ends the program.
-        const long nResult = send(m_nSocket, static_cast<const char*>(lpBytes) + nSent, nLen - nSent, MSG_NOSIGNAL);
-        if (nResult < 0 && errno == EINTR) continue;
-        if (nResult < 0 && nSent == 0) return nResult;
-        if (nResult > 0) nSent += static_cast<std::size_t>(nResult);
-        if (nResult <= 0 || nSent == nLen) return static_cast<long>(nSent);
-    }
+    // A broken link is an answer here, not a signal that ends the program.
+    return send(m_nSocket, lpBytes, nLen, MSG_NOSIGNAL);
 }
 
 // Interruptions don't count.

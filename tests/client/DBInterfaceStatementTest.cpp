@@ -1,5 +1,3 @@
-#include <signal.h>
-
 #include "LinkTest.h"
 #include "RecordsetMaker.h"
 #include "TraceHook.h"
@@ -121,24 +119,6 @@ TEST_F(DBInterfaceStatement, ReadsABodyOfAnyLength) {
     EXPECT_EQ(m_stLink.GetRecordset("begin", m_stSet, nullptr), ERR_OK);
     g_lpfnTraceHook = Trace0;
     EXPECT_TRUE(bFree);
-}
-
-TEST_F(DBInterfaceStatement, SendsOnBehindSignals) {
-    struct sigaction stBell {
-    }, stBefore{};
-    stBell.sa_handler = [](int) {};
-    sigaction(SIGUSR1, &stBell, &stBefore);
-    std::atomic<bool> bEnd = false;
-    std::thread stRinger([&, nSelf = pthread_self()] {
-        for (; !bEnd; sched_yield())
-            pthread_kill(nSelf, SIGUSR1);
-    });
-    const std::string strSql = "select '" + std::string(16 << 20, 'a') + "' from t";
-    EXPECT_EQ(m_stLink.Run(strSql.c_str()), 5);
-    EXPECT_EQ(m_stPeer.Frames().size(), 1u);
-    bEnd = true;
-    stRinger.join();
-    sigaction(SIGUSR1, &stBefore, nullptr);
 }
 
 TEST_F(DBInterfaceStatement, CallsAgainWhenTheClusterIsBack) {
