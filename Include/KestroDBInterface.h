@@ -80,7 +80,8 @@ public:
     // --- reading -----------------------------------------------------------------------------------------------------
     //
     // 4 without a current row; 1524 for a field that there isn't; -1 for NULL; 1501 for a value that the type asked for
-    // doesn't hold; 3. The result is zero or null then, of a BIGINT the low 32 bits. A fraction is cut.
+    // doesn't hold; 86 for a text that is no UTF-8 and was asked for wide; 3. The result is zero or null then, of a
+    // BIGINT the low 32 bits. A fraction is cut.
 
     [[nodiscard]] virtual int FieldValue(int nField, int& nValue) = 0;
     [[nodiscard]] virtual int FieldValue(const wchar_t* lpszName, int& nValue) = 0;
@@ -111,7 +112,7 @@ public:
     //
     // 4 without a current row; 1524 for a field that there isn't; 8052 for a set that may not be changed; 8051 for a
     // field that may not; 1521 for a column that takes no such value; 1501 for a value that it doesn't hold; 1504 and
-    // 49 for a date; 86 for a text that is no UTF-8; 3. The field stays as it was then. Numbers are rounded.
+    // 49 for a date; 86 for a wide text that has no UTF-8 form; 3. The field stays as it was then. Numbers are rounded.
 
     [[nodiscard]] virtual int SetFieldNull(int nField) = 0;
     [[nodiscard]] virtual int SetFieldNull(const wchar_t* lpszName) = 0;
@@ -157,7 +158,8 @@ public:
  * its database then, and loses its transaction.
  *
  * Any number of threads may use a connection; one request is on its way at a time, and the others wait. `UseDatabase`,
- * and a statement that does the same, are for a moment when no other thread uses it.
+ * and a statement that does the same, are for a moment when no other thread uses it. It belongs to the process that
+ * opened it: a child that uses or releases it talks, and logs out, in the parent's session.
  */
 class IKestroDBConnection {
 public:
@@ -185,7 +187,7 @@ public:
     [[nodiscard]] virtual int Bind(void* pCursor, int nNo, unsigned char bType, void* pValue, int nLen) = 0;
     /** Runs a cursor and ends it, after an error too. `pStatistics`: null, or room for MF_EXECUTE_STATISTICS. */
     [[nodiscard]] virtual int Execute(void* pCursor, int& nAffect, void* pStatistics) = 0;
-    /** Ends a cursor: 0, or 4 for none. */
+    /** Ends a cursor that wasn't run; the connection ends none by itself: 0, or 4 for none. */
     virtual int CloseCursor(void* pCursor) = 0;
 
     // --- statements --------------------------------------------------------------------------------------------------

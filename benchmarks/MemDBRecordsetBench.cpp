@@ -1,5 +1,6 @@
-// Recordsets: decoding of rows of eight fields beside protobuf's of the same rows (in an arena), CSV beside
-// one written by hand; and without a peer typed reads, a clone, and the plan of a set in which every row was changed.
+// Recordsets: decoding of rows of eight fields beside protobuf's of the same rows (in an arena), CSV beside one written
+// by hand, typed reads beside those of an SQLite table of the same values; and without a peer a clone, and the plan of
+// a set in which every row was changed.
 
 #include <benchmark/benchmark.h>
 
@@ -10,6 +11,9 @@
 #include "RecordsetMaker.h"
 #ifdef KESTRO_BENCH_PROTOBUF
 #include "MemDBRecordsetBench.pb.h"
+#endif
+#ifdef KESTRO_BENCH_SQLITE
+#include <sqlite3.h>
 #endif
 
 namespace {
@@ -51,6 +55,17 @@ LPBYTE Bytes(std::string& strBlock) {
 void CountRows(benchmark::State& stState) {
     stState.SetItemsProcessed(stState.iterations() * stState.range(0));
 }
+
+/** The decoded set of a benchmark's rows. */
+struct DECODED {
+    explicit DECODED(benchmark::State& stState) : m_strBlock(Block(static_cast<int>(stState.range(0)))) {
+        if (m_stSet.AnalysisRecordset(Bytes(m_strBlock), static_cast<int>(m_strBlock.size()), 0) != 0)
+            stState.SkipWithError("decode");
+    }
+
+    std::string m_strBlock;
+    CMemDBRecordset m_stSet;
+};
 
 // Both peers decode once in advance: memory that the machine never had in use costs more than the work.
 
@@ -107,10 +122,8 @@ BENCHMARK(BM_DecodeProtobuf)->Arg(100)->Arg(10000)->Arg(100000)->Arg(1000000);
 #endif
 
 void BM_Csv(benchmark::State& stState) {
-    std::string strBlock = Block(static_cast<int>(stState.range(0)));
-    CMemDBRecordset stSet;
-    if (stSet.AnalysisRecordset(Bytes(strBlock), static_cast<int>(strBlock.size()), 0) != 0)
-        stState.SkipWithError("decode");
+    DECODED stDecoded(stState);
+    CMemDBRecordset& stSet = stDecoded.m_stSet;
     for (auto _ : stState) {
         char* lpszText = nullptr;
         if (stSet.RecordsetToCSV(lpszText) != 0) stState.SkipWithError("csv");
@@ -150,58 +163,100 @@ void BM_CsvToChars(benchmark::State& stState) {
 }
 BENCHMARK(BM_CsvToChars)->Arg(10000);
 
-/** Reads of a number, a double, a time stamp and a text of each row. */
-void BM_Read(benchmark::State& stState) {
-    std::string strBlock = Block(static_cast<int>(stState.range(0)));
-    CMemDBRecordset stSet;
-    if (stSet.AnalysisRecordset(Bytes(strBlock), static_cast<int>(strBlock.size()), 0) != 0)
-        stState.SkipWithError("decode");
+/** Walks the rows and reads of each what the function reads. */
+template <typename READ>
+void Walk(benchmark::State& stState, READ Read) {
+    DECODED stDecoded(stState);
+    CMemDBRecordset& stSet = stDecoded.m_stSet;
     for (auto _ : stState)
-        for (stSet.MoveFirst(); !stSet.eof(); stSet.MoveNext()) {
-            int nValue;
-            double dblValue;
-            char* lpszText;
-            benchmark::DoNotOptimize(stSet.FieldValue(0, nValue));
-            benchmark::DoNotOptimize(stSet.FieldValue(4, dblValue));
-            benchmark::DoNotOptimize(stSet.FieldValue(1, lpszText));
-        }
+        for (stSet.MoveFirst(); !stSet.eof(); stSet.MoveNext())
+            Read(stSet);
     CountRows(stState);
+}
+
+/** A number, a double and a text of each row. */
+void BM_Read(benchmark::State& stState) {
+    Walk(stState, [](CMemDBRecordset& stSet) {
+        int nValue;
+        double dblValue;
+        char* lpszText;
+        benchmark::DoNotOptimize(stSet.FieldValue(0, nValue));
+        benchmark::DoNotOptimize(stSet.FieldValue(4, dblValue));
+        benchmark::DoNotOptimize(stSet.FieldValue(1, lpszText));
+    });
 }
 BENCHMARK(BM_Read)->Arg(10000);
 
 void BM_ReadByName(benchmark::State& stState) {
-    std::string strBlock = Block(static_cast<int>(stState.range(0)));
-    CMemDBRecordset stSet;
-    if (stSet.AnalysisRecordset(Bytes(strBlock), static_cast<int>(strBlock.size()), 0) != 0)
-        stState.SkipWithError("decode");
-    for (auto _ : stState)
-        for (stSet.MoveFirst(); !stSet.eof(); stSet.MoveNext()) {
-            int nValue;
-            benchmark::DoNotOptimize(stSet.FieldValue("COUNT", nValue));
-        }
-    CountRows(stState);
+    Walk(stState, [](CMemDBRecordset& stSet) {
+        int nValue;
+        benchmark::DoNotOptimize(stSet.FieldValue("COUNT", nValue));
+    });
 }
 BENCHMARK(BM_ReadByName)->Arg(10000);
 
 void BM_ReadDecimal(benchmark::State& stState) {
-    std::string strBlock = Block(static_cast<int>(stState.range(0)));
-    CMemDBRecordset stSet;
-    if (stSet.AnalysisRecordset(Bytes(strBlock), static_cast<int>(strBlock.size()), 0) != 0)
-        stState.SkipWithError("decode");
-    for (auto _ : stState)
-        for (stSet.MoveFirst(); !stSet.eof(); stSet.MoveNext()) {
-            int nValue;
-            benchmark::DoNotOptimize(stSet.FieldValue(6, nValue));
-        }
-    CountRows(stState);
+    Walk(stState, [](CMemDBRecordset& stSet) {
+        int nValue;
+        benchmark::DoNotOptimize(stSet.FieldValue(6, nValue));
+    });
 }
 BENCHMARK(BM_ReadDecimal)->Arg(10000);
 
+#ifdef KESTRO_BENCH_SQLITE
+sqlite3* Table(int nRows) {
+    static sqlite3* lpDatabase = nullptr;
+    if (lpDatabase) return lpDatabase;
+    sqlite3_open(":memory:", &lpDatabase);
+    sqlite3_exec(lpDatabase, "create table T (ID integer, RATE real, NAME text, AMOUNT text)", nullptr, nullptr,
+                 nullptr);
+    sqlite3_stmt* lpInsert = nullptr;
+    sqlite3_prepare_v2(lpDatabase, "insert into T values (?, ?, ?, ?)", -1, &lpInsert, nullptr);
+    for (int i = 0; i < nRows; ++i) {
+        sqlite3_bind_int(lpInsert, 1, i);
+        sqlite3_bind_double(lpInsert, 2, i * 0.125);
+        sqlite3_bind_text(lpInsert, 3, Name(i).c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_text(lpInsert, 4, Amount(i).c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_step(lpInsert);
+        sqlite3_reset(lpInsert);
+    }
+    sqlite3_finalize(lpInsert);
+    return lpDatabase;
+}
+
+/** Steps through the rows of a query and reads of each what the function reads. */
+template <typename READ>
+void WalkSqlite(benchmark::State& stState, const char* lpszSql, READ Read) {
+    sqlite3_stmt* lpQuery = nullptr;
+    sqlite3_prepare_v2(Table(static_cast<int>(stState.range(0))), lpszSql, -1, &lpQuery, nullptr);
+    for (auto _ : stState) {
+        while (sqlite3_step(lpQuery) == SQLITE_ROW)
+            Read(lpQuery);
+        sqlite3_reset(lpQuery);
+    }
+    sqlite3_finalize(lpQuery);
+    CountRows(stState);
+}
+
+void BM_ReadSqlite(benchmark::State& stState) {
+    WalkSqlite(stState, "select ID, RATE, NAME from T", [](sqlite3_stmt* lpRow) {
+        benchmark::DoNotOptimize(sqlite3_column_int(lpRow, 0));
+        benchmark::DoNotOptimize(sqlite3_column_double(lpRow, 1));
+        benchmark::DoNotOptimize(sqlite3_column_text(lpRow, 2));
+    });
+}
+BENCHMARK(BM_ReadSqlite)->Arg(10000);
+
+void BM_ReadDecimalSqlite(benchmark::State& stState) {
+    WalkSqlite(stState, "select AMOUNT from T",
+               [](sqlite3_stmt* lpRow) { benchmark::DoNotOptimize(sqlite3_column_int(lpRow, 0)); });
+}
+BENCHMARK(BM_ReadDecimalSqlite)->Arg(10000);
+#endif
+
 void BM_Clone(benchmark::State& stState) {
-    std::string strBlock = Block(static_cast<int>(stState.range(0)));
-    CMemDBRecordset stSet;
-    if (stSet.AnalysisRecordset(Bytes(strBlock), static_cast<int>(strBlock.size()), 0) != 0)
-        stState.SkipWithError("decode");
+    DECODED stDecoded(stState);
+    CMemDBRecordset& stSet = stDecoded.m_stSet;
     for (auto _ : stState) {
         IKestroDBRecordset* lpClone = nullptr;
         if (stSet.Clone(lpClone) != 0) stState.SkipWithError("clone");
@@ -213,10 +268,8 @@ BENCHMARK(BM_Clone)->Arg(10000);
 
 /** The plan of a set of which each row has a changed number and a changed text. */
 void BM_UpdatePlan(benchmark::State& stState) {
-    std::string strBlock = Block(static_cast<int>(stState.range(0)));
-    CMemDBRecordset stSet;
-    if (stSet.AnalysisRecordset(Bytes(strBlock), static_cast<int>(strBlock.size()), 0) != 0)
-        stState.SkipWithError("decode");
+    DECODED stDecoded(stState);
+    CMemDBRecordset& stSet = stDecoded.m_stSet;
     for (stSet.MoveFirst(); !stSet.eof(); stSet.MoveNext())
         if (stSet.SetField(0, 5) != 0 || stSet.SetField(1, "another name") != 0) stState.SkipWithError("change");
     for (auto _ : stState) {

@@ -5,6 +5,8 @@ include(CMakePackageConfigHelpers)
 
 if(BUILD_SHARED_LIBS)
   set_target_properties(kestrosetup kestroplan kestroquery PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  # A program's own run path doesn't reach what its libraries need.
+  set_target_properties(KestroClient PROPERTIES INSTALL_RPATH "$ORIGIN")
 endif()
 install(TARGETS kestrosetup kestroplan kestroquery RUNTIME DESTINATION bin)
 install(FILES ${PROJECT_SOURCE_DIR}/setup/KestroConfig.ini DESTINATION bin)

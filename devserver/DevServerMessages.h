@@ -19,8 +19,7 @@ inline constexpr MESSAGE MSG_USAGE_FAULTS{
     "cluster-status add-node drop-node modify-node any. Kinds:\n"};
 inline constexpr MESSAGE MSG_USAGE_END{
     "\n退出状态：0表示正常结束；1表示无法运行；2表示用法错误\n",
-    "\nExit status: 0 after an end by SIGTERM or SIGINT, 1 where it can't run, 2 for "
-    "wrong use.\n"};
+    "\nExit status: 0 after an end by SIGTERM, SIGINT or SIGHUP, 1 where it can't run, 2 for wrong use.\n"};
 inline constexpr MESSAGE MSG_UNKNOWN_OPTION{"kestrodevserver：未知选项：%s\n", "kestrodevserver: unknown option: %s\n"};
 inline constexpr MESSAGE MSG_NO_VALUE{"kestrodevserver：选项%s缺少值\n", "kestrodevserver: %s lacks its value\n"};
 inline constexpr MESSAGE MSG_BAD_VALUE{"kestrodevserver：选项%s的值无效：%s\n",

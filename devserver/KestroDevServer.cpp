@@ -201,12 +201,17 @@ int WriteHelp() {
 
 // --- from start to end -----------------------------------------------------------------------------------------------
 
-/** The signals that end the server, to be read from a file; no thread is interrupted by them. -1 with errno. */
+/**
+ * The signals that end the server, to be read from a file; no thread is interrupted by them. The end of its terminal is
+ * one, unless the server was started to outlive that. -1 with errno.
+ */
 int OpenSignals() {
     sigset_t stSet;
     sigemptyset(&stSet);
     sigaddset(&stSet, SIGTERM);
     sigaddset(&stSet, SIGINT);
+    struct sigaction stHangUp {};
+    if (sigaction(SIGHUP, nullptr, &stHangUp) == 0 && stHangUp.sa_handler != SIG_IGN) sigaddset(&stSet, SIGHUP);
     signal(SIGPIPE, SIG_IGN);
     return pthread_sigmask(SIG_BLOCK, &stSet, nullptr) == 0 ? signalfd(-1, &stSet, SFD_CLOEXEC) : -1;
 }

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "ExactBytes.h"
-#include "MemDBRecordset.h"
 #include "PlanPrinter.h"
+#include "RecordsetMaker.h"
 
 namespace {
 
@@ -39,29 +39,61 @@ void ReadField(CMemDBRecordset& stSet, int nField) {
     Check(!bText || !bBytes || std::strlen(lpszText) <= static_cast<std::size_t>(nLen), "a text beyond its length");
 }
 
-/** Reads all and changes some: each third row goes, each other third takes a text in all its fields. */
-void WalkAndChange(CMemDBRecordset& stSet, int nRows) {
+/** Sets a field in one of the ways that there are. */
+int SetField(CMemDBRecordset& stSet, int nField, int nWay) {
+    const tm stTime{5, 4, 3, 29, 1, 100, 0, 0, 0, 0, nullptr};
+    switch (nWay % 8) {
+        case 0:
+            return stSet.SetField(nField, "12");
+        case 1:
+            return stSet.SetField(nField, -7);
+        case 2:
+            return stSet.SetField(nField, 1LL << 40);
+        case 3:
+            return stSet.SetField(nField, 0.25);
+        case 4:
+            return stSet.SetField(nField, stTime);
+        case 5:
+            return stSet.SetField(nField, L"2024-02-29");
+        case 6:
+            return stSet.SetField(nField, reinterpret_cast<const BYTE*>("\0\xFFz"), 3);
+        default:
+            return stSet.SetFieldNull(nField);
+    }
+}
+
+/** Reads all rows; of those to change each third goes and each other third is set, in all its fields. */
+void Walk(CMemDBRecordset& stSet, bool bChange) {
+    const int nRows = stSet.GetRowNum();
     stSet.MoveFirst();
     for (int nRow = 0; nRow < nRows; ++nRow, stSet.MoveNext()) {
         Check(!stSet.eof(), "fewer rows than it counts");
-        for (int i = 0; i < stSet.GetFieldNum(); ++i)
+        for (int i = 0; i < stSet.GetFieldNum(); ++i) {
             ReadField(stSet, i);
-        for (int i = 0; nRow % 3 == 1 && i < stSet.GetFieldNum(); ++i)
-            static_cast<void>(stSet.SetField(i, "12"));
-        if (nRow % 3 == 2) static_cast<void>(stSet.Delete());
+            if (bChange && nRow % 3 == 1 && SetField(stSet, i, nRow + i) == ERR_OK) ReadField(stSet, i);
+        }
+        if (bChange && nRow % 3 == 2) static_cast<void>(stSet.Delete());
     }
     Check(stSet.eof(), "more rows than it counts");
+}
+
+/** Adds a row for each way of setting, and answers how many there are: none in a set that may not change. */
+int AddRows(CMemDBRecordset& stSet) {
+    constexpr int ROWS = 8;
+    long long nDataID = 0;
+    for (int nRow = 0; nRow < ROWS; ++nRow) {
+        if (stSet.AddNew(nDataID) != ERR_OK) return 0;
+        for (int i = 0; i < stSet.GetFieldNum(); ++i)
+            if (SetField(stSet, i, nRow + i) == ERR_OK) ReadField(stSet, i);
+    }
+    return ROWS;
 }
 
 void Save(CMemDBRecordset& stSet) {
     CBaseBson stBson;
     EXECUTEPLANBSON* lpHead = nullptr;
     if (stSet.ParseRecordset(stBson, lpHead) != ERR_OK) return;
-    std::string strPlan(reinterpret_cast<char*>(stBson.GetBuffer()), stBson.GetBsonDataSize());
-    for (USHORT nNo = 1; nNo <= stBson.GetBufferSectionNum(); ++nNo) {
-        const auto* const lpSection = reinterpret_cast<const BUFFERSECTIONHEAD*>(stBson.GetBufferSection(nNo));
-        strPlan.append(reinterpret_cast<const char*>(lpSection), lpSection->m_nSectionDataSize);
-    }
+    const std::string strPlan = SentBytes(stBson);
     CPlanReader stPlan;
     Check(stPlan.Open(strPlan.data(), strPlan.size()) == ERR_OK, "a plan that the reader refuses");
     Check(PrintPlan(stPlan).find(" leads outside\n") == std::string::npos, "a plan that leads outside");
@@ -78,16 +110,20 @@ extern "C" int FuzzRecordset(const BYTE* lpBytes, std::size_t nLen) {
         return 0;
     }
     const int nRows = stSet.GetRowNum();
-    WalkAndChange(stSet, nRows);
+    Walk(stSet, true);
+    const int nNew = AddRows(stSet);
     Save(stSet);
     char* lpszCsv = nullptr;
     Check(stSet.RecordsetToCSV(lpszCsv) == ERR_OK, "no text of the set");
     delete[] lpszCsv;
     IKestroDBRecordset* lpClone = nullptr;
     Check(stSet.Clone(lpClone) == ERR_OK && lpClone->GetRowNum() == stSet.GetRowNum(), "a clone of other rows");
+    Walk(static_cast<CMemDBRecordset&>(*lpClone), false);
+    Save(static_cast<CMemDBRecordset&>(*lpClone));
     lpClone->Release();
     stSet.ClearState();
-    Check(stSet.GetRowNum() == nRows, "a saved set of other rows");
+    Check(stSet.GetRowNum() == nRows + nNew, "a saved set of other rows");
+    Walk(stSet, true);
     return 1;
 }
 

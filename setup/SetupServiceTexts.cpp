@@ -1,5 +1,5 @@
 // The texts in which each flow starts the services. Operators' scripts read the English ones: blanks and dots in them
-// differ from flow to flow and stay.
+// differ from flow to flow and stay, also where a closing text doesn't cover the last frame. The Chinese ones cover it.
 
 #include "SetupBringUpMessages.h"
 #include "SetupService.h"
@@ -32,7 +32,7 @@ constexpr SERVICETEXTS g_stSlaveService = {
       {"\r正在等待主服务启动......  |  ", "\rWaiting for the main service to start......  |  "},
       {"\r正在等待主服务启动...... /  ", "\rWaiting for the main service to start...... /  "},
       {"\r正在等待主服务启动......--  ", "\rWaiting for the main service to start......--  "}},
-     {"\r正在等待主服务启动......  \n", "\rWaiting for the main service to start......  \n"}},
+     {"\r正在等待主服务启动......     \n", "\rWaiting for the main service to start......  \n"}},
     {"\r启动服务成功！\n", "\rSuccessed to start service! \n"},
 };
 
@@ -43,7 +43,7 @@ constexpr SERVICETEXTS g_stStandbyService = {
       {"\r正在等待存储服务启动..... |  ", "\rWaiting for storage service to start..... |  "},
       {"\r正在等待存储服务启动..... /  ", "\rWaiting for storage service to start..... /  "},
       {"\r正在等待存储服务启动.....--  ", "\rWaiting for storage service to start.....--  "}},
-     {"\r正在等待存储服务启动\n", "\rWaiting for storage service to start\n"}},
+     {"\r正在等待存储服务启动......   \n", "\rWaiting for storage service to start\n"}},
     {{{"\r正在等待主服务启动..... \\  ", "\rWaiting for the main service to start..... \\  "},
       {"\r正在等待主服务启动..... |  ", "\rWaiting for the main service to start..... |  "},
       {"\r正在等待主服务启动..... /  ", "\rWaiting for the main service to start..... /  "},

@@ -18,6 +18,8 @@
 namespace {
 
 constexpr int BUCKET_MIN = 8;
+/** Chains at most, as a power of two: a set has few fields, however many buckets its rows ask for. */
+constexpr std::size_t CHAIN_MOST = 256;
 
 int HashOf(const char* lpszName) {
     return ContainerHash<24>(lpszName, HASHED_CHAR_NUM);
@@ -70,14 +72,15 @@ template <typename CHAR, int NAME_SIZE>
 int CFieldNameTable<CHAR, NAME_SIZE>::Initialize(int nSize, CKestroBufferPool* lpBufferPool) {
     m_nDataCount = std::max(nSize, BUCKET_MIN);
     m_lpBufferPool = lpBufferPool;
-    m_lpBaseData = AllocZeroed<stu_Field_BaseData*>(lpBufferPool, static_cast<std::size_t>(m_nDataCount));
+    m_lpBaseData =
+        AllocZeroed<stu_Field_BaseData*>(lpBufferPool, std::min(static_cast<std::size_t>(m_nDataCount), CHAIN_MOST));
     return m_lpBaseData ? ERR_OK : ERR_MEMORY;
 }
 
 template <typename CHAR, int NAME_SIZE>
-auto CFieldNameTable<CHAR, NAME_SIZE>::Bucket(const CHAR* lpszName) const -> stu_Field_BaseData*& {
+UINT CFieldNameTable<CHAR, NAME_SIZE>::Bucket(const CHAR* lpszName) const {
     // As unsigned, since the smallest number, which has no absolute value, needs a bucket too.
-    return m_lpBaseData[static_cast<UINT>(HashOf(lpszName)) % static_cast<UINT>(m_nDataCount)];
+    return static_cast<UINT>(HashOf(lpszName)) % static_cast<UINT>(m_nDataCount);
 }
 
 template <typename CHAR, int NAME_SIZE>
@@ -86,8 +89,8 @@ int CFieldNameTable<CHAR, NAME_SIZE>::Set(const CHAR* lpszName, int nIndex, int 
     const std::size_t nLen = LengthUpTo(lpszName, NAME_SIZE);
     if (nLen == 0 || nLen == NAME_SIZE) return ERR_OK;
     if (!m_lpBaseData) return ERR_MEMORY;
-    stu_Field_BaseData*& lpBucket = Bucket(lpszName);
-    for (stu_Field_BaseData* p = lpBucket; p; p = p->m_lpNext) {
+    stu_Field_BaseData*& lpChain = m_lpBaseData[Bucket(lpszName) % CHAIN_MOST];
+    for (stu_Field_BaseData* p = lpChain; p; p = p->m_lpNext) {
         if (!Equal(p->m_lpszName, lpszName)) continue;
         if (bReplace) p->m_nIndex = nIndex;
         return ERR_OK;
@@ -96,20 +99,21 @@ int CFieldNameTable<CHAR, NAME_SIZE>::Set(const CHAR* lpszName, int nIndex, int 
     if (!lpNode) return ERR_MEMORY;
     std::copy_n(lpszName, nLen, lpNode->m_lpszName);
     lpNode->m_nIndex = nIndex;
-    lpNode->m_lpNext = lpBucket;
-    lpBucket = lpNode;
+    lpNode->m_lpNext = lpChain;
+    lpChain = lpNode;
     return ERR_OK;
 }
 
 template <typename CHAR, int NAME_SIZE>
 int CFieldNameTable<CHAR, NAME_SIZE>::Get(const CHAR* lpszName) const {
     if (!m_lpBaseData) return -1;
-    const stu_Field_BaseData* const lpBucket = Bucket(lpszName);
-    for (const stu_Field_BaseData* p = lpBucket; p; p = p->m_lpNext)
+    const UINT nBucket = Bucket(lpszName);
+    const stu_Field_BaseData* const lpChain = m_lpBaseData[nBucket % CHAIN_MOST];
+    for (const stu_Field_BaseData* p = lpChain; p; p = p->m_lpNext)
         if (Equal(p->m_lpszName, lpszName)) return p->m_nIndex;
-    // Without case only the bucket of the name as it was given is searched. Intended.
-    for (const stu_Field_BaseData* p = lpBucket; p; p = p->m_lpNext)
-        if (EqualNoCase(p->m_lpszName, lpszName)) return p->m_nIndex;
+    // Without case only the bucket of the name as it was given is searched, and a chain may hold several. Intended.
+    for (const stu_Field_BaseData* p = lpChain; p; p = p->m_lpNext)
+        if (EqualNoCase(p->m_lpszName, lpszName) && Bucket(p->m_lpszName) == nBucket) return p->m_nIndex;
     return -1;
 }
 

@@ -39,12 +39,12 @@ public:
 
 protected:
     int m_nDataCount = 0;
-    /** Heads of the chains, null before `Initialize`. */
+    /** Heads of the chains, each of one bucket or, in a large table, of several; null before `Initialize`. */
     stu_Field_BaseData** m_lpBaseData = nullptr;
     CKestroBufferPool* m_lpBufferPool = nullptr;
 
 private:
-    stu_Field_BaseData*& Bucket(const CHAR* lpszName) const;
+    UINT Bucket(const CHAR* lpszName) const;
 };
 
 class CFieldName2Index : public CFieldNameTable<char, 32> {};

@@ -91,6 +91,18 @@ const wchar_t* CMemDBRecordset::FieldBaseTableNameW(int nField) {
     return lpField ? lpField->m_lpszTableName : nullptr;
 }
 
+int CMemDBRecordset::FieldIndex(const char* lpszName) {
+    if (!lpszName || m_nFieldNum == 0) return -1;
+    if (std::strlen(lpszName) < sizeof(CFieldName2Index::stu_Field_BaseData::m_lpszName))
+        return m_mapName2Index.Get(lpszName);
+    // The table holds short names only. As there, of two names the last counts, of two titles the first.
+    for (int i = m_nFieldNum; i-- > 0;)
+        if (std::strcmp(m_lpFieldInfo[i].m_lpRsName, lpszName) == 0) return i;
+    for (int i = 0; i < m_nFieldNum; ++i)
+        if (std::strcmp(m_lpFieldInfo[i].m_lpTitle, lpszName) == 0) return i;
+    return -1;
+}
+
 int CMemDBRecordset::FieldType(int nField) {
     const st_FIELD* const lpField = Field(nField);
     return lpField ? lpField->m_bFieldType : 0;

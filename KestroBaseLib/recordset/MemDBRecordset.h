@@ -5,6 +5,8 @@
 #include "KestroDBInterface.h"
 #include "RecordVector.h"
 
+struct COLUMNFORMS;
+
 /** Characters of a field's name, the terminator included. */
 constexpr int RECORDSET_NAME_SIZE = 64;
 /** Fields that a row can have: the entries of its values name them in one byte. */
@@ -119,9 +121,7 @@ public:
     int FieldIndex(const wchar_t* lpszName) override {
         return lpszName && m_nFieldNum != 0 ? m_mapNameW2Index.Get(lpszName) : -1;
     }
-    int FieldIndex(const char* lpszName) override {
-        return lpszName && m_nFieldNum != 0 ? m_mapName2Index.Get(lpszName) : -1;
-    }
+    int FieldIndex(const char* lpszName) override;
     int FieldType(int nField) override;
     int FieldPrimaryKey(int nField) override;
     int FieldAllowNull(int nField) override;
@@ -214,7 +214,9 @@ private:
     int DecodeName(UINT nOffset, char* lpszName, wchar_t* lpszWide) const;
     int EnterNames();
     int DecodeRows();
-    int DecodeRow(const BYTE* lpRow, UINT nRowLen, stu_RECORD& stRecord, LPBYTE lpSpace);
+    std::uint64_t RowSpace(UINT nRowLen) const;
+    int DecodeRow(const COLUMNFORMS& stForms, const BYTE* lpRow, UINT nRowLen, const BYTE* lpReadable,
+                  stu_RECORD& stRecord, LPBYTE& lpSpace);
     /** Bytes of a row's arrays. */
     UINT ArraysSize() const {
         return static_cast<UINT>(m_nFieldNum) * UINT{sizeof(st_VARDATA) + sizeof(BYTE)};

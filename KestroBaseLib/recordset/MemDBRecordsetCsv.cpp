@@ -43,9 +43,10 @@ constexpr std::array<CSVFORM, 256> CSV_FORMS = [] {
     return arForm;
 }();
 
-/** Bytes of a text's cell. */
+/** Bytes of a text's cell at most: of a short one all may be quotes, which costs less than to count them. */
 std::uint64_t QuotedSize(const char* lpszText, int nLen) {
-    const auto nQuotes = std::count(lpszText, lpszText + nLen, '"');
+    constexpr int LONG_TEXT = 64;
+    const auto nQuotes = nLen < LONG_TEXT ? nLen : std::count(lpszText, lpszText + nLen, '"');
     return static_cast<std::uint64_t>(nLen) + static_cast<std::uint64_t>(nQuotes) + 2;
 }
 
@@ -59,18 +60,25 @@ bool IsBlank(CSVFORM nForm, const st_VARDATA& stValue) {
     return (nForm == CSV_HEX) != (stValue.m_vt == VT_BLOB);
 }
 
-/** Bytes of a cell at most. */
-std::uint64_t CellSize(CSVFORM nForm, const st_VARDATA& stValue) {
-    constexpr std::uint64_t INTEGER_SIZE = 20, DAY_SIZE = 32, SHORT_DOUBLE_SIZE = 24;
+/** Bytes at most of a cell of a value without a text, by its type. */
+constexpr std::array<std::uint16_t, 256> CELL_SIZES = [] {
+    std::array<std::uint16_t, 256> arSize{};
+    arSize.fill(KESTRO_VALUE_TEXT_SIZE);
+    arSize[VT_EMPTY] = arSize[VT_NULL] = 1;
+    arSize[VT_INT] = arSize[VT_BIGINT] = 20;
+    arSize[VT_DATETIME] = arSize[VT_DATE] = arSize[VT_TIME] = 32;
+    return arSize;
+}();
+
+/** Bytes of a cell at most, in whatever form. */
+std::uint64_t CellSize(const st_VARDATA& stValue) {
+    constexpr std::uint64_t SHORT_DOUBLE_SIZE = 24;
     constexpr double SHORT_DOUBLE = 1e15;
-    if (IsBlank(nForm, stValue)) return 1;
-    if (nForm == CSV_HEX) return 2 * static_cast<std::uint64_t>(stValue.m_nStrLen) + 1;
     if (IsText(stValue)) return QuotedSize(stValue.m_lpszValue, stValue.m_nStrLen);
-    if (stValue.m_vt == VT_INT || stValue.m_vt == VT_BIGINT) return INTEGER_SIZE;
-    if (stValue.m_vt == VT_DATETIME) return DAY_SIZE;
+    if (stValue.m_vt == VT_BLOB) return 2 * static_cast<std::uint64_t>(stValue.m_nStrLen) + 1;
     // A double takes up to 309 digits in front of its point, but hardly one does.
-    const bool bShort = stValue.m_vt == VT_DOUBLE && std::abs(stValue.m_dblValue) < SHORT_DOUBLE;
-    return bShort ? SHORT_DOUBLE_SIZE : std::uint64_t{KESTRO_VALUE_TEXT_SIZE};
+    if (stValue.m_vt == VT_DOUBLE && std::abs(stValue.m_dblValue) < SHORT_DOUBLE) return SHORT_DOUBLE_SIZE;
+    return CELL_SIZES[stValue.m_vt];
 }
 
 char* WriteNumber(const st_VARDATA& stValue, char* lpOut) {
@@ -87,6 +95,18 @@ char* WriteNumber(const st_VARDATA& stValue, char* lpOut) {
             return std::copy_n(szText, nLen, lpOut);
         }
     }
+}
+
+/** Copies bytes, many at a time as there is no branch, and answers whether one of them wants quotes around its text. */
+template <int LEN>
+unsigned CopyBlock(const char* lpszText, char* lpOut) {
+    unsigned char bSpecial = 0;
+    for (int i = 0; i < LEN; ++i) {
+        const char c = lpszText[i];
+        bSpecial |= (c == '"') | (c == ',') | (c == '\n') | (c == '\t');
+    }
+    std::memcpy(lpOut, lpszText, LEN);
+    return bSpecial;
 }
 
 char* WriteText(const char* lpszText, int nLen, char* lpOut) {
@@ -118,14 +138,16 @@ char* EndLine(char* lpOut) {
 
 int CMemDBRecordset::DelteteSpecialChar(const char* lpszText, char* lpszCell, int& nLen) {
     const char* const lpszEnd = lpszText + nLen;
-    // Without a branch, so that the bytes are looked at many at a time.
-    bool bPlain = true;
-    for (const char* p = lpszText; p != lpszEnd; ++p)
-        bPlain &= (*p != '"') & (*p != ',') & (*p != '\n') & (*p != '\t');
-    if (bPlain) {
-        std::copy(lpszText, lpszEnd, lpszCell);
-        return ERR_OK;
-    }
+    // Most texts are plain, so they are copied as they are looked at.
+    const char* p = lpszText;
+    unsigned uSpecial = 0;
+    for (; lpszEnd - p >= 16; p += 16)
+        uSpecial |= CopyBlock<16>(p, lpszCell + (p - lpszText));
+    for (; lpszEnd - p >= 4; p += 4)
+        uSpecial |= CopyBlock<4>(p, lpszCell + (p - lpszText));
+    for (; p != lpszEnd; ++p)
+        uSpecial |= CopyBlock<1>(p, lpszCell + (p - lpszText));
+    if (uSpecial == 0) return ERR_OK;
     char* lpOut = lpszCell;
     *lpOut++ = '"';
     for (; lpszText != lpszEnd; ++lpszText) {
@@ -148,7 +170,7 @@ std::uint64_t CMemDBRecordset::CsvSize() const {
         const stu_RECORD& stRecord = *Row(nRow);
         nSize += LINE_END_SIZE;
         for (int i = 0; i < m_nFieldNum; ++i)
-            nSize += CellSize(CSV_FORMS[m_lpFieldInfo[i].m_bFieldType], stRecord.m_lpFieldData[i]) + 1;
+            nSize += CellSize(stRecord.m_lpFieldData[i]) + 1;
     }
     return (nSize + CSV_BLOCK_STEP - 1) / CSV_BLOCK_STEP * CSV_BLOCK_STEP;
 }
@@ -189,6 +211,6 @@ int CMemDBRecordset::RecordsetToCSV(char*& lpszText) {
     }
     m_nCurrentRowNo = nRows;
     SeatCursor();
-    std::fill(lpOut, lpszText + nSize, '\0');
+    *lpOut = 0;
     return ERR_OK;
 }

@@ -1,5 +1,5 @@
-// Decoding of the block that answers a query: head, fields with their names, rows. One pass; a row's arrays and the
-// bytes of its texts are cut from the pool in one piece, many rows from one slice. The block may hold anything.
+// Decoding of the block that answers a query: head, fields with their names, rows. One pass; a row's arrays and its
+// texts lie in one piece of the pool, many rows in one slice of it. The block may hold anything.
 
 #include <algorithm>
 #include <climits>
@@ -31,14 +31,26 @@ void CopyName(const char* lpszText, UINT nLen, char* lpszName) {
     lpszName[nCopied] = 0;
 }
 
-void TraceRowLength(UINT nRowLen, UINT nUsed) {
+void TraceRowLength(const BYTE* lpRow, const ROWCURSOR& stRow) {
     char szText[128];
-    std::snprintf(szText, sizeof szText, "解析记录长度校验失败：记录长度%d,实际长度%d", static_cast<int>(nRowLen),
-                  static_cast<int>(nUsed));
+    std::snprintf(szText, sizeof szText, "解析记录长度校验失败：记录长度%d,实际长度%d",
+                  static_cast<int>(stRow.m_lpEnd - lpRow), static_cast<int>(stRow.m_lpNext - lpRow));
     TraceLine("CMemDBRecordset::AnalysisRow", 0, 0, szText);
 }
 
 } // namespace
+
+/** How the values of each column are decoded; null for JSON, whose values have their type in front. */
+struct COLUMNFORMS {
+    COLUMNFORMS(const st_FIELD* lpField, int nFields) {
+        for (int i = 0; i < nFields; ++i) {
+            const BYTE bType = lpField[i].m_bFieldType;
+            m_arEntry[i] = bType == VT_JSON ? nullptr : &FIELD_ENTRIES[bType];
+        }
+    }
+
+    const FIELDENTRY* m_arEntry[RECORDSET_FIELD_MOST];
+};
 
 // --- memory ----------------------------------------------------------------------------------------------------------
 
@@ -151,60 +163,64 @@ int CMemDBRecordset::DecodeRows() {
     m_lpRecordset = reinterpret_cast<stu_RECORD*>(AllocAligned(std::uint64_t{nRows} * sizeof(stu_RECORD)));
     if (!m_lpRecordset || !m_vecOriginalRecord.Reserve(m_nQueryRowNum)) return ERR_MEMORY;
 
+    const COLUMNFORMS stForms(m_lpFieldInfo, m_nFieldNum);
     LPBYTE lpSlice = nullptr;
     std::uint64_t nSlice = 0;
     for (UINT i = 0; i < nRows; ++i) {
         if (nSize - nPos < sizeof(RECORDSETROW)) return ERR_INTERNAL_DATA;
         const UINT nRowLen = LoadLE<UINT>(m_lpBuffer + nPos);
         if (nRowLen < sizeof(RECORDSETROW) || nRowLen > nSize - nPos) return ERR_INTERNAL_DATA;
-        const std::uint64_t nSpace = RoundUp(std::uint64_t{ArraysSize()} + nRowLen);
+        const std::uint64_t nSpace = RowSpace(nRowLen);
         if (nSpace > nSlice) {
             // Room for the rows to come, so that a small set gets just what it needs.
-            const std::uint64_t nRest = (nRows - i) * RoundUp(ArraysSize() + ROW_ALIGN) + (nSize - nPos);
+            const std::uint64_t nRest = (nRows - i) * RowSpace(0) + (nSize - nPos);
             nSlice = std::max(nSpace, std::min(nRest, SLICE_SIZE));
             lpSlice = AllocAligned(nSlice);
             if (!lpSlice) return ERR_MEMORY;
         }
-        if (const int nCode = DecodeRow(m_lpBuffer + nPos, nRowLen, m_lpRecordset[i], lpSlice)) return nCode;
-        if (!m_vecOriginalRecord.Push(m_lpRecordset + i)) return ERR_MEMORY;
-        lpSlice += nSpace;
-        nSlice -= nSpace;
+        LPBYTE lpEnd = lpSlice;
+        const LPBYTE lpRow = m_lpBuffer + nPos;
+        if (const int nCode = DecodeRow(stForms, lpRow, nRowLen, m_lpBuffer + nSize, m_lpRecordset[i], lpEnd))
+            return nCode;
+        const std::uint64_t nUsed = RoundUp(static_cast<std::uint64_t>(lpEnd - lpSlice));
+        lpSlice += nUsed;
+        nSlice -= nUsed;
         nPos += nRowLen;
     }
+    m_vecOriginalRecord.Fill(m_lpRecordset, m_nQueryRowNum);
     return ERR_OK;
+}
+
+/** What a row's arrays and texts take at most: a text has a terminator for its count. */
+std::uint64_t CMemDBRecordset::RowSpace(UINT nRowLen) const {
+    return RoundUp(std::uint64_t{ArraysSize()} + nRowLen + COPY_STEP);
 }
 
 int CMemDBRecordset::AnalysisRow(unsigned char* pRow, int nRowLen, stu_RECORD& stRecord) {
     if (!pRow) return ERR_NULL_POINTER;
     if (nRowLen < static_cast<int>(sizeof(RECORDSETROW))) return ERR_INTERNAL_DATA;
-    LPBYTE const lpSpace = AllocAligned(std::uint64_t{ArraysSize()} + static_cast<UINT>(nRowLen));
-    return lpSpace ? DecodeRow(pRow, static_cast<UINT>(nRowLen), stRecord, lpSpace) : ERR_MEMORY;
+    LPBYTE lpSpace = AllocAligned(RowSpace(static_cast<UINT>(nRowLen)));
+    if (!lpSpace) return ERR_MEMORY;
+    const COLUMNFORMS stForms(m_lpFieldInfo, m_nFieldNum);
+    return DecodeRow(stForms, pRow, static_cast<UINT>(nRowLen), pRow + nRowLen, stRecord, lpSpace);
 }
 
-// The space has `ArraysSize` bytes and those of the row.
-int CMemDBRecordset::DecodeRow(const BYTE* lpRow, UINT nRowLen, stu_RECORD& stRecord, LPBYTE lpSpace) {
+/** Bytes in front of `lpReadable` may be read. The space has `RowSpace` bytes, and becomes its end. */
+int CMemDBRecordset::DecodeRow(const COLUMNFORMS& stForms, const BYTE* lpRow, UINT nRowLen, const BYTE* lpReadable,
+                               stu_RECORD& stRecord, LPBYTE& lpSpace) {
     InitRow(stRecord, lpSpace);
     stRecord.m_nDataID = reinterpret_cast<const RECORDSETROW*>(lpRow)->m_nDataID;
-    constexpr UINT HEAD = sizeof(RECORDSETROW);
-    UINT nUsed = HEAD;
-    // The entries are copied as a whole, and texts are views of the copy. A terminator falls on the number of the next
-    // entry, which is read from the row itself, or behind the last one.
-    char* const lpCopy = reinterpret_cast<char*>(lpSpace) + ArraysSize();
-    std::memcpy(lpCopy, lpRow + HEAD, nRowLen - HEAD);
-    for (int i = 0; i < m_nFieldNum && nUsed + 2 <= nRowLen; ++i) {
-        if (lpRow[nUsed] != i) continue;
-        ++nUsed;
-        BYTE bType = m_lpFieldInfo[i].m_bFieldType;
-        if (bType == VT_JSON) bType = lpRow[nUsed++];
-        st_VARDATA& stValue = stRecord.m_lpFieldData[i];
-        const int nBytes = GetValueFromFieldBuffer(bType, lpRow + nUsed, nRowLen - nUsed, stValue);
-        if (nBytes < 0) return ERR_INTERNAL_DATA;
-        nUsed += static_cast<UINT>(nBytes);
-        if (stValue.m_vt != VT_VARCHAR && stValue.m_vt != VT_BLOB) continue;
-        char* const lpEnd = lpCopy + (nUsed - HEAD);
-        stValue.m_lpszValue = lpEnd - stValue.m_nStrLen;
-        *lpEnd = 0;
+    ROWCURSOR stRow{lpRow + sizeof(RECORDSETROW), lpRow + nRowLen, lpReadable};
+    LPBYTE lpCopy = lpSpace + ArraysSize();
+    st_VARDATA* lpValue = stRecord.m_lpFieldData;
+    for (int i = 0, nFields = m_nFieldNum; i < nFields && stRow.Left() >= 2; ++i, ++lpValue) {
+        if (*stRow.m_lpNext != i) continue;
+        ++stRow.m_lpNext;
+        const FIELDENTRY* lpEntry = stForms.m_arEntry[i];
+        if (!lpEntry) lpEntry = &FIELD_ENTRIES[*stRow.m_lpNext++];
+        if (!GetValueFromFieldBuffer(*lpEntry, stRow, *lpValue, lpCopy)) return ERR_INTERNAL_DATA;
     }
-    if (nUsed != nRowLen) TraceRowLength(nRowLen, nUsed);
+    if (stRow.Left() != 0) TraceRowLength(lpRow, stRow);
+    lpSpace = lpCopy;
     return ERR_OK;
 }

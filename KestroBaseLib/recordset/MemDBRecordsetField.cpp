@@ -1,7 +1,6 @@
 // Typed reads of the current row. A value is read by its own type; the column's type tells only that a text is a
 // decimal's.
 
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cwchar>
@@ -28,11 +27,18 @@ st_VARDATA Terminated(const st_VARDATA& stValue) {
 /** Without its fraction, exactly; false for a value that isn't a number or doesn't fit. */
 template <typename T>
 bool CutDecimal(const st_VARDATA& stValue, T& nValue) {
+    constexpr std::uint64_t GROUP = 1'000'000'000;
     st_VARDATA stWhole;
-    char szText[DECIMAL_TEXT_SIZE];
     if (stValue.m_vt != VT_DECIMAL || CKestroDecimal::Zoom(&stValue, &stWhole, 0, 0) != ERR_OK) return false;
-    const int nLen = CKestroDecimal::PrintDecimal(&stWhole, szText);
-    return std::from_chars(szText, szText + nLen, nValue).ec == std::errc();
+    const auto& arGroup = stWhole.m_arDecimalData;
+    if (stWhole.m_vt != VT_DECIMAL || arGroup[3] != 0 || arGroup[2] > 9) return false;
+    const std::uint64_t uMagnitude =
+        (static_cast<std::uint64_t>(arGroup[2]) * GROUP + static_cast<std::uint64_t>(arGroup[1])) * GROUP +
+        static_cast<std::uint64_t>(arGroup[0]);
+    const bool bNegative = stWhole.m_bSign != 0;
+    if (uMagnitude > static_cast<std::uint64_t>(std::numeric_limits<T>::max()) + bNegative) return false;
+    nValue = static_cast<T>(bNegative ? 0 - uMagnitude : uMagnitude);
+    return true;
 }
 
 template <typename T>
@@ -82,6 +88,10 @@ int ToNumber(const st_VARDATA& stValue, T& nValue) {
 }
 
 int ToNumber(const st_VARDATA& stValue, double& dblValue) {
+    if (stValue.m_vt == VT_DOUBLE) {
+        dblValue = stValue.m_dblValue;
+        return ERR_OK;
+    }
     st_VARDATA stResult;
     if (const int nCode = ConvertTo(VT_DOUBLE, stValue, stResult)) return nCode;
     dblValue = stResult.m_dblValue;
@@ -137,8 +147,8 @@ int CMemDBRecordset::ReadNumber(int nField, T& nValue) {
     if (const int nCode = ReadField(nField, lpValue)) return nCode;
     if (FieldType(nField) != VT_DECIMAL || lpValue->m_vt != VT_VARCHAR) return ToNumber(*lpValue, nValue);
     st_VARDATA stDecimal;
-    if (const int nCode = ConvertTo(VT_DECIMAL, *lpValue, stDecimal)) return nCode;
-    return ToNumber(stDecimal, nValue);
+    (void)CKestroDecimal::Convert2Decimal(lpValue->m_lpszValue, lpValue->m_nStrLen, &stDecimal);
+    return stDecimal.m_vt == VT_DECIMAL ? ToNumber(stDecimal, nValue) : ERR_DATA_TYPE;
 }
 
 int CMemDBRecordset::FieldValue(int nField, int& nValue) {

@@ -259,12 +259,9 @@ void CMemDBRecordset::ClearState() {
         stRecord.m_bRecordStatus = STATUS_UNCHANGED;
         std::memset(stRecord.m_pFieldModify, 0, static_cast<std::size_t>(stRecord.m_nFieldNum));
     };
-    m_vecOriginalRecord.Clear();
-    for (int i = 0; i < m_nQueryRowNum; ++i) {
+    for (int i = 0; i < m_nQueryRowNum; ++i)
         Clean(m_lpRecordset[i]);
-        // Its space is that of all rows.
-        (void)m_vecOriginalRecord.Push(m_lpRecordset + i);
-    }
+    m_vecOriginalRecord.Fill(m_lpRecordset, m_nQueryRowNum);
     for (int i = 0; i < m_vecInsertRecord.Size(); ++i)
         Clean(*m_vecInsertRecord[i]);
     SeatCursor();

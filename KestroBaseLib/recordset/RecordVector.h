@@ -46,6 +46,14 @@ public:
         m_nGapLen = nRows - nSize;
         return true;
     }
+    /** Becomes the rows of an array, for which there is room. */
+    template <typename RECORD>
+    void Fill(RECORD* lpRows, int nRows) {
+        for (int i = 0; i < nRows; ++i)
+            m_lpRow[i] = lpRows + i;
+        m_nGapPos = nRows;
+        m_nGapLen = m_nCapacity - nRows;
+    }
     [[nodiscard]] bool Push(stu_RECORD* lpRow) {
         if (m_nGapLen == 0 &&
             (m_nCapacity > ROWS_MOST / 2 || !Reserve(m_nCapacity == 0 ? ROWS_FIRST : 2 * m_nCapacity)))

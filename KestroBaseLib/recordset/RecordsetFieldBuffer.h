@@ -6,36 +6,50 @@
 
 /** Forms of a field's value in a row. */
 enum FIELDENTRYFORM : BYTE {
-    ENTRY_NONE, // no bytes and no value
-    ENTRY_TINY,
-    ENTRY_SMALL,
-    ENTRY_INT,
-    ENTRY_4,
-    ENTRY_8,
-    ENTRY_TEXT, // a counted run: a byte, or 255 and 32 bits, and as many bytes
+    ENTRY_NONE,   // no bytes and no value
+    ENTRY_SIGNED, // a number with a sign
+    ENTRY_PLAIN,  // other bytes that stay as they are
+    ENTRY_TEXT,   // a counted run: a byte, or 255 and 32 bits, and as many bytes
     ENTRY_BYTES,
 };
 
 struct FIELDENTRYROW {
     BYTE m_bType;
     FIELDENTRYFORM m_nForm;
+    /** Bytes, 0 where they are counted. */
+    BYTE m_bWidth;
     /** Type of the value made. */
     BYTE m_bValueType;
 };
 
 /** The types that have a form; a type that isn't among them has no bytes. */
 inline constexpr FIELDENTRYROW FIELD_ENTRY_ROWS[] = {
-    {VT_INT, ENTRY_INT, VT_INT},          {VT_BIGINT, ENTRY_8, VT_BIGINT},   {VT_DOUBLE, ENTRY_8, VT_DOUBLE},
-    {VT_DATETIME, ENTRY_8, VT_DATETIME},  {VT_CHAR, ENTRY_TEXT, VT_VARCHAR}, {VT_VARCHAR, ENTRY_TEXT, VT_VARCHAR},
-    {VT_CLOB, ENTRY_TEXT, VT_VARCHAR},    {VT_BLOB, ENTRY_BYTES, VT_BLOB},   {VT_TIME, ENTRY_4, VT_TIME},
-    {VT_DATE, ENTRY_4, VT_DATE},          {VT_TINYINT, ENTRY_TINY, VT_INT},  {VT_SMALLINT, ENTRY_SMALL, VT_INT},
-    {VT_DECIMAL, ENTRY_TEXT, VT_VARCHAR},
+    {VT_INT, ENTRY_SIGNED, 4, VT_INT},       {VT_BIGINT, ENTRY_SIGNED, 8, VT_BIGINT},
+    {VT_DOUBLE, ENTRY_PLAIN, 8, VT_DOUBLE},  {VT_DATETIME, ENTRY_PLAIN, 8, VT_DATETIME},
+    {VT_CHAR, ENTRY_TEXT, 0, VT_VARCHAR},    {VT_VARCHAR, ENTRY_TEXT, 0, VT_VARCHAR},
+    {VT_CLOB, ENTRY_TEXT, 0, VT_VARCHAR},    {VT_BLOB, ENTRY_BYTES, 0, VT_BLOB},
+    {VT_TIME, ENTRY_PLAIN, 4, VT_TIME},      {VT_DATE, ENTRY_PLAIN, 4, VT_DATE},
+    {VT_TINYINT, ENTRY_SIGNED, 1, VT_INT},   {VT_SMALLINT, ENTRY_SIGNED, 2, VT_INT},
+    {VT_DECIMAL, ENTRY_TEXT, 0, VT_VARCHAR},
 };
 
-inline constexpr std::array<FIELDENTRYROW, 256> FIELD_ENTRIES = [] {
-    std::array<FIELDENTRYROW, 256> arEntry{};
-    for (const FIELDENTRYROW& stRow : FIELD_ENTRY_ROWS)
-        arEntry[stRow.m_bType] = stRow;
+/** A row of the table by its type code, made ready for decoding. */
+struct FIELDENTRY {
+    /** Of 8 bytes those that belong to a number, and of them the sign's bit. */
+    std::uint64_t m_uMask;
+    std::uint64_t m_uSign;
+    FIELDENTRYFORM m_nForm;
+    BYTE m_bWidth;
+    BYTE m_bValueType;
+};
+
+inline constexpr std::array<FIELDENTRY, 256> FIELD_ENTRIES = [] {
+    std::array<FIELDENTRY, 256> arEntry{};
+    for (const FIELDENTRYROW& st : FIELD_ENTRY_ROWS) {
+        const std::uint64_t uMask = st.m_bWidth == 0 ? 0 : ~std::uint64_t{0} >> (64 - 8 * st.m_bWidth);
+        const std::uint64_t uSign = st.m_nForm == ENTRY_SIGNED ? uMask ^ (uMask >> 1) : 0;
+        arEntry[st.m_bType] = {uMask, uSign, st.m_nForm, st.m_bWidth, st.m_bValueType};
+    }
     return arEntry;
 }();
 
@@ -46,63 +60,82 @@ T LoadLE(const BYTE* lpBytes) {
     return nValue;
 }
 
-/** What `GetValueFromFieldBuffer` answers for a value that passes the end of its bytes. */
-constexpr int FIELD_BUFFER_SHORT = -1;
+/** Where a row is read: the place of its next byte, its end, and the end of what may be read behind it. */
+struct ROWCURSOR {
+    const BYTE* m_lpNext;
+    const BYTE* m_lpEnd;
+    const BYTE* m_lpReadable;
 
-/** A counted run: its bytes and their number. The bytes that it takes, or `FIELD_BUFFER_SHORT`. */
-inline int GetCountedRun(const BYTE* lpField, UINT nSize, const BYTE*& lpRun, UINT& nLen) {
+    std::size_t Left() const { return static_cast<std::size_t>(m_lpEnd - m_lpNext); }
+};
+
+/** Takes a counted run: its bytes and their number. False if it passes the end of the row. */
+inline bool TakeRun(ROWCURSOR& stRow, const BYTE*& lpRun, UINT& nLen) {
     constexpr UINT LONG_COUNT = 255;
-    if (nSize == 0) return FIELD_BUFFER_SHORT;
-    UINT nHead = 1;
-    nLen = lpField[0];
+    if (stRow.Left() == 0) return false;
+    nLen = *stRow.m_lpNext++;
     if (nLen == LONG_COUNT) {
-        nHead += sizeof nLen;
-        if (nSize < nHead) return FIELD_BUFFER_SHORT;
-        nLen = LoadLE<UINT>(lpField + 1);
+        if (stRow.Left() < sizeof nLen) return false;
+        nLen = LoadLE<UINT>(stRow.m_lpNext);
+        stRow.m_lpNext += sizeof nLen;
     }
-    if (nLen > nSize - nHead) return FIELD_BUFFER_SHORT;
-    lpRun = lpField + nHead;
-    return static_cast<int>(nHead + nLen);
+    if (nLen > stRow.Left()) return false;
+    lpRun = stRow.m_lpNext;
+    stRow.m_lpNext += nLen;
+    return true;
+}
+
+/** The number at the cursor, without a branch where 8 bytes may be read. */
+inline long long LoadNumber(const FIELDENTRY& stEntry, const ROWCURSOR& stRow) {
+    std::uint64_t uValue = 0;
+    if (stRow.m_lpReadable - stRow.m_lpNext >= static_cast<std::ptrdiff_t>(sizeof uValue))
+        uValue = LoadLE<std::uint64_t>(stRow.m_lpNext) & stEntry.m_uMask;
+    else
+        std::memcpy(&uValue, stRow.m_lpNext, stEntry.m_bWidth);
+    return static_cast<long long>((uValue ^ stEntry.m_uSign) - stEntry.m_uSign);
+}
+
+/** Texts up to this length are copied in steps of `COPY_STEP` bytes, which may pass the end of the copy's last one. */
+constexpr UINT SHORT_TEXT = 64;
+constexpr UINT COPY_STEP = 16;
+
+/** Copies a text and its terminator; `lpCopy` becomes the end of that. */
+inline void CopyText(const BYTE* lpText, UINT nLen, const BYTE* lpReadable, LPBYTE& lpCopy) {
+    if (nLen > SHORT_TEXT || lpReadable - lpText < static_cast<std::ptrdiff_t>(SHORT_TEXT))
+        std::memcpy(lpCopy, lpText, nLen);
+    else
+        for (UINT i = 0; i < nLen; i += COPY_STEP)
+            std::memcpy(lpCopy + i, lpText + i, COPY_STEP);
+    lpCopy += nLen;
+    *lpCopy++ = 0;
 }
 
 /**
- * Makes a field's value from its bytes in a row, of which `nSize` (below 2^31) are readable, and answers how many they
- * are, or `FIELD_BUFFER_SHORT`. The value must come VT_EMPTY and with all bytes zero. A text or bytes become a view of
- * the row, the length of a text without a terminator; an empty text is NULL. A type without a form makes nothing.
+ * Takes a field's value from a row; false if it passes the row's end. The value must come VT_EMPTY and with all bytes
+ * zero. A text or bytes become a view of their copy at `lpCopy`, which has room for the row and `COPY_STEP` bytes more
+ * and moves behind it; the length leaves its terminator out. An empty text is NULL. A type without a form makes
+ * nothing.
  */
-inline int GetValueFromFieldBuffer(BYTE bType, const BYTE* lpField, UINT nSize, st_VARDATA& stValue) {
-    const FIELDENTRYROW& stEntry = FIELD_ENTRIES[bType];
-    const auto Take = [&](UINT nBytes, auto Load) {
-        if (nSize < nBytes) return FIELD_BUFFER_SHORT;
+inline bool GetValueFromFieldBuffer(const FIELDENTRY& stEntry, ROWCURSOR& stRow, st_VARDATA& stValue, LPBYTE& lpCopy) {
+    if (stEntry.m_bWidth != 0) {
+        if (stRow.Left() < stEntry.m_bWidth) return false;
         stValue.m_vt = stEntry.m_bValueType;
-        stValue.m_llValue = Load();
-        return static_cast<int>(nBytes);
-    };
-    switch (stEntry.m_nForm) {
-        case ENTRY_TINY:
-            return Take(1, [&] { return LoadLE<signed char>(lpField); });
-        case ENTRY_SMALL:
-            return Take(2, [&] { return LoadLE<short>(lpField); });
-        case ENTRY_INT:
-            return Take(4, [&] { return LoadLE<int>(lpField); });
-        case ENTRY_4:
-            return Take(4, [&] { return LoadLE<UINT>(lpField); });
-        case ENTRY_8:
-            return Take(8, [&] { return LoadLE<long long>(lpField); });
-        case ENTRY_TEXT:
-        case ENTRY_BYTES: {
-            const BYTE* lpRun = nullptr;
-            UINT nLen = 0;
-            const int nUsed = GetCountedRun(lpField, nSize, lpRun, nLen);
-            if (nUsed < 0) return nUsed;
-            // So an empty text can't be told from NULL, but empty bytes can. Intended.
-            stValue.m_vt = nLen == 0 && stEntry.m_nForm == ENTRY_TEXT ? BYTE{VT_NULL} : stEntry.m_bValueType;
-            if (stValue.m_vt == VT_NULL) return nUsed;
-            stValue.m_lpValue = const_cast<LPBYTE>(lpRun);
-            stValue.m_nStrLen = static_cast<int>(nLen);
-            return nUsed;
-        }
-        default:
-            return 0;
+        stValue.m_llValue = LoadNumber(stEntry, stRow);
+        stRow.m_lpNext += stEntry.m_bWidth;
+        return true;
     }
+    if (stEntry.m_nForm == ENTRY_NONE) return true;
+    const BYTE* lpRun = nullptr;
+    UINT nLen = 0;
+    if (!TakeRun(stRow, lpRun, nLen)) return false;
+    if (nLen == 0 && stEntry.m_nForm == ENTRY_TEXT) {
+        // So an empty text can't be told from NULL, but empty bytes can. Intended.
+        stValue.m_vt = VT_NULL;
+        return true;
+    }
+    stValue.m_vt = stEntry.m_bValueType;
+    stValue.m_lpValue = lpCopy;
+    stValue.m_nStrLen = static_cast<int>(nLen);
+    CopyText(lpRun, nLen, stRow.m_lpReadable, lpCopy);
+    return true;
 }

@@ -211,6 +211,7 @@ TEST_F(DevServer, EndsCleanlyInTheMiddleOfItsWork) {
     EXPECT_EQ(shmctl(stServer.Segment(), IPC_STAT, &stState), -1) << "the segment is gone";
     EXPECT_FALSE(CRawLink(stServer.Port()).m_bOpen);
     EXPECT_EQ(CDevServerRun().End(SIGINT), 0);
+    EXPECT_EQ(CDevServerRun().End(SIGHUP), 0);
 }
 
 TEST_F(DevServer, TellsWhyItDoesNotStart) {

@@ -78,8 +78,7 @@ TEST(MemDBRecordsetEdit, TurnsValuesToTheColumnsTypeAndStoresThem) {
         for (std::string& strWord : arWord)
             std::replace(strWord.begin(), strWord.end(), '_', ' ');
         const std::string strRow = arWord[0] + " " + arWord[1];
-        CMemDBRecordset stSet;
-        ASSERT_EQ(Analyse(stSet, Block(arWord[0])), ERR_OK);
+        DECODEDSET stSet(Block(arWord[0]));
         const int nCode = SetWord(stSet, arWord[1]);
         EXPECT_EQ(nCode == ERR_OK ? FieldText(stSet, 0) : CodeText(nCode), arWord[2]) << strRow;
         EXPECT_EQ(StoredForm(stSet), arWord.size() > 3 ? arWord[3] : "no row") << strRow;
@@ -89,17 +88,15 @@ TEST(MemDBRecordsetEdit, TurnsValuesToTheColumnsTypeAndStoresThem) {
 TEST(MemDBRecordsetEdit, CountsLongTextsIn32Bits) {
     for (const auto& [nLen, strHead] :
          {std::pair<std::size_t, std::string>{249, "251:00F97A"}, {250, "256:00FFFA0000007A"}}) {
-        CMemDBRecordset stSet;
-        ASSERT_EQ(Analyse(stSet, Block("6")), ERR_OK);
+        DECODEDSET stSet(Block("6"));
         ASSERT_EQ(stSet.SetField("A", std::string(nLen, 'z').c_str()), ERR_OK);
         EXPECT_EQ(StoredForm(stSet).substr(0, strHead.size()), strHead);
     }
 }
 
 TEST(MemDBRecordsetEdit, RefusesWhatMayNotChange) {
-    CMemDBRecordset stSet;
     long long nDataID = 0;
-    ASSERT_EQ(Analyse(stSet, Block("1", 0)), ERR_OK);
+    DECODEDSET stSet(Block("1", 0));
     EXPECT_EQ(stSet.SetField(0, 1), ERR_RECORDSET_READ_ONLY);
     EXPECT_EQ(stSet.SetField(2, 1), ERR_FIELD_NUMBER);
     EXPECT_EQ(stSet.SetField("X", "1"), ERR_FIELD_NUMBER);
@@ -120,18 +117,14 @@ void MakeChanges(CMemDBRecordset& stSet) {
     ASSERT_EQ(
         Analyse(stSet, CRecordsetMaker("ID:1|NAME:6").Row(1, "1|a").Row(2, "2|b").Row(3, "3|c").Row(4, "4|d").Block()),
         ERR_OK);
-    long long nDataID = 0;
     ASSERT_EQ(stSet.SetField("NAME", "A"), ERR_OK);
     stSet.MoveNext();
     ASSERT_EQ(stSet.Delete(), ERR_OK);
     stSet.MoveNext();
-    ASSERT_EQ(stSet.SetField("ID", 33), ERR_OK);
-    ASSERT_EQ(stSet.SetFieldNull("NAME"), ERR_OK);
-    ASSERT_EQ(stSet.AddNew(nDataID), ERR_OK);
-    EXPECT_EQ(nDataID, -1);
-    ASSERT_EQ(stSet.AddNew(nDataID), ERR_OK);
-    EXPECT_EQ(nDataID, -2);
-    ASSERT_EQ(stSet.SetField("NAME", L"n\x540D"), ERR_OK);
+    long long nFirst = 0, nSecond = 0;
+    ASSERT_FALSE(stSet.SetField("ID", 33) || stSet.SetFieldNull("NAME") || stSet.AddNew(nFirst) ||
+                 stSet.AddNew(nSecond) || stSet.SetField("NAME", L"n\x540D"));
+    EXPECT_EQ(10 * nFirst + nSecond, -12);
     stSet.MovePrevious();
     ASSERT_EQ(stSet.Delete(), ERR_OK);
 }
@@ -162,12 +155,10 @@ TEST(MemDBRecordsetEdit, WritesItsChangesAsAPlan) {
         "row=RECORDHEAD{bOperationType=2 bFieldNum=1 nRsFieldOffset=RSFIELDBSON{"
         "bTempNo=2 bFlag=1 nFieldDataLen=6 nFieldDataOffset=\"\\x00\\x04n名\"}}}");
     // Nothing changed: a plan without steps.
-    CMemDBRecordset stSame;
-    ASSERT_EQ(Analyse(stSame, Block("1")), ERR_OK);
+    DECODEDSET stSame(Block("1"));
     EXPECT_EQ(StoredForm(stSame), "no row");
     // A buffer that is too small, and one that just holds it.
-    CMemDBRecordset stLarge;
-    ASSERT_EQ(Analyse(stLarge, Block("6")), ERR_OK);
+    DECODEDSET stLarge(Block("6"));
     ASSERT_EQ(stLarge.SetField("A", std::string(70000, 'x').c_str()), ERR_OK);
     EXPECT_EQ(ChangePlan(stLarge, nCode, 60000), "");
     EXPECT_EQ(nCode, ERR_MEMORY);
@@ -212,38 +203,51 @@ TEST(MemDBRecordsetEdit, ForgetsItsChangesWhenTheyWereSaved) {
     EXPECT_EQ(StoredForm(stSet), "5:0016000000");
 }
 
-TEST(MemDBRecordsetEdit, SavesManyRowsInSectionsInOrder) {
-    constexpr int ROWS = 100000;
-    CRecordsetMaker stMaker("A:1");
-    for (int i = 0; i < ROWS; ++i)
-        stMaker.Row(i, "5");
-    CMemDBRecordset stSet;
-    ASSERT_EQ(Analyse(stSet, stMaker.Block()), ERR_OK);
-    // Of each three rows one goes, one changes, one stays.
-    for (int i = 0; i < ROWS; ++i, stSet.MoveNext())
-        ASSERT_EQ(i % 3 == 0 ? stSet.Delete() : i % 3 == 1 ? stSet.SetField(0, i) : 0, ERR_OK);
+/** Memory for a million rows of eight fields takes a second where the machine has to find it first. */
+TEST(MemDBRecordsetEdit, TakesAMillionRowsAndSavesAHundredThousand) {
+    constexpr UINT ROWS = 1000000;
+    const std::string strOne =
+        CRecordsetMaker("A:1|B:6|C:2|D:3|E:4|F:240|G:80|H:8").Row(0, "0|name|-1|0.5|45322.25|1.50|7|xy").Block();
+    const UINT nRowPos = reinterpret_cast<const RECORDSETHEAD*>(strOne.data())->m_nRecordBufferOffset;
+    std::string strBlock = strOne.substr(0, nRowPos).replace(4, 4, RawBytes(ROWS));
+    std::string strRow = strOne.substr(nRowPos);
+    for (UINT i = 0; i < ROWS; ++i)
+        strBlock += strRow.replace(4, 8, RawBytes(std::int64_t{i})).replace(13, 4, RawBytes(i));
+    DECODEDSET stSet(strBlock);
+    // Of each thirty rows one goes and one changes, and for each thirty there is a new one.
+    for (UINT i = 0; i < ROWS; ++i, stSet.MoveNext())
+        ASSERT_EQ(i % 30 == 0 ? stSet.Delete() : i % 30 == 1 ? stSet.SetField(0, static_cast<int>(i + 1)) : 0, ERR_OK);
     EXPECT_TRUE(stSet.eof());
+    long long nNewID = 0;
+    for (UINT i = 0; i < ROWS / 30; ++i)
+        ASSERT_FALSE(stSet.AddNew(nNewID) || stSet.SetField("A", static_cast<int>(i)));
     int nCode = 0;
     const std::string strPlan = ChangePlan(stSet, nCode, 4 << 20);
     CPlanReader stPlan;
     ASSERT_EQ(stPlan.Open(strPlan.data(), strPlan.size()), ERR_OK) << stPlan.Fault();
-    EXPECT_GT(stPlan.SectionNum(), 40);
     const auto& stUpdate = *stPlan.Record<UPDATERECORDSETPLANBSON>(stPlan.Head().m_nCommandOffset);
-    EXPECT_EQ(stUpdate.m_nDeleteStepNum, 33334u);
-    EXPECT_EQ(stUpdate.m_nUpdateStepNo, 33336u);
+    EXPECT_EQ(stUpdate.m_nUpdateStepNo * 10 + stUpdate.m_nDeleteStepNo, 333361u);
+    EXPECT_EQ(stUpdate.m_nInsertStepNo, 66670u);
     UINT nID = stUpdate.m_stExecuteObject.m_stExecuteRecord.m_nRecordAddrID;
-    for (UINT i = 0; i < stUpdate.m_stExecuteObject.m_stExecuteRecord.m_nRecordNum; ++i) {
+    EXPECT_EQ(stUpdate.m_stExecuteObject.m_stExecuteRecord.m_nRecordNum, 100001u);
+    for (UINT i = 0; i < 100001; ++i) {
         const auto* const lpRow = stPlan.ById<RECORDHEAD>(nID);
         ASSERT_TRUE(lpRow);
-        const bool bDelete = i < stUpdate.m_nDeleteStepNum;
-        const UINT nDataID = bDelete ? 3 * i : 3 * (i - stUpdate.m_nDeleteStepNum) + 1;
-        ASSERT_EQ(lpRow->m_nDataID, nDataID);
-        ASSERT_EQ(lpRow->m_bOperationType, bDelete ? RECORD_DELETE : RECORD_UPDATE);
+        // The rows in order: deletes, updates, inserts, which have no identity.
+        const UINT nGroup = i / 33334, nNo = i % 33334;
+        ASSERT_EQ(lpRow->m_nDataID, nGroup == 2 ? 0 : nNo * 30 + nGroup);
+        ASSERT_EQ(lpRow->m_bOperationType, nGroup == 0 ? RECORD_DELETE : nGroup == 1 ? RECORD_UPDATE : RECORD_INSERT);
         const auto* const lpField = stPlan.Record<RSFIELDBSON>(lpRow->m_nRsFieldOffset);
-        ASSERT_TRUE(bDelete || std::memcmp(stPlan.Bytes(lpField->m_nFieldDataOffset, 5) + 1, &nDataID, 4) == 0);
+        const UINT nValue = nGroup == 1 ? nNo * 30 + 2 : nNo;
+        ASSERT_TRUE(nGroup == 0 || std::memcmp(stPlan.Bytes(lpField->m_nFieldDataOffset, 5) + 1, &nValue, 4) == 0);
         nID = stPlan.NextId<RECORDHEAD>(nID);
     }
     EXPECT_EQ(nID, 0u);
+    // The last row of the block, and the first new one.
+    ASSERT_EQ(stSet.SetCurrentRow(966665), ERR_OK);
+    EXPECT_EQ(FieldText(stSet, 0) + FieldText(stSet, 1) + FieldText(stSet, 5), "999999name1.50");
+    stSet.MoveNext();
+    EXPECT_EQ(FieldText(stSet, 0) + FieldText(stSet, 1), "0null");
 }
 
 } // namespace

@@ -238,13 +238,16 @@ TEST_F(SystemFile, AnswersTheErrorOfAShortWrite) {
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST_F(SystemFile, AnswersTheErrorOfAMissingBuffer) {
     const LIMIT stLimit(RLIMIT_AS, MB4);
-    void* volatile arTaken[64] = {};
-    for (void* volatile& lpTaken : arTaken)
-        lpTaken = malloc(MB4);
+    // What other tests have freed is taken first.
+    void** lpTaken = nullptr;
+    while (auto* const lpMore = static_cast<void**>(malloc(MB4))) {
+        *lpMore = lpTaken;
+        lpTaken = lpMore;
+    }
     EXPECT_EQ(Create(MB4), "12 Failed to alloc, Error code: 12! \n");
     EXPECT_FALSE(std::filesystem::exists(m_strFile));
-    for (void* lpTaken : arTaken)
-        free(lpTaken);
+    while (lpTaken)
+        free(std::exchange(lpTaken, static_cast<void**>(*lpTaken)));
 }
 #endif
 

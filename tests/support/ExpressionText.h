@@ -32,6 +32,15 @@ protected:
         if (lpEntry) std::memcpy(&nEntry, lpEntry, sizeof nEntry);
         return nEntry;
     }
+    /** A leaf and its data, null for one that isn't there. A leaf without data is shorter than its record. */
+    std::pair<const MATHEXPELEMENTBSON&, std::string_view> Leaf(UINT nOffset) const {
+        static constexpr MATHEXPELEMENTBSON NONE = {};
+        constexpr UINT HEAD_SIZE = offsetof(MATHEXPELEMENTBSON, m_bDataBuffer);
+        const BYTE* const lpHead = m_stPlan.Bytes(nOffset, HEAD_SIZE);
+        if (!lpHead) return {NONE, {}};
+        const auto& st = *reinterpret_cast<const MATHEXPELEMENTBSON*>(lpHead);
+        return {st, m_stPlan.Text(nOffset + HEAD_SIZE, static_cast<UINT>(st.m_nDataLen))};
+    }
 
     const CPlanReader& m_stPlan;
 };
@@ -77,12 +86,7 @@ public:
     }
 
     std::string Element(UINT nOffset) const {
-        // A leaf without data is shorter than its record.
-        const BYTE* const lpHead = m_stPlan.Bytes(nOffset, HEAD_SIZE);
-        if (!lpHead) return "BAD";
-        const auto& st = *reinterpret_cast<const MATHEXPELEMENTBSON*>(lpHead);
-        const std::string_view szData =
-            m_stPlan.Text(nOffset + static_cast<UINT>(HEAD_SIZE), static_cast<UINT>(st.m_nDataLen));
+        const auto [st, szData] = Leaf(nOffset);
         if (!szData.data()) return "BAD";
         std::string strObject = st.m_bObjectNo ? std::to_string(st.m_bObjectNo) + "." : "";
         switch (st.m_bDataSource) {
@@ -102,8 +106,6 @@ public:
     }
 
 private:
-    static constexpr std::size_t HEAD_SIZE = offsetof(MATHEXPELEMENTBSON, m_bDataBuffer);
-
     // The left spine in a loop: a chain of operators may be long.
     std::string Node(UINT nOffset) const {
         std::string strOpen, strClose;

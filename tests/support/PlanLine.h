@@ -9,8 +9,11 @@
 #include "ParseSql.h"
 #include "PlanPrinter.h"
 
-/** A plan in one line, `field=value` and `field=RECORD{...}`, without what all plans have: sizes, hash and text. */
-inline std::string PlanLine(const CPlanReader& stPlan) {
+/**
+ * A plan in one line, `field=value` and `field=RECORD{...}`, without what all plans have: sizes, hash and text; on
+ * demand without the names of fields, which are what was written, blanks left out.
+ */
+inline std::string PlanLine(const CPlanReader& stPlan, bool bNames = true) {
     const std::string strText = PrintPlan(stPlan, {.m_bOffsets = false});
     constexpr std::string_view COMMON[] = {"m_nTotalDataSize",      "m_bVersion", "m_nBsonDataSize",
                                            "m_nClientBsonDataSize", "m_dwHashID", "m_nSqlOffset"};
@@ -23,6 +26,7 @@ inline std::string PlanLine(const CPlanReader& stPlan) {
         szField.remove_prefix(2 * nIndent);
         const std::string_view szName = szField.substr(0, szField.find(' '));
         if (nIndent == 1 && std::find(std::begin(COMMON), std::end(COMMON), szName) != std::end(COMMON)) continue;
+        if (!bNames && (szName == "m_bNameLen" || szName == "m_nExpNameOffset")) continue;
         if (nIndent > nDepth)
             strLine += '{';
         else if (nIndent < nDepth)

@@ -118,6 +118,11 @@ inline int Analyse(CMemDBRecordset& stSet, std::string_view szBlock) {
     return stSet.AnalysisRecordset(lpBlock, static_cast<int>(szBlock.size()), 1);
 }
 
+/** The recordset of a block, empty if it is refused. */
+struct DECODEDSET : CMemDBRecordset {
+    explicit DECODEDSET(std::string_view szBlock) { Analyse(*this, szBlock); }
+};
+
 /** A code in brackets. */
 inline std::string CodeText(int nCode) {
     return std::string(1, '(').append(std::to_string(nCode)).append(1, ')');
