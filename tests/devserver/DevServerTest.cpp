@@ -186,11 +186,13 @@ TEST_F(DevServer, HasNodesJoinChangeAndLeave) {
     EXPECT_FALSE(std::filesystem::exists(stServer.Path("half")));
 
     // A join that doesn't end: another one waits for nothing, and the server still ends at once.
-    CDevServerRun stSlow({"--pace", "3600000"});
+    CDevServerRun stSlow({"--pace", "3600000"}), stSlave({"--master", "127.0.0.1:9"});
     ASSERT_EQ(m_stLink.OpenAt(stSlow.Port()), ERR_OK);
     EXPECT_EQ(m_stLink.AddNewNode(1, INADDR_LOOPBACK, 1, 2, szName), ERR_OK);
     EXPECT_STREQ(stSlow.Progress().m_szStepText, "Copy system file");
     EXPECT_EQ(m_stLink.AddNewNode(1, INADDR_LOOPBACK, 1, 3, szName), ERR_SYNCHRONIZING);
+    ASSERT_EQ(m_stLink.OpenAt(stSlave.Port()), ERR_OK);
+    EXPECT_EQ(m_stLink.AddNewNode(1, INADDR_LOOPBACK, 1, 2, szName), ERR_NOT_MASTER);
 }
 
 TEST_F(DevServer, EndsCleanlyInTheMiddleOfItsWork) {

@@ -5,11 +5,13 @@
 #include "DevServer.h"
 #include "Installation.h"
 
-/** An installation of the quick program with services that start and a development server that stands behind them. */
+/** An installation, of the quick program if no other is named, with services that start and a development server that
+ * stands behind them. */
 class CServedInstallation : public Installation {
 public:
-    explicit CServedInstallation(int nLanguage, std::vector<std::string> arOption = {})
-        : Installation(nLanguage, "base", KESTROSETUP_QUICK_PATH), m_stServer(Served(std::move(arOption))) {
+    explicit CServedInstallation(int nLanguage, std::vector<std::string> arOption = {},
+                                 const char* lpszProgram = KESTROSETUP_QUICK_PATH)
+        : Installation(nLanguage, "base", lpszProgram), m_stServer(Served(std::move(arOption))) {
         SetPort(m_stServer.Port());
         SetService("exit 0");
     }
