@@ -103,7 +103,11 @@ int CDBInterface::Probe(CLUSTERSTATUS& stStatus) {
         return ERR_CONNECT;
     }
     std::memcpy(&stStatus, arBody, sizeof stStatus);
-    stStatus.m_nNodeNum = std::clamp(static_cast<int>(stStatus.m_nNodeNum), 0, CLUSTER_NODE_MOST);
+    int nNodes = std::clamp(static_cast<int>(stStatus.m_nNodeNum), 0, CLUSTER_NODE_MOST);
+    // A report may count more nodes than it holds: those have no address.
+    while (nNodes > 0 && stStatus.m_arNode[nNodes - 1].m_dwIP == 0)
+        --nNodes;
+    stStatus.m_nNodeNum = nNodes;
     return ERR_OK;
 }
 

@@ -31,6 +31,7 @@ struct CONFIGPLACE {
     std::string_view m_strBefore;
     std::string_view m_strAfter;
     bool m_bSection;
+    bool m_bKey;
 };
 
 namespace {
@@ -111,7 +112,7 @@ bool ConfigHelper::readAndParse() {
 CONFIGPLACE ConfigHelper::FindPlace(std::string_view strText, const char* lpszSection, const char* lpszKey) const {
     const char* lpStart = strText.data();
     const char* lpEnd = lpStart + strText.size();
-    CONFIGPLACE stPlace{strText, {lpEnd, lpEnd}, false};
+    CONFIGPLACE stPlace{strText, {lpEnd, lpEnd}, false, false};
     std::string_view strRest = WithoutMark(strText);
     CONFIGLINE stLine;
     while (NextLine(strRest, stLine)) {
@@ -121,6 +122,7 @@ CONFIGPLACE ConfigHelper::FindPlace(std::string_view strText, const char* lpszSe
             stPlace.m_bSection = bHeader && SameName(stLine.m_strName, lpszSection);
         } else if (bHeader || SameName(stLine.m_strName, trim(lpszKey))) {
             stPlace.m_strBefore = {lpStart, stLine.m_lpStart};
+            stPlace.m_bKey = !bHeader;
             stPlace.m_strAfter = {bHeader ? stLine.m_lpStart : stLine.m_lpNext, lpEnd};
             break;
         }
@@ -142,11 +144,12 @@ bool ConfigHelper::updateDisk(const char* lpszSection, const char* lpszKey, cons
         if (!stPlace.m_bSection)
             strBefore.append(strText.empty() ? "" : LINE_BREAKS).append("[").append(lpszSection).append("]");
         const bool bInside = !stPlace.m_strAfter.empty();
+        // In front of an entry that is the file's only one, or whose old value stood last, a line feed alone. Intended.
+        const bool bFeed = strText.empty() || (stPlace.m_bKey && !bInside);
         STREAMPTR lpFile(std::fopen(lpszFile, "wbe"));
         if (!lpFile) return false;
-        const int nWritten =
-            std::fprintf(lpFile.get(), "%s%s%s=%s%s%s", strBefore.c_str(), strText.empty() ? "\n" : LINE_BREAKS,
-                         lpszKey, lpszValue, bInside ? LINE_BREAKS : "", stPlace.m_strAfter.data());
+        const int nWritten = std::fprintf(lpFile.get(), "%s%s%s=%s%s%s", strBefore.c_str(), bFeed ? "\n" : LINE_BREAKS,
+                                          lpszKey, lpszValue, bInside ? LINE_BREAKS : "", stPlace.m_strAfter.data());
         return std::fclose(lpFile.release()) == 0 && nWritten >= 0;
     } catch (const std::bad_alloc&) {
         return false;

@@ -4,6 +4,7 @@
 #include "MemDBRecordset.h"
 
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -144,9 +145,8 @@ void CMemDBRecordset::SeatCursor() {
 }
 
 int CMemDBRecordset::Fetch() {
-    if (m_bFetchData || m_nCurrentRowNo != 0) return MoveNext();
-    m_bFetchData = 1;
-    return ERR_OK;
+    const bool bLater = std::exchange(m_bFetchData, BYTE{1}) != 0;
+    return bLater || m_nCurrentRowNo != 0 ? MoveNext() : static_cast<int>(ERR_OK);
 }
 
 int CMemDBRecordset::MoveFirst() {

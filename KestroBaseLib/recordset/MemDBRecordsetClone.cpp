@@ -33,7 +33,6 @@ int CMemDBRecordset::CopyFrom(const CMemDBRecordset& stSource) {
     for (int i = 0; i < stSource.m_vecInsertRecord.Size(); ++i)
         if (const int nCode = CopyNewRow(*stSource.m_vecInsertRecord[i])) return nCode;
     m_nInsertDataID = stSource.m_nInsertDataID;
-    m_bFetchData = stSource.m_bFetchData;
     m_nCurrentRowNo = stSource.m_nCurrentRowNo;
     SeatCursor();
     return ERR_OK;

@@ -330,8 +330,8 @@ int CMemDBRecordset::AddNew(long long& nDataID) {
 }
 
 int CMemDBRecordset::Delete() {
-    if (!m_lpCurrentRecord || m_lpCurrentRecord->m_bRecordStatus == STATUS_DELETED) return ERR_NULL_POINTER;
     if (!m_bRecordsetCanModify) return ERR_RECORDSET_READ_ONLY;
+    if (!m_lpCurrentRecord || m_lpCurrentRecord->m_bRecordStatus == STATUS_DELETED) return ERR_NULL_POINTER;
     const int nOriginal = m_vecOriginalRecord.Size();
     if (m_nCurrentRowNo < nOriginal) {
         // The row stays for the plan that deletes it in the server.

@@ -202,6 +202,10 @@ TEST_F(DBInterfaceLogin, FollowsTheClusterToItsMaster) {
         EXPECT_EQ(m_stLink.m_nAddressNum, nCounted);
         EXPECT_EQ(m_stLink.m_dwServerIP, inet_addr("127.0.0.1"));
     }
+    // More than the report holds.
+    m_strCluster = Cluster(arNode[0], {arNode[0]}, 3);
+    ASSERT_EQ(m_stLink.OpenAt(m_stPeer.Port()), ERR_OK);
+    EXPECT_EQ(m_stLink.m_nAddressNum, 1);
     // A master that can't be reached: stay here.
     stMaster.Stop();
     arNode.resize(2);

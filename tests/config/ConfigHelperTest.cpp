@@ -63,6 +63,7 @@ TEST(ConfigHelper, GivesTextsAndNumbers) {
 TEST(ConfigHelper, WritesItsFile) {
     const std::tuple<const char*, const char*> arRows[] = {
         {"", "[S]\nk=v"},
+        {"[S]\nj=2\nk=1\n", "[S]\nj=2\nk=v"},
         {"[T]\nk=1\n", "[T]\nk=1\n\r\n[S]\r\nk=v"},
         {"[s]\r\n K = 1 # x\r\nj=2\r\n", "[s]\r\nk=v\r\nj=2\r\n"},
         {"[S]\nk=1\n\n# end", "[S]\r\nk=v\r\n\n# end"},

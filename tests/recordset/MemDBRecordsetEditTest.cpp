@@ -101,7 +101,8 @@ TEST(MemDBRecordsetEdit, RefusesWhatMayNotChange) {
     EXPECT_EQ(stSet.SetField(2, 1), ERR_FIELD_NUMBER);
     EXPECT_EQ(stSet.SetField("X", "1"), ERR_FIELD_NUMBER);
     EXPECT_EQ(stSet.AddNew(nDataID), ERR_RECORDSET_READ_ONLY);
-    EXPECT_EQ(stSet.Delete(), ERR_RECORDSET_READ_ONLY);
+    stSet.MoveNext();
+    EXPECT_EQ(stSet.Delete(), ERR_RECORDSET_READ_ONLY) << "behind the last row too";
     std::string strBlock = Block("1");
     strBlock[16 + 2] = 2;
     ASSERT_EQ(Analyse(stSet, strBlock), ERR_OK);
@@ -171,6 +172,8 @@ TEST(MemDBRecordsetEdit, ClonesRowsStatesAndPosition) {
         CMemDBRecordset stSet;
         MakeChanges(stSet);
         ASSERT_EQ(stSet.SetCurrentRow(1), ERR_OK);
+        (void)stSet.Fetch();
+        ASSERT_EQ(stSet.SetCurrentRow(1), ERR_OK);
         ASSERT_EQ(stSet.Clone(lpClone), ERR_OK);
         EXPECT_EQ(ShowRows(stSet), "1:1|A 3:33|null 4:4|d -2:null|n名");
     }
@@ -184,6 +187,9 @@ TEST(MemDBRecordsetEdit, ClonesRowsStatesAndPosition) {
     long long nDataID = 0;
     ASSERT_EQ(stClone.AddNew(nDataID), ERR_OK);
     EXPECT_EQ(nDataID, -3);
+    stClone.MoveFirst();
+    (void)stClone.Fetch();
+    EXPECT_TRUE(stClone.bof()) << "a loop of its own";
     lpClone->Release();
     CMemDBRecordset stEmpty;
     ASSERT_EQ(stEmpty.Clone(lpClone), ERR_OK);

@@ -203,6 +203,7 @@ std::string Walk(CMemDBRecordset& stSet, std::string_view szMoves) {
 TEST(MemDBRecordset, MovesItsCursor) {
     const std::pair<const char*, const char*> arWalk[] = {
         {"fffff", "f10b f11 f12 f-e f-e "},
+        {"nfFf", "n11 f12 F10b f11 "},
         {"Lpppp", "L12 p11 p10b p-b p-b "},
         {"pnnnn", "p-b n10b n11 n12 n-e "},
         {"nnnp", "n11 n12 n-e p12 "},
