@@ -113,6 +113,7 @@ int CDBInterface::Probe(CLUSTERSTATUS& stStatus) {
 
 int CDBInterface::ConnectToService(int bRetry, int bSwitchNode) {
     if (bSwitchNode) return SwitchNode(bRetry, NO_OTHER_NODE);
+    // Without a link there is nobody to probe.
     if (const int nCode = Connect(bRetry)) {
         if (!m_bDirectConnect) return SwitchNode(bRetry, nCode);
         m_nAddressNum = 0;

@@ -107,6 +107,8 @@ CDBInterface::SENT CDBInterface::SendFrame(EXCHANGE& stExchange) {
         return stSent;
     }
     if (!Send(&stHead, sizeof stHead)) return stSent;
+    // A part cut short is a frame cut short, for a redo record too: the server would wait for the rest, and this side
+    // for its reply.
     for (const std::span<const BYTE> arPart : stExchange.m_arPart)
         if (!Send(arPart.data(), arPart.size())) return stSent;
     stSent.m_bWhole = stSent.m_nSent == static_cast<long>(sizeof stHead) + stHead.m_nBodyLen;

@@ -32,6 +32,7 @@ int CMemDBRecordset::CopyFrom(const CMemDBRecordset& stSource) {
     }
     for (int i = 0; i < stSource.m_vecInsertRecord.Size(); ++i)
         if (const int nCode = CopyNewRow(*stSource.m_vecInsertRecord[i])) return nCode;
+    // No two new rows of one set share an identity.
     m_nInsertDataID = stSource.m_nInsertDataID;
     m_nCurrentRowNo = stSource.m_nCurrentRowNo;
     SeatCursor();

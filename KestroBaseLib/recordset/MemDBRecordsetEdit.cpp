@@ -17,7 +17,7 @@ bool IsText(BYTE bType) {
     return bType == VT_CHAR || bType == VT_VARCHAR || bType == VT_CLOB;
 }
 
-/** An integer column and the values that its bytes hold, with a sign or without. */
+/** An integer column and the values that its bytes hold, with a sign or without; others are refused, not cut. */
 struct INTEGERCOLUMN {
     BYTE m_bType;
     long long m_llLowest;

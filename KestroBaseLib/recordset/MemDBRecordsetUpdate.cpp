@@ -264,5 +264,6 @@ void CMemDBRecordset::ClearState() {
     m_vecOriginalRecord.Fill(m_lpRecordset, m_nQueryRowNum);
     for (int i = 0; i < m_vecInsertRecord.Size(); ++i)
         Clean(*m_vecInsertRecord[i]);
+    // The cursor keeps its number, on which a row that was deleted may stand again.
     SeatCursor();
 }
